@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/desktop/MenuItem.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+class QMenuBar;
+class QWidget;
+
+namespace platform {
+
+/// Is told of the program's life. Every call passes the guard.
+class ApplicationDelegate {
+ public:
+    virtual ~ApplicationDelegate() = default;
+    virtual void applicationDidFinishLaunching() = 0;
+    virtual void applicationWillTerminate() = 0;
+    virtual void applicationWillBecomeActive() = 0;
+    virtual void applicationWillUnhide() = 0;
+    virtual bool validateMenuItem(const MenuItem& item) = 0;
+};
+
+/// What an interface description yields: the objects it created, connected to one another and not yet awake.
+class MainInterface {
+ public:
+    virtual ~MainInterface() = default;
+    virtual ApplicationDelegate& delegate() = 0;
+    virtual QWidget& mainWindow() = 0;
+    /// Gives back window geometry, splitters and zoom of the last run.
+    virtual void restoreState() = 0;
+    virtual void saveState() = 0;
+    /// Runs awakeFromNib of every object once.
+    virtual void awake() = 0;
+    /// Opens what the command line names, or the folder of the last run.
+    virtual void openArguments(const QStringList& arguments) = 0;
+};
+
+using MainInterfaceFactory = std::function<std::unique_ptr<MainInterface>()>;
+
+/// The running program: start-up, the windows from front to back, the menus' validation, the end. Main thread
+/// only.
+class Application : public QObject {
+    Q_OBJECT
+
+ public:
+    /// The whole life: arguments and PATH, widgets, outlets, kept window state, awakeFromNib,
+    /// did-finish-launching, the command line's folder, activation; then the event loop, and at its end the
+    /// delegate's applicationWillTerminate once. Answers the exit status.
+    static int run(int argc, char** argv, const MainInterfaceFactory& mainInterface);
+
+    /// Null outside run().
+    static Application* shared();
+
+    /// The program's visible windows, the one in front first; pop-ups and sheets do not count.
+    QList<QWidget*> orderedWindows() const;
+    /// The name of a window's class, without its namespace.
+    static QString classNameOfWindow(const QWidget& window);
+
+    bool isActive() const;
+    void terminate();
+
+ private:
+    struct Private;
+    explicit Application(std::unique_ptr<Private> d);
+    ~Application() override;
+    std::unique_ptr<Private> _d;
+};
+
+}  // namespace platform

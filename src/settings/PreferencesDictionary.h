@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <mutex>
+
+/// The one store of settings and of run-time entries that several rooms share. Keys that contain "Setting"
+/// are kept in the user defaults under "PreferencesGlobals"; nothing else is. The per-entry operations take
+/// the lock and may be called from any thread; the others belong to the main thread.
+class PreferencesDictionary {
+ public:
+    /// A new, empty store.
+    static PreferencesDictionary* dictionary();
+
+    /// Gives every setting a valid value, each by its own rule.
+    void plausibilitaetsTest();
+    void save();
+    void load();
+    QString description() const;
+
+    /// The store's own lock, which is not re-entrant: who holds it uses the unlocked operations only.
+    void lock();
+    void unlock();
+
+    void setObjectForKey(const QVariant& object, const QString& key);
+    void removeObjectForKey(const QString& key);
+    /// An invalid value for an absent key.
+    QVariant objectForKey(const QString& key) const;
+
+    void addEntriesFromDictionary(const QVariantMap& dictionary);
+    QStringList keyEnumerator() const;
+
+ private:
+    PreferencesDictionary() = default;
+
+    QHash<QString, QVariant> _dict;
+    mutable std::mutex _lock;
+};
+
+/// Set once at start-up, before any other thread is there; never destroyed while the process runs.
+extern PreferencesDictionary* appGlobals;

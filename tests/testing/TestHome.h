@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDir>
+#include <QTemporaryDir>
+
+/// A home, settings, data and cache of the test's own, so that it neither sees nor touches the user's. Make
+/// it the first thing of main, before the application object: TAVLIN_TEST_MAIN does.
+class TestHome {
+ public:
+    TestHome() {
+        set("HOME", "home");
+        set("XDG_CONFIG_HOME", "config");
+        set("XDG_DATA_HOME", "data");
+        set("XDG_CACHE_HOME", "cache");
+        set("XDG_STATE_HOME", "state");
+        set("TMPDIR", "tmp");
+        set("XDG_RUNTIME_DIR", "run");
+        QFile::setPermissions(_root.filePath(QStringLiteral("run")),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    QString path() const { return _root.path(); }
+
+ private:
+    void set(const char* name, const char* folder) {
+        const QString path = _root.filePath(QString::fromLatin1(folder));
+        QDir().mkpath(path);
+        qputenv(name, QFile::encodeName(path));
+    }
+    QTemporaryDir _root;
+};
+
+/// The main function of a test class: a private home, then the application object, then the tests.
+#define TAVLIN_TEST_MAIN(ApplicationClass, TestClass) \
+    int main(int argc, char** argv) {                 \
+        const TestHome home;                          \
+        ApplicationClass application(argc, argv);     \
+        TestClass test;                               \
+        return QTest::qExec(&test, argc, argv);       \
+    }
