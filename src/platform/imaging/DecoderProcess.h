@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/ScopedFileDescriptor.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <variant>
+
+namespace platform {
+
+/// Why there is no picture.
+enum class DecodeError : std::uint8_t {
+    notImage,     ///< the content is none of the known picture formats
+    damaged,      ///< a picture format, but the loader refused the content
+    tooLarge,     ///< decoding would pass the decoder's memory limit
+    timedOut,     ///< the deadline passed; the decoder was killed
+    crashed,      ///< the decoder died twice on this request
+    badAnswer,    ///< the answer broke the protocol (size, stride, seals)
+    noPreview,    ///< an embedded preview was asked for and there is none
+    unavailable,  ///< no decoder could be started
+    cancelled,    ///< cancel() was called
+};
+
+struct DecodeFailure {
+    DecodeError error = DecodeError::damaged;
+    QString message;  ///< the loader's own words, untrusted plain text
+};
+
+/// A picture: upright, sRGB, in sealed shared memory that lives as long as the image or a copy of it.
+struct DecodedPicture {
+    QImage image;
+    QSize fullSize;  ///< the upright size of the whole picture in pixels
+    QHash<QByteArray, QByteArray>
+        texts;  ///< text chunks of a PNG ("Thumb::MTime", "Thumb::URI"), at most 32 of 4 KiB
+};
+
+using DecodeResult = std::variant<DecodedPicture, DecodeFailure>;
+
+/// What is asked of a decoder: a value; the descriptor is borrowed for the length of the call.
+struct DecodeRequest {
+    enum class Kind : std::uint8_t {
+        thumbnail,        ///< the whole picture, its longer side at most pixelSize, never enlarged
+        embeddedPreview,  ///< the preview inside the file's head (EXIF), at its own size; fast
+        storedThumbnail,  ///< a PNG of the thumbnail store with its text chunks, at its own size
+    };
+    Kind kind = Kind::thumbnail;
+    int descriptor = -1;  ///< of a regular file, open for reading
+    int pixelSize = 256;  ///< device pixels, 1 to 8192
+};
+
+/// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline
+/// passes, started again when it has died, and a request on which it died is tried once more in a fresh
+/// process. Used by one thread at a time (each worker owns one); cancel() alone may come from another thread.
+class DecoderProcess {
+ public:
+    /// `program`: the path of the tavlin-decoder executable.
+    explicit DecoderProcess(QString program);
+    ~DecoderProcess();
+    DecoderProcess(const DecoderProcess&) = delete;
+    DecoderProcess& operator=(const DecoderProcess&) = delete;
+
+    /// Blocks until the answer or the deadline (which counts for each try).
+    DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
+    /// Ends a decode() under way with `cancelled`; the process is killed. Any thread.
+    void cancel();
+    /// The process id of the decoder, 0 when none runs.
+    int processId() const;
+
+ private:
+    struct Private;
+    std::unique_ptr<Private> _d;
+};
+
+}  // namespace platform
