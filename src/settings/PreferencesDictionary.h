@@ -10,7 +10,8 @@
 
 /// The one store of settings and of run-time entries that several rooms share. Keys that contain "Setting"
 /// are kept in the user defaults under "PreferencesGlobals"; nothing else is. The per-entry operations take
-/// the lock and may be called from any thread; the others belong to the main thread.
+/// the lock and may be called from any thread; the others belong to the main thread, and those that write
+/// (load, addEntriesFromDictionary, plausibilitaetsTest) to its start-up.
 class PreferencesDictionary {
  public:
     /// A new, empty store.
@@ -18,8 +19,11 @@ class PreferencesDictionary {
 
     /// Gives every setting a valid value, each by its own rule.
     void plausibilitaetsTest();
+    /// Hands the persisted entries to the user defaults, replacing those kept there.
     void save();
+    /// Takes the persisted entries from the user defaults over the present ones, then runs the test.
     void load();
+    /// All entries in the order of their keys: "{key = value; }".
     QString description() const;
 
     /// The store's own lock, which is not re-entrant: who holds it uses the unlocked operations only.
@@ -36,9 +40,11 @@ class PreferencesDictionary {
 
  private:
     PreferencesDictionary() = default;
+    /// All entries in the order of their keys, taken under the lock.
+    QVariantMap copy() const;
 
     QHash<QString, QVariant> _dict;
-    mutable std::mutex _lock;
+    mutable std::mutex _lock;  ///< guards _dict against the per-entry operations of other threads
 };
 
 /// Set once at start-up, before any other thread is there; never destroyed while the process runs.

@@ -4,10 +4,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
+class QTranslator;
+
 namespace platform {
 
 /// The program's own files and texts. The build tree and an installed one have the same layout, so everything
-/// is found from the folder of the running program (PREFIX/bin).
+/// is found from the folder of the running program (PREFIX/bin), or below TAVLIN_PREFIX where that is set.
+/// Made at first use, after the application object. Main thread.
 class Bundle {
  public:
     static const Bundle& mainBundle();
@@ -18,7 +23,8 @@ class Bundle {
     QString libexecPath() const;
     /// The resource "name.type", or a null string.
     QString pathForResourceOfType(const QString& name, const QString& type) const;
-    /// All resources of a type below the resource folder's subfolder for it, by name.
+    /// The paths of all resources of a type: the files directly in the resource folder whose names end so, by
+    /// name.
     QStringList pathsForResourcesOfType(const QString& type) const;
 
     /// A value of the program's information ("CFBundleGetInfoString", ...); a null string for none.
@@ -28,8 +34,18 @@ class Bundle {
     /// missing one.
     QString localizedString(const QString& key) const;
 
+    /// Gives the same texts, and the toolkit's own, to the compiled interface descriptions. Once, at
+    /// start-up, before the first of them is built.
+    void installTranslators() const;
+
  private:
     Bundle();
+    ~Bundle();
+
+    QString _prefix;
+    std::unique_ptr<QTranslator> _english;    ///< what is missing in the desktop's language
+    std::unique_ptr<QTranslator> _localized;  ///< the desktop's language; empty where that is not shipped
+    std::unique_ptr<QTranslator> _toolkit;    ///< the toolkit's own texts in the same language
 };
 
 }  // namespace platform

@@ -4,7 +4,10 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <memory>
 #include <optional>
+
+class QSettings;
 
 namespace platform {
 
@@ -22,6 +25,12 @@ class UserDefaults {
 
     /// Where the settings are kept.
     QString filePath() const;
+
+ private:
+    UserDefaults();
+    ~UserDefaults();
+
+    std::unique_ptr<QSettings> _settings;
 };
 
 /// A value read as a boolean: a number is true unless 0; a text is true when it starts (after blanks, a sign

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/Bundle.h"
+
+#include "platform/FileAccess.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
+
+namespace platform {
+
+namespace {
+
+/// The language of the first of the desktop's wishes (LANGUAGE, then the locale) that is shipped. Each wish
+/// counts with and without its country before the next one does, which QTranslator's own search does not keep
+/// to.
+QString shippedLanguage(const QString& folder) {
+    for (QString wish : QLocale::system().uiLanguages()) {
+        wish.replace(u'-', u'_');
+        for (const QString& language : {wish, wish.section(u'_', 0, 0)})
+            if (fileStatus(folder + QStringLiteral("/tavlin_%1.qm").arg(language)))
+                return language;
+    }
+    return QStringLiteral("en");
+}
+
+}  // namespace
+
+const Bundle& Bundle::mainBundle() {
+    static const Bundle bundle;
+    return bundle;
+}
+
+Bundle::Bundle()
+    : _prefix(qEnvironmentVariable("TAVLIN_PREFIX")),
+      _english(std::make_unique<QTranslator>()),
+      _localized(std::make_unique<QTranslator>()),
+      _toolkit(std::make_unique<QTranslator>()) {
+    if (_prefix.isEmpty())
+        _prefix = QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/.."));
+    const QString folder = resourcePath() + QStringLiteral("/translations");
+    const QString language = shippedLanguage(folder);
+    std::ignore = _english->load(QStringLiteral("tavlin_en"), folder);
+    std::ignore = _localized->load(QStringLiteral("tavlin_") + language, folder);
+    std::ignore = _toolkit->load(QStringLiteral("qtbase_") + language,
+                                 QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+}
+
+Bundle::~Bundle() = default;
+
+QString Bundle::resourcePath() const {
+    return _prefix + QStringLiteral("/share/tavlin");
+}
+
+QString Bundle::libexecPath() const {
+    return _prefix + QStringLiteral("/libexec/tavlin");
+}
+
+QString Bundle::pathForResourceOfType(const QString& name, const QString& type) const {
+    const QString path = resourcePath() + u'/' + name + u'.' + type;
+    return fileStatus(path) ? path : QString();
+}
+
+QStringList Bundle::pathsForResourcesOfType(const QString& type) const {
+    QStringList paths;
+    const QDir folder(resourcePath());
+    for (const QString& name : folder.entryList({QStringLiteral("*.") + type}, QDir::Files, QDir::Name))
+        paths += folder.filePath(name);
+    return paths;
+}
+
+QString Bundle::objectForInfoDictionaryKey(const QString& key) const {
+    const QString version = QStringLiteral(TAVLIN_VERSION);
+    if (key == u"CFBundleName")
+        return QStringLiteral("Tavlin");
+    if (key == u"CFBundleShortVersionString")
+        return version;
+    if (key == u"CFBundleGetInfoString")
+        return QStringLiteral("Tavlin %1, image browser for huge folders").arg(version);
+    return {};
+}
+
+QString Bundle::localizedString(const QString& key) const {
+    const QByteArray id = key.toUtf8();
+    for (const QTranslator* texts : {_localized.get(), _english.get()})
+        if (const QString text = texts->translate(nullptr, id.constData()); !text.isNull())
+            return text;
+    return QStringLiteral("");
+}
+
+void Bundle::installTranslators() const {
+    for (QTranslator* translator : {_toolkit.get(), _english.get(), _localized.get()})
+        QCoreApplication::installTranslator(translator);
+}
+
+}  // namespace platform
