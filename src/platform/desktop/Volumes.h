@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace platform {
 
@@ -17,5 +20,17 @@ struct Volume {
 /// options (x-gvfs-show, x-gvfs-hide, x-gvfs-name) say are to be shown. Main thread; asks no volume itself
 /// and does not block.
 QList<Volume> mountedVolumes();
+
+/// One line of the mount table, as far as it decides what a user sees.
+struct MountEntry {
+    QString path;
+    QByteArray device;          ///< what is mounted: "/dev/sdb1", "server:/share", "tmpfs"
+    QByteArray options;         ///< separated by commas, the user-space ones (x-…) included
+    bool isLikelySeen = false;  ///< what GIO guesses from the path
+};
+
+/// The rules of mountedVolumes() alone: `labels` names devices. A folder that is mounted over counts once, in
+/// its first place, as its last mount says. The root is there even if the table lacks it.
+QList<Volume> visibleVolumes(const QList<MountEntry>& mountTable, const QHash<QByteArray, QString>& labels);
 
 }  // namespace platform

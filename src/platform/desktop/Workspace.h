@@ -8,7 +8,12 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <memory>
+
 namespace platform {
+
+/// What the caller knows of a file, which then need not be asked.
+enum class FileKind { unknown, folder, notFolder };
 
 /// The desktop around the program: icons, the trash, addresses, volumes coming and going. Main thread only.
 class Workspace : public QObject {
@@ -17,16 +22,18 @@ class Workspace : public QObject {
  public:
     static Workspace& sharedWorkspace();
 
-    /// A new image object for each call, 32 by 32 points until resized. Never null: the theme's icon for the
-    /// file's kind (folders and volumes by their role), else the program's own. Does not block on a volume
-    /// that is gone.
-    ImageRef iconForFile(const QString& path);
+    /// A new image object for each call, 32 by 32 points until resized; the picture itself is shared. Never
+    /// null: the theme's icon for the file's kind (folders and volumes by their role), else the program's
+    /// own. Asks the file system only for an unknown kind, and then waits for a volume no longer than
+    /// FolderReader does.
+    ImageRef iconForFile(const QString& path, FileKind kind = FileKind::unknown);
     /// "fldr": a folder; "gurl": an internet location; otherwise a file name's extension or MIME type.
     ImageRef iconForFileType(const QString& type);
     /// "NSComputer": the computer; null for an unknown name.
     ImageRef imageNamed(const QString& name);
 
-    /// Opens an address in the user's program for it; false when none could be started.
+    /// Opens an address in the user's program for it; false when there is none. Does not wait for its start;
+    /// a start that fails is logged.
     bool openUrl(const QUrl& url);
 
  Q_SIGNALS:
@@ -36,6 +43,10 @@ class Workspace : public QObject {
 
  private:
     Workspace();
+    ~Workspace() override;
+
+    struct Private;
+    std::unique_ptr<Private> _d;
 };
 
 }  // namespace platform

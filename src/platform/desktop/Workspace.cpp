@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/Workspace.h"
+
+#include "platform/FolderReader.h"
+#include "platform/MountTable.h"
+#include "platform/PathBytes.h"
+
+#include <gio/gio.h>
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <array>
+
+/// Qt wants this outside of every namespace.
+static void initializeFallbackIcons() {
+    Q_INIT_RESOURCE(fallbackicons);
+}
+
+namespace platform {
+
+namespace {
+
+Q_LOGGING_CATEGORY(workspaceLog, "tavlin.workspace")
+
+constexpr QSizeF iconSize(32, 32);
+
+/// Names in the desktop's icon theme (freedesktop Icon Naming Specification), the best first, and the
+/// program's own icon where the theme has none of them.
+struct IconNames {
+    QStringList themeNames;
+    QString fallback;
+};
+
+const QString folderFallback = QStringLiteral("folder");
+const QString fileFallback = QStringLiteral("file");
+const QString imageFallback = QStringLiteral("image");
+const QString computerFallback = QStringLiteral("computer");
+const QString volumeFallback = QStringLiteral("volume");
+
+IconNames folderIcon(const QString& specialName = {}) {
+    const QString plain = QStringLiteral("folder");
+    return {specialName.isEmpty() ? QStringList{plain} : QStringList{specialName, plain}, folderFallback};
+}
+
+QStringList namesOfIcon(GIcon* icon) {
+    QStringList names;
+    if (icon != nullptr && G_IS_THEMED_ICON(icon)) {
+        for (const char* const* name = g_themed_icon_get_names(G_THEMED_ICON(icon)); *name != nullptr; ++name)
+            names.append(QString::fromUtf8(*name));
+    }
+    return names;
+}
+
+IconNames contentTypeIcon(const char* contentType) {
+    GIcon* icon = g_content_type_get_icon(contentType);
+    IconNames names{namesOfIcon(icon), fileFallback};
+    g_clear_object(&icon);
+    const QString generic = QStringLiteral("image-x-generic");
+    if (names.themeNames.contains(generic) || g_content_type_is_a(contentType, "image/*") != FALSE)
+        names.fallback = imageFallback;
+    else
+        names.themeNames.append(QStringLiteral("text-x-generic"));
+    return names;
+}
+
+IconNames fileNameIcon(const QString& name) {
+    char* contentType = g_content_type_guess(bytesFromPath(name).constData(), nullptr, 0, nullptr);
+    const IconNames names = contentTypeIcon(contentType);
+    g_free(contentType);
+    return names;
+}
+
+QString removableVolumeName(const QString& mountFolder) {
+    const bool isRemovable = mountFolder.startsWith(u"/media/") || mountFolder.startsWith(u"/run/media/");
+    return isRemovable ? QStringLiteral("drive-removable-media") : QStringLiteral("drive-harddisk");
+}
+
+/// Without a desktop Qt's theme is one that has no icons: the first installed theme with a folder is taken.
+void chooseThemeWithFolders() {
+    const QString folder = QStringLiteral("folder");
+    if (!QIcon::fromTheme(folder).isNull())
+        return;
+    const QString original = QIcon::themeName();
+    QStringList candidates{QStringLiteral("Adwaita"), QStringLiteral("breeze"), QStringLiteral("Papirus"),
+                           QStringLiteral("gnome"), QStringLiteral("oxygen")};
+    for (const QString& searchPath : QIcon::themeSearchPaths())
+        candidates += QDir(searchPath).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QString& candidate : candidates) {
+        QIcon::setThemeName(candidate);
+        if (!QIcon::fromTheme(folder).isNull())
+            return;
+    }
+    QIcon::setThemeName(original);
+    qCInfo(workspaceLog, "No installed icon theme has a folder; the program's own icons are used.");
+}
+
+QString withoutTrailingSlash(const QString& path) {
+    return path.size() > 1 && path.endsWith(u'/') ? path.chopped(1) : path;
+}
+
+void reportLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
+    GError* error = nullptr;
+    if (g_app_info_launch_uris_finish(G_APP_INFO(program), result, &error) == FALSE)
+        qCWarning(workspaceLog, "The program for an address could not be started: %s", error->message);
+    g_clear_error(&error);
+}
+
+/// The user's own folders that have an icon of their own.
+QHash<QString, QString> specialFolders() {
+    constexpr std::array<std::pair<QStandardPaths::StandardLocation, const char*>, 6> locations{{
+        {QStandardPaths::DesktopLocation, "user-desktop"},
+        {QStandardPaths::DocumentsLocation, "folder-documents"},
+        {QStandardPaths::DownloadLocation, "folder-download"},
+        {QStandardPaths::MusicLocation, "folder-music"},
+        {QStandardPaths::MoviesLocation, "folder-videos"},
+        {QStandardPaths::PicturesLocation, "folder-pictures"},
+    }};
+    QHash<QString, QString> folders;
+    for (const auto& [location, iconName] : locations)
+        folders.insert(pathFromBytes(QFile::encodeName(QStandardPaths::writableLocation(location))),
+                       QString::fromLatin1(iconName));
+    folders.insert(withoutTrailingSlash(pathFromBytes(QFile::encodeName(QDir::homePath()))),
+                   QStringLiteral("user-home"));
+    return folders;
+}
+
+}  // namespace
+
+struct Workspace::Private {
+    QHash<QString, QIcon> icons;
+    QHash<QString, QString> folderIconNames = specialFolders();
+    MountTable mounts;
+
+    ImageRef image(const IconNames& names);
+    bool isMountFolder(const QString& path);
+};
+
+ImageRef Workspace::Private::image(const IconNames& names) {
+    const QString key = names.themeNames.join(u'\n');
+    auto icon = icons.find(key);
+    if (icon == icons.end()) {
+        icon = icons.insert(key, QIcon());
+        for (qsizetype i = 0; i < names.themeNames.size() && icon->isNull(); ++i)
+            *icon = QIcon::fromTheme(names.themeNames[i]);
+        if (icon->isNull())
+            *icon = QIcon(QStringLiteral(":/tavlin/icons/%1.svg").arg(names.fallback));
+    }
+    return std::make_shared<Image>(*icon, iconSize, names.themeNames.value(0));
+}
+
+bool Workspace::Private::isMountFolder(const QString& path) {
+    const std::vector<QString>& folders = mounts.mountFolders();
+    return std::find(folders.begin(), folders.end(), path) != folders.end();
+}
+
+Workspace& Workspace::sharedWorkspace() {
+    static Workspace* workspace =
+        new Workspace;  // never destroyed: pictures must not outlive the application
+    return *workspace;
+}
+
+Workspace::Workspace() {
+    initializeFallbackIcons();
+    chooseThemeWithFolders();
+    _d = std::make_unique<Private>();
+}
+
+Workspace::~Workspace() = default;
+
+ImageRef Workspace::iconForFile(const QString& path, FileKind kind) {
+    const auto special = _d->folderIconNames.constFind(path);
+    if (special != _d->folderIconNames.constEnd() && kind != FileKind::notFolder)
+        return _d->image(folderIcon(*special));
+    if (path == u"/" || _d->isMountFolder(path))
+        return _d->image({{removableVolumeName(path), QStringLiteral("drive-harddisk")}, volumeFallback});
+    if (kind == FileKind::unknown) {
+        const auto status = FolderReader::shared().contents(path, FolderDetail::status);
+        kind = status && status->isFolder ? FileKind::folder : FileKind::notFolder;
+    }
+    return _d->image(kind == FileKind::folder ? folderIcon() : fileNameIcon(lastPathComponent(path)));
+}
+
+ImageRef Workspace::iconForFileType(const QString& type) {
+    if (type == u"fldr")
+        return _d->image(folderIcon());
+    if (type == u"gurl")
+        return _d->image({{QStringLiteral("applications-internet"), QStringLiteral("web-browser"),
+                           QStringLiteral("text-html")},
+                          fileFallback});
+    if (type.contains(u'/'))
+        return _d->image(contentTypeIcon(type.toUtf8().constData()));
+    return _d->image(fileNameIcon(QStringLiteral("name.") + type));
+}
+
+ImageRef Workspace::imageNamed(const QString& name) {
+    if (name == u"NSComputer")
+        return _d->image({{QStringLiteral("computer")}, computerFallback});
+    return nullptr;
+}
+
+bool Workspace::openUrl(const QUrl& url) {
+    const QByteArray scheme = url.scheme().toUtf8();
+    GAppInfo* program = g_app_info_get_default_for_uri_scheme(scheme.constData());
+    if (program == nullptr) {
+        qCWarning(workspaceLog, "No program is set up for %s addresses.", scheme.constData());
+        return false;
+    }
+    const QByteArray address = url.toEncoded();
+    GList addresses{const_cast<char*>(address.constData()), nullptr, nullptr};
+    g_app_info_launch_uris_async(program, &addresses, nullptr, nullptr, reportLaunch, nullptr);
+    g_object_unref(program);
+    return true;
+}
+
+}  // namespace platform
