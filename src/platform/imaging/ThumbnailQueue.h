@@ -39,13 +39,19 @@ struct Thumbnail {
 /// Contract: setWanted() replaces all earlier wishes; what no longer stands in it is dropped before it
 /// starts, and an answer that comes too late is kept if it fits, and not reported. Every wish that stands is
 /// answered by one thumbnailChanged() with state complete, failed or notImage, at most one with state preview
-/// before it.
+/// before it. A wish whose answer is at hand already when it is made (thumbnail() shows it) needs no report;
+/// with checkAgain it is reported if the file turns out to be another version. Reports come from the event
+/// loop, never from within a call. A path that stands several times counts once, where it is most urgent.
 class ThumbnailQueue : public QObject {
     Q_OBJECT
 
  public:
     explicit ThumbnailQueue(QObject* parent = nullptr);
     ~ThumbnailQueue() override;
+
+    /// The path of the tavlin-decoder executable for every queue whose work has not begun; by default the
+    /// environment's TAVLIN_DECODER. Main thread, once at the start.
+    static void setDecoderProgram(const QString& program);
 
     /// What is wanted now, most urgent first: the visible cells, then those near. `checkAgain`: files may
     /// have changed on the disk; thumbnails at hand stay shown until a newer one is there.

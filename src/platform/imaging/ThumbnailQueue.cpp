@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/imaging/ThumbnailQueue.h"
+
+#include "platform/imaging/ThumbnailCache.h"
+#include "platform/imaging/ThumbnailWorkers.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QMetaObject>
+
+#include <algorithm>
+#include <deque>
+
+namespace platform {
+
+namespace {
+
+/// The longest that reports keep the main thread in one turn of its loop.
+constexpr qint64 turnMilliseconds = 4;
+constexpr int largestPixelSize = 8192;
+
+QString& decoderProgram() {
+    static QString program = qEnvironmentVariable("TAVLIN_DECODER");
+    return program;
+}
+
+struct Wish {
+    int pixelSize = 0;
+    ThumbnailRank rank;
+    bool isAnswered = false;
+};
+
+}  // namespace
+
+struct ThumbnailQueue::Private {
+    ThumbnailQueue* queue;
+    ThumbnailCache cache;
+    QHash<QString, Wish> wishes;
+    std::uint64_t wishesCount = 0;
+    std::deque<QString> changed;  ///< to be reported
+    std::unique_ptr<ThumbnailWorkers> workers;
+
+    void addWish(ThumbnailRequest request, bool isVisible, bool checkAgain, std::vector<ThumbnailJob>& jobs);
+    void absorbAnswers();
+    void absorb(ThumbnailAnswer& answer);
+    void report();
+};
+
+/// Notes the wish, unless a more urgent one stands for the path, and what work it makes.
+void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, bool checkAgain,
+                                      std::vector<ThumbnailJob>& jobs) {
+    if (request.path.isEmpty() || wishes.contains(request.path))
+        return;
+    request.pixelSize = std::clamp(request.pixelSize, 1, largestPixelSize);
+    const ThumbnailRank rank{wishesCount, static_cast<std::size_t>(wishes.size())};
+    cache.rank(request.path, rank);
+    const ThumbnailCache::Entry* entry = cache.find(request.path);
+    const bool isServed = entry && entry->serves(request.pixelSize);
+    wishes.insert(request.path, Wish{request.pixelSize, rank, isServed && !checkAgain});
+    if (isServed && !checkAgain)
+        return;
+
+    ThumbnailJob job{std::move(request), rank, ThumbnailJob::Effort::whole, {}, !entry};
+    if (isServed && !entry->mayPass)
+        job.atHand = entry->version;
+    const bool hasPreview = entry && entry->thumbnail.state == Thumbnail::State::preview;
+    if (isVisible && !hasPreview)
+        job.effort = ThumbnailJob::Effort::firstSight;
+    jobs.push_back(std::move(job));
+}
+
+void ThumbnailQueue::Private::absorbAnswers() {
+    if (!workers)
+        return;
+    for (ThumbnailAnswer& answer : workers->takeAnswers())
+        absorb(answer);
+}
+
+void ThumbnailQueue::Private::absorb(ThumbnailAnswer& answer) {
+    const QString& path = answer.request.path;
+    const auto wish = wishes.find(path);
+    const bool stands = wish != wishes.end() && !wish->isAnswered &&
+                        wish->pixelSize == answer.request.pixelSize &&
+                        wish->rank.wishes == answer.rank.wishes;
+    const ThumbnailCache::Entry* old = cache.find(path);
+    const bool isShown = old && old->thumbnail.state != Thumbnail::State::preview;
+    const Thumbnail::State state = answer.entry.thumbnail.state;
+
+    const bool isFinal = state != Thumbnail::State::preview;
+    if (stands && isFinal)
+        wish->isAnswered = true;
+    if (state == Thumbnail::State::unknown || (!stands && isShown) || (!isFinal && old))
+        return;
+    cache.insert(path, std::move(answer.entry), stands ? wish->rank : answer.rank);
+    if (stands)
+        changed.push_back(path);
+}
+
+void ThumbnailQueue::Private::report() {
+    absorbAnswers();
+    QElapsedTimer turn;
+    turn.start();
+    while (!changed.empty() && turn.elapsed() < turnMilliseconds) {
+        const QString path = std::move(changed.front());
+        changed.pop_front();
+        if (wishes.contains(path))
+            Q_EMIT queue->thumbnailChanged(path);
+    }
+    if (!changed.empty())
+        QMetaObject::invokeMethod(
+            queue, [this] { report(); }, Qt::QueuedConnection);
+}
+
+ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_unique<Private>()) {
+    _d->queue = this;
+}
+
+ThumbnailQueue::~ThumbnailQueue() = default;
+
+void ThumbnailQueue::setDecoderProgram(const QString& program) {
+    decoderProgram() = program;
+}
+
+void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
+                               const std::vector<ThumbnailRequest>& near, bool checkAgain) {
+    _d->absorbAnswers();
+    _d->wishes.clear();
+    ++_d->wishesCount;
+    std::vector<ThumbnailJob> visibleJobs;
+    for (const ThumbnailRequest& request : visible)
+        _d->addWish(request, true, checkAgain, visibleJobs);
+    std::vector<ThumbnailJob> nearJobs;
+    for (const ThumbnailRequest& request : near)
+        _d->addWish(request, false, checkAgain, nearJobs);
+    if (!_d->workers) {
+        if (visibleJobs.empty() && nearJobs.empty())
+            return;
+        _d->workers = std::make_unique<ThumbnailWorkers>(decoderProgram(), [this] {
+            QMetaObject::invokeMethod(
+                this, [this] { _d->report(); }, Qt::QueuedConnection);
+        });
+    }
+    _d->workers->setJobs(std::move(visibleJobs), std::move(nearJobs));
+}
+
+Thumbnail ThumbnailQueue::thumbnail(const QString& path) const {
+    const ThumbnailCache::Entry* entry = _d->cache.find(path);
+    return entry ? entry->thumbnail : Thumbnail{};
+}
+
+void ThumbnailQueue::setMemoryLimit(std::size_t bytes) {
+    _d->cache.setLimit(bytes);
+}
+
+std::size_t ThumbnailQueue::memoryUse() const {
+    return _d->cache.bytes();
+}
+
+void ThumbnailQueue::releaseFilesBelow(const QString& folder) {
+    if (_d->workers)
+        _d->workers->dropBelow(folder);
+    _d->absorbAnswers();
+    _d->wishes.removeIf(
+        [&](const QHash<QString, Wish>::iterator& wish) { return isBelowFolder(wish.key(), folder); });
+}
+
+}  // namespace platform
