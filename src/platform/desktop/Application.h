@@ -6,15 +6,15 @@
 #include <QList>
 #include <QObject>
 #include <QString>
-#include <QStringList>
 
 #include <functional>
 #include <memory>
 
-class QMenuBar;
 class QWidget;
 
 namespace platform {
+
+class MainMenu;
 
 /// Is told of the program's life. Every call passes the guard.
 class ApplicationDelegate {
@@ -33,13 +33,17 @@ class MainInterface {
     virtual ~MainInterface() = default;
     virtual ApplicationDelegate& delegate() = 0;
     virtual QWidget& mainWindow() = 0;
+    /// The menus that every window carries.
+    virtual MainMenu& mainMenu() = 0;
     /// Gives back window geometry, splitters and zoom of the last run.
     virtual void restoreState() = 0;
     virtual void saveState() = 0;
     /// Runs awakeFromNib of every object once.
     virtual void awake() = 0;
-    /// Opens what the command line names, or the folder of the last run.
-    virtual void openArguments(const QStringList& arguments) = 0;
+    /// Opens the folder that the command line names (a null string for none), or the folder of the last run.
+    virtual void openFolder(const QString& path) = 0;
+    /// Whether threads still run that nobody waits for and that use these objects.
+    virtual bool hasDetachedWork() const = 0;
 };
 
 using MainInterfaceFactory = std::function<std::unique_ptr<MainInterface>()>;
@@ -52,7 +56,11 @@ class Application : public QObject {
  public:
     /// The whole life: arguments and PATH, widgets, outlets, kept window state, awakeFromNib,
     /// did-finish-launching, the command line's folder, activation; then the event loop, and at its end the
-    /// delegate's applicationWillTerminate once. Answers the exit status.
+    /// delegate's applicationWillTerminate once. Answers the exit status: 0, 1 without a display, 2 for a
+    /// command line that is not understood.
+    ///
+    /// The program ends when its last window closes, by terminate(), by SIGTERM, SIGINT or SIGHUP, and with
+    /// the session. Ending closes no window by event.
     static int run(int argc, char** argv, const MainInterfaceFactory& mainInterface);
 
     /// Null outside run().
@@ -64,12 +72,22 @@ class Application : public QObject {
     static QString classNameOfWindow(const QWidget& window);
 
     bool isActive() const;
+    /// Ends the event loop as soon as it runs.
     void terminate();
+
+ protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
     struct Private;
     explicit Application(std::unique_ptr<Private> d);
     ~Application() override;
+
+    void launch(const QString& folder);
+    int enterEventLoop();
+    void sendWillTerminate();
+    void validateMenusSoon();
+
     std::unique_ptr<Private> _d;
 };
 

@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/Application.h"
+
+#include "platform/desktop/Bundle.h"
+#include "platform/desktop/CommandLine.h"
+#include "platform/desktop/MainMenu.h"
+#include "platform/desktop/SystemLog.h"
+#include "platform/desktop/TerminationSignals.h"
+#include "platform/desktop/WindowOrder.h"
+#include "platform/Guard.h"
+#include "platform/PathBytes.h"
+
+#include <QApplication>
+#include <QSessionManager>
+#include <QTimer>
+
+#include <unistd.h>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <span>
+
+namespace platform {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+Application* sharedApplication = nullptr;
+
+constexpr int statusNoDisplay = 1;
+constexpr int statusMisuse = 2;
+/// A session that still runs this long after it announced its end has been called off.
+constexpr auto sessionEndLasts = 60s;
+
+void print(std::FILE* stream, const QByteArray& text) {
+    std::fputs(text.constData(), stream);
+    std::fflush(stream);
+}
+
+/// Help and version, which need no display; nothing when the program is to run.
+std::optional<int> answerWithoutDisplay(std::span<char* const> arguments) {
+    switch (CommandLine::requestWithoutDisplay(arguments)) {
+        case CommandLine::Request::help:
+            print(stdout, usageText());
+            return EXIT_SUCCESS;
+        case CommandLine::Request::version:
+            print(stdout, "tavlin " TAVLIN_VERSION "\n");
+            return EXIT_SUCCESS;
+        default:
+            break;
+    }
+    const auto isPlatformOption = [](const QByteArray& argument) {
+        return argument == "-platform" || argument == "--platform";
+    };
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
+        std::none_of(arguments.begin(), arguments.end(), isPlatformOption)) {
+        print(stderr, "tavlin: there is no display (DISPLAY and WAYLAND_DISPLAY are not set)\n");
+        return statusNoDisplay;
+    }
+    return std::nullopt;
+}
+
+QString currentFolder() {
+    std::array<char, PATH_MAX> path{};
+    return ::getcwd(path.data(), path.size()) != nullptr ? pathFromBytes(path.data()) : QStringLiteral("/");
+}
+
+/// The program's helpers come last on PATH, so that the system's own of the same name go before them. Called
+/// before there is any thread, as setting the environment is not safe afterwards.
+void putHelpersOnSearchPath() {
+    std::array<char, PATH_MAX> program{};
+    if (::readlink("/proc/self/exe", program.data(), program.size() - 1) <= 0)
+        return;
+    const QString prefix =
+        pathByDeletingLastComponent(pathByDeletingLastComponent(pathFromBytes(program.data())));
+    const QByteArray searchPath = qgetenv("PATH");
+    qputenv("PATH", (searchPath.isEmpty() ? QByteArray("/usr/local/bin:/usr/bin:/bin") : searchPath) + ':' +
+                        bytesFromPath(prefix + QStringLiteral("/libexec/tavlin")));
+}
+
+}  // namespace
+
+struct Application::Private {
+    std::unique_ptr<MainInterface> interface;
+    std::unique_ptr<WindowOrder> windowOrder;
+    TerminationSignals signals_;
+    bool isTerminating = false;  ///< terminate() was called
+    bool hasTerminated = false;  ///< the delegate has been told
+    bool isValidationDue = false;
+
+    ApplicationDelegate& delegate() const { return interface->delegate(); }
+};
+
+int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInterface) {
+    const std::span<char* const> all(argv, static_cast<std::size_t>(argc));
+    if (const auto status = answerWithoutDisplay(all.subspan(all.empty() ? 0 : 1)))
+        return *status;
+    putHelpersOnSearchPath();
+    installMessagePattern();
+
+    // Menus belong to the windows here; asking for a global menu would wait for the bus before the first
+    // frame.
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
+    QCoreApplication::setApplicationName(QStringLiteral("tavlin"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TAVLIN_VERSION));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tavlin"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("tavlin"));
+    QApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+
+    const std::span<char* const> own(argv, static_cast<std::size_t>(argc));
+    const CommandLine commandLine = CommandLine::parse(own.subspan(own.empty() ? 0 : 1), currentFolder());
+    if (commandLine.request == CommandLine::Request::misuse) {
+        print(stderr, "tavlin: " + commandLine.problem.toUtf8() + '\n' + usageText());
+        return statusMisuse;
+    }
+
+    auto d = std::make_unique<Private>();
+    Bundle::mainBundle().installTranslators();
+    d->windowOrder = std::make_unique<WindowOrder>(application);
+    d->interface = mainInterface();
+    Application self(std::move(d));
+    self.launch(commandLine.path);
+    return self.enterEventLoop();
+}
+
+Application::Application(std::unique_ptr<Private> d) : _d(std::move(d)) {
+    sharedApplication = this;
+    qApp->installEventFilter(this);
+    connect(&_d->signals_, &TerminationSignals::received, this, &Application::terminate);
+    connect(qApp, &QGuiApplication::lastWindowClosed, this, &Application::terminate);
+    connect(
+        qApp, &QGuiApplication::commitDataRequest, this,
+        [this] {
+            _d->interface->saveState();
+            sendWillTerminate();
+            QTimer::singleShot(sessionEndLasts, this, [this] { _d->hasTerminated = false; });
+        },
+        Qt::DirectConnection);
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive)
+            guarded("applicationWillBecomeActive", [this] { _d->delegate().applicationWillBecomeActive(); });
+    });
+
+    MainMenu& menu = _d->interface->mainMenu();
+    menu.setValidator([this](const MenuItem& item) { return _d->delegate().validateMenuItem(item); });
+    connect(_d->windowOrder.get(), &WindowOrder::windowPolished, &menu, &MainMenu::attachTo);
+    connect(_d->windowOrder.get(), &WindowOrder::changed, this, &Application::validateMenusSoon);
+}
+
+Application::~Application() {
+    disconnect(_d->windowOrder.get(), nullptr, this, nullptr);
+    _d->interface.reset();
+    sharedApplication = nullptr;
+}
+
+Application* Application::shared() {
+    return sharedApplication;
+}
+
+void Application::launch(const QString& folder) {
+    MainInterface& interface = *_d->interface;
+    interface.restoreState();
+    guarded("awakeFromNib", [&] { interface.awake(); });
+    guarded("applicationDidFinishLaunching", [&] { _d->delegate().applicationDidFinishLaunching(); });
+    guarded("openFolder", [&] { interface.openFolder(folder); });
+}
+
+int Application::enterEventLoop() {
+    const int status = _d->isTerminating ? EXIT_SUCCESS : QApplication::exec();
+    _d->isTerminating = true;
+    _d->interface->saveState();
+    sendWillTerminate();
+    if (_d->interface->hasDetachedWork()) {
+        // Destroying what such a thread uses would crash it, and waiting for it would hold the user.
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
+}
+
+void Application::terminate() {
+    _d->isTerminating = true;
+    QCoreApplication::exit(EXIT_SUCCESS);
+}
+
+void Application::sendWillTerminate() {
+    if (std::exchange(_d->hasTerminated, true))
+        return;
+    guarded("applicationWillTerminate", [this] { _d->delegate().applicationWillTerminate(); });
+}
+
+bool Application::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::Quit || watched != qApp)
+        return false;
+    // Left to itself the toolkit would close every window first.
+    terminate();
+    return true;
+}
+
+/// A window that opens or closes is not yet known to its owner: the menus ask when that is done.
+void Application::validateMenusSoon() {
+    if (std::exchange(_d->isValidationDue, true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            _d->isValidationDue = false;
+            _d->interface->mainMenu().validate();
+        },
+        Qt::QueuedConnection);
+}
+
+QList<QWidget*> Application::orderedWindows() const {
+    return _d->windowOrder->windows();
+}
+
+QString Application::classNameOfWindow(const QWidget& window) {
+    return QString::fromLatin1(window.metaObject()->className()).section(QStringLiteral("::"), -1);
+}
+
+bool Application::isActive() const {
+    return QGuiApplication::applicationState() == Qt::ApplicationActive;
+}
+
+}  // namespace platform
