@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QIODevice>
+
+namespace decoder {
+
+/// Random access to an open file by pread(2): the descriptor's own offset, which the program shares, stays as
+/// it is, and a file that is truncated meanwhile reads as ended. The descriptor is borrowed.
+class InputDevice : public QIODevice {
+    Q_OBJECT
+
+ public:
+    explicit InputDevice(int descriptor);
+
+    qint64 size() const override { return _size; }
+    /// The first bytes of the file, fewer when it is shorter.
+    QByteArray head(qsizetype bytes) const;
+    /// `bytes` from `offset` on, fewer at the file's end.
+    QByteArray bytesAt(qint64 offset, qsizetype bytes) const;
+
+ protected:
+    qint64 readData(char* data, qint64 maximum) override;
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+ private:
+    qint64 readAt(qint64 offset, char* data, qint64 maximum) const;
+
+    int _descriptor;
+    qint64 _size = 0;
+};
+
+}  // namespace decoder

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "decoder/protocol/Protocol.h"
+
+namespace decoder {
+
+/// Says that it is ready, then serves requests one after the other until the program closes the socket;
+/// answers the process's exit code.
+int serve(int socket, Role role);
+
+}  // namespace decoder

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/ToolkitLoader.h"
+
+#include "decoder/Finish.h"
+#include "decoder/LoaderMessages.h"
+
+#include <QBuffer>
+#include <QColorSpace>
+#include <QImageReader>
+#include <QPixelFormat>
+
+#include <algorithm>
+
+namespace decoder {
+
+namespace {
+
+Failure failureOf(const QImageReader& reader) {
+    const QByteArray said = takeLoaderMessage();
+    const bool outOfMemory = said.contains("nsufficient memory") || said.contains("allocation limit");
+    return {outOfMemory ? Status::tooLarge : Status::damaged,
+            said.isEmpty() ? reader.errorString().toUtf8() : said};
+}
+
+/// Whether decoding would need more than is allowed, told by the header alone.
+bool isTooLarge(QSize size, Format format, QImage::Format pixels) {
+    const qint64 count = qint64(size.width()) * size.height();
+    if (format == Format::jpeg)
+        return count > kMaximumPixels;
+    const int bits = pixels == QImage::Format_Invalid ? 32 : QImage::toPixelFormat(pixels).bitsPerPixel();
+    return count > kMaximumPixelBytes / std::max(4, bits / 8);
+}
+
+/// Of an icon's several pictures the smallest that is large enough, or the largest.
+void selectIcon(QImageReader& reader, int pixelSize) {
+    int best = 0;
+    int bestSide = 0;
+    const int count = std::min(reader.imageCount(), 256);
+    for (int i = 0; i < count && reader.jumpToImage(i); ++i) {
+        const int side = std::max(reader.size().width(), reader.size().height());
+        const bool better = bestSide < pixelSize ? side > bestSide : side >= pixelSize && side < bestSide;
+        if (better) {
+            best = i;
+            bestSide = side;
+        }
+    }
+    reader.jumpToImage(best);
+}
+
+}  // namespace
+
+const char* toolkitFormat(Format format) {
+    switch (format) {
+        case Format::jpeg:
+            return "jpeg";
+        case Format::png:
+            return "png";
+        case Format::gif:
+            return "gif";
+        case Format::webp:
+            return "webp";
+        case Format::tiff:
+            return "tiff";
+        case Format::bmp:
+            return "bmp";
+        case Format::ico:
+            return "ico";
+        case Format::portableMap:
+            return "ppm";
+        default:
+            return nullptr;
+    }
+}
+
+void loadToolkitFormats() {
+    constexpr int kAllocationLimit = int(kMaximumPixelBytes >> 20);
+    QImageReader::setAllocationLimit(kAllocationLimit);
+    for (const char* format : {"jpeg", "png", "gif", "webp", "tiff", "bmp", "ico", "ppm"}) {
+        QBuffer empty;
+        empty.open(QIODevice::ReadOnly);
+        QImageReader reader(&empty, format);
+        reader.setAutoDetectImageFormat(false);
+        reader.canRead();
+    }
+}
+
+Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& options) {
+    takeLoaderMessage();
+    QImageReader reader(&device, toolkitFormat(format));
+    reader.setAutoDetectImageFormat(false);
+    reader.setAutoTransform(false);
+    if (format == Format::ico)
+        selectIcon(reader, options.pixelSize);
+    const QSize fullSize = reader.size();
+    if (fullSize.isValid() && isTooLarge(fullSize, format, reader.imageFormat()))
+        return Failure{Status::tooLarge, {}};
+    const auto transformation = options.transformation.value_or(reader.transformation());
+    if (fullSize.isValid() && fittedSize(fullSize, options.pixelSize) != fullSize)
+        reader.setScaledSize(fittedSize(fullSize, options.pixelSize));
+    QImage image = reader.read();
+    if (image.isNull())
+        return failureOf(reader);
+    const QSize shownSize = fullSize.isValid() ? fullSize : image.size();
+    return finish(std::move(image), shownSize, transformation, options.pixelSize);
+}
+
+Result loadStoredThumbnail(QIODevice& device) {
+    takeLoaderMessage();
+    QImageReader reader(&device, "png");
+    reader.setAutoDetectImageFormat(false);
+    const QSize size = reader.size();
+    if (size.width() > kMaximumPixelSize || size.height() > kMaximumPixelSize)
+        return Failure{Status::tooLarge, {}};
+    const QImage image = reader.read();
+    if (image.isNull())
+        return failureOf(reader);
+    Picture picture = finish(image, image.size(), QImageIOHandler::TransformationNone, kMaximumPixelSize);
+    for (const QString& key : image.textKeys())
+        picture.texts.insert(key.toUtf8(), image.text(key).toUtf8());
+    return picture;
+}
+
+}  // namespace decoder

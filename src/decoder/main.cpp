@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/Decoding.h"
+#include "decoder/Limits.h"
+#include "decoder/LoaderMessages.h"
+#include "decoder/Server.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+std::optional<decoder::Role> roleOf(int argc, char** argv) {
+    if (argc != 3 || std::string_view(argv[1]) != "--role")
+        return std::nullopt;
+    for (const decoder::Role role : {decoder::Role::common, decoder::Role::rare}) {
+        if (std::string_view(argv[2]) == decoder::roleName(role))
+            return role;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+/// Opens pictures for the program, which starts it and talks to it through descriptor 3. See
+/// protocol/Protocol.h.
+int main(int argc, char** argv) {
+    const auto role = roleOf(argc, argv);
+    if (!role) {
+        std::fputs("tavlin-decoder is started by tavlin\n", stderr);
+        return EXIT_FAILURE;
+    }
+    decoder::setLimits();
+    decoder::collectLoaderMessages();
+    const QCoreApplication application(argc, argv);
+    if (!decoder::prepare(*role))
+        return EXIT_FAILURE;
+    return decoder::serve(decoder::kSocketDescriptor, *role);
+}

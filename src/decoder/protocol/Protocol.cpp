@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/protocol/Protocol.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+
+namespace decoder {
+
+namespace {
+
+constexpr int kSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+constexpr std::uint64_t kMaximumPackedTexts = kMaximumTexts * (kMaximumTextBytes + 2 * sizeof(std::uint32_t));
+
+void appendNumber(QByteArray& bytes, std::size_t number) {
+    const auto value = static_cast<std::uint32_t>(number);
+    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+std::optional<std::uint32_t> takeNumber(QByteArrayView& bytes) {
+    std::uint32_t value = 0;
+    if (bytes.size() < qsizetype(sizeof value))
+        return std::nullopt;
+    std::memcpy(&value, bytes.data(), sizeof value);
+    bytes = bytes.sliced(sizeof value);
+    return value;
+}
+
+}  // namespace
+
+const char* roleName(Role role) {
+    return role == Role::rare ? "rare" : "common";
+}
+
+bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id) {
+    return size == sizeof response && response.magic == kMagic && response.version == kVersion &&
+           response.id == id;
+}
+
+std::optional<PictureLayout> checkedLayout(const Response& response, int maximumSide) {
+    const bool formatKnown =
+        response.format == PixelFormat::rgb32 || response.format == PixelFormat::argb32Premultiplied;
+    const bool sizesSane = response.width >= 1 && response.width <= maximumSide && response.height >= 1 &&
+                           response.height <= maximumSide && response.fullWidth >= 1 &&
+                           response.fullHeight >= 1;
+    if (!formatKnown || !sizesSane || response.stride != response.width * 4 ||
+        response.textBytes > kMaximumPackedTexts)
+        return std::nullopt;
+    PictureLayout layout;
+    layout.pixelBytes =
+        static_cast<std::uint64_t>(response.stride) * static_cast<std::uint64_t>(response.height);
+    layout.totalBytes = layout.pixelBytes + response.textBytes;
+    return layout;
+}
+
+bool isSealedMemory(int descriptor, std::uint64_t bytes) {
+    const int seals = ::fcntl(descriptor, F_GET_SEALS);
+    struct stat status {};
+    return seals >= 0 && (seals & kSeals) == kSeals && ::fstat(descriptor, &status) == 0 &&
+           S_ISREG(status.st_mode) && static_cast<std::uint64_t>(status.st_size) == bytes;
+}
+
+bool sealMemory(int descriptor) {
+    return ::fcntl(descriptor, F_ADD_SEALS, kSeals) == 0;
+}
+
+QByteArray packTexts(const Texts& texts) {
+    QByteArray packed;
+    std::size_t count = 0;
+    for (auto text = texts.cbegin(); text != texts.cend() && count < kMaximumTexts; ++text) {
+        if (static_cast<std::size_t>(text.key().size() + text.value().size()) > kMaximumTextBytes)
+            continue;
+        appendNumber(packed, static_cast<std::size_t>(text.key().size()));
+        appendNumber(packed, static_cast<std::size_t>(text.value().size()));
+        packed.append(text.key()).append(text.value());
+        ++count;
+    }
+    return packed;
+}
+
+std::optional<Texts> unpackTexts(QByteArrayView bytes) {
+    Texts texts;
+    for (std::size_t count = 0; !bytes.isEmpty(); ++count) {
+        const auto keySize = takeNumber(bytes);
+        const auto textSize = takeNumber(bytes);
+        if (count == kMaximumTexts || !keySize || !textSize || *keySize > kMaximumTextBytes ||
+            *textSize > kMaximumTextBytes - *keySize ||
+            qsizetype(*keySize) + qsizetype(*textSize) > bytes.size())
+            return std::nullopt;
+        texts.insert(bytes.first(*keySize).toByteArray(), bytes.sliced(*keySize, *textSize).toByteArray());
+        bytes = bytes.sliced(qsizetype(*keySize) + qsizetype(*textSize));
+    }
+    return texts;
+}
+
+}  // namespace decoder

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+
+#include <cstdint>
+#include <optional>
+#include <type_traits>
+
+/// What the program and tavlin-decoder agree on. They talk over one SOCK_SEQPACKET socket pair, one
+/// fixed-size message each way: a Request with the picture file's descriptor attached, a Response with a
+/// sealed memfd attached when there are pixels. The program trusts nothing that a decoder answers; see
+/// checkResponse(). Both sides are always of one build, so integers travel in the machine's own byte order.
+namespace decoder {
+
+inline constexpr std::uint32_t kMagic = 0x4c564154;  // "TAVL"
+inline constexpr std::uint16_t kVersion = 1;
+/// The socket's descriptor number in the decoder; 0 and 1 are /dev/null, 2 is the program's standard error.
+inline constexpr int kSocketDescriptor = 3;
+
+inline constexpr int kMaximumPixelSize = 8192;  ///< of an answer's longer side
+inline constexpr std::size_t kMaximumTexts = 32;
+inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its text
+
+/// The names of the roles on the command line: `tavlin-decoder --role common`. The common one starts quickly;
+/// the rare one loads the libraries of the rarer formats.
+enum class Role : std::uint16_t { common, rare };
+const char* roleName(Role role);
+
+enum class RequestKind : std::uint16_t { thumbnail = 1, embeddedPreview = 2, storedThumbnail = 3 };
+
+enum class Status : std::uint16_t {
+    ready = 1,  ///< said once, unasked, with id 0: everything is loaded and requests are served
+    picture,
+    notImage,
+    damaged,
+    tooLarge,
+    noPreview,
+    otherRole,  ///< the format is for the rare role: ask that one
+};
+
+/// 32 bits a pixel, as QImage's formats of these names lay them out.
+enum class PixelFormat : std::uint16_t { none, rgb32, argb32Premultiplied };
+
+struct Request {
+    std::uint32_t magic = kMagic;
+    std::uint16_t version = kVersion;
+    RequestKind kind = RequestKind::thumbnail;
+    std::uint64_t id = 0;        ///< comes back in the response; not 0
+    std::int32_t pixelSize = 0;  ///< 1 to kMaximumPixelSize
+    std::int32_t reserved[11] = {};
+};
+static_assert(sizeof(Request) == 64 && std::is_trivially_copyable_v<Request>);
+
+/// The memfd holds stride × height bytes of pixels and then textBytes bytes of packed texts, and nothing
+/// else.
+struct Response {
+    std::uint32_t magic = kMagic;
+    std::uint16_t version = kVersion;
+    Status status = Status::damaged;
+    std::uint64_t id = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t stride = 0;  ///< bytes
+    PixelFormat format = PixelFormat::none;
+    std::uint16_t reserved = 0;
+    std::int32_t fullWidth = 0;  ///< of the whole picture, upright
+    std::int32_t fullHeight = 0;
+    std::uint64_t textBytes = 0;
+    char message[208] = {};  ///< UTF-8, ends with NUL
+};
+static_assert(sizeof(Response) == 256 && std::is_trivially_copyable_v<Response>);
+
+/// What the program may do with a picture response: sizes are sane and these many bytes are to be there.
+struct PictureLayout {
+    std::uint64_t pixelBytes = 0;
+    std::uint64_t totalBytes = 0;
+};
+
+/// Whether a response of `size` received bytes is one to the request with this id.
+bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id);
+/// The layout of a picture's memory, or nothing when a figure is out of bounds or contradicts another.
+std::optional<PictureLayout> checkedLayout(const Response& response, int maximumSide);
+/// Whether `descriptor` is shared memory of exactly these many bytes that nobody can change any more.
+bool isSealedMemory(int descriptor, std::uint64_t bytes);
+/// Seals memory against shrinking, growing, writing and further seals; false when the system refuses.
+bool sealMemory(int descriptor);
+
+using Texts = QHash<QByteArray, QByteArray>;
+/// Texts that fit the bounds, packed; others are left out.
+QByteArray packTexts(const Texts& texts);
+/// The reverse; nothing when the bytes are no packed texts.
+std::optional<Texts> unpackTexts(QByteArrayView bytes);
+
+}  // namespace decoder
