@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "images/ImageBrowserDataSource.h"
+
+#include "images/ImageLoad.h"
+#include "places/FileBrowserDataSource.h"
+#include "places/FileSystemItem.h"
+#include "platform/FileAccess.h"
+#include "platform/views/Control.h"
+#include "platform/views/OutlineView.h"
+#include "support/Logging.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <chrono>
+
+namespace {
+
+const ImageListRef& noImages() {
+    static const ImageListRef list = std::make_shared<const ImageList>();
+    return list;
+}
+
+}  // namespace
+
+ImageBrowserDataSource::ImageBrowserDataSource(QObject* parent)
+    : QObject(parent),
+      _images(noImages()),
+      _importedImages(noImages()),
+      _meeting(std::make_shared<ImageLoadMeeting>(
+          this, [this](const std::shared_ptr<ImageLoad>& load) { finishLoad(load); })),
+      _progressTimer(new QTimer(this)) {
+    using namespace std::chrono_literals;
+    _progressTimer->setInterval(100ms);
+    connect(_progressTimer, &QTimer::timeout, this, [this] { Q_EMIT numberFoundChanged(numberFound()); });
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+            &ImageBrowserDataSource::stopLoading);
+}
+
+ImageBrowserDataSource::~ImageBrowserDataSource() {
+    stopLoading();
+}
+
+void ImageBrowserDataSource::setImageBrowserView(platform::ImageBrowserView* view) {
+    _imageBrowserView = view;
+    _meeting->setView(view);
+}
+
+void ImageBrowserDataSource::awakeFromNib() {
+    setImages(noImages());
+    _importedImages = noImages();
+    _imageBrowserView->setAllowsReordering(false);
+    _imageBrowserView->setDraggingDestinationDelegate(this);
+    zoomSliderDidChange(*_imageBrowserSizeSlider);
+    _imageBrowserView->setCellsStyleMask(platform::cellsStyleShadowed | platform::cellsStyleTitled);
+}
+
+void ImageBrowserDataSource::reloadWithPath(const std::optional<QString>& path) {
+    constexpr const char* name = "-[ImageBrowserDataSource reloadWithPath:]";
+    logWithMethodName(name, 95, u"Reloading for path: %@", path);
+    if (!path)
+        return;
+    logWithMethodName(name, 104, u"urls: %@", [&] { return QStringList{*path}; });
+    if (_load != nullptr && _load->paths().constFirst() == *path)
+        _reloadsAgain = true;
+    else
+        startLoad(*path);
+}
+
+void ImageBrowserDataSource::startLoad(const QString& path) {
+    constexpr const char* name = "-[ImageBrowserDataSource reloadWithPath:]";
+    if (_load != nullptr)
+        _load->stop();
+    _reloadsAgain = false;
+    auto load = std::make_shared<ImageLoad>(QStringList{path}, _meeting);
+    logWithMethodName(name, 107, u"Detaching new thread...");
+    const bool isDetached = load->detach();
+    if (isDetached)
+        logWithMethodName(name, 109, u"Detaching new thread...DONE");
+    else
+        logWithMethodName(name, currentLine(), u"No thread could be started, nothing is loaded.");
+    setLoad(isDetached ? std::move(load) : nullptr);
+}
+
+void ImageBrowserDataSource::setLoad(std::shared_ptr<ImageLoad> load) {
+    const bool wasLoading = isLoading();
+    _load = std::move(load);
+    _imageBrowserView->setLoading(isLoading() && _load->paths().constFirst() != _shownPath);
+    if (isLoading() == wasLoading)
+        return;
+    if (isLoading())
+        _progressTimer->start();
+    else
+        _progressTimer->stop();
+    Q_EMIT loadingChanged(isLoading());
+}
+
+void ImageBrowserDataSource::finishLoad(const std::shared_ptr<ImageLoad>& load) {
+    if (load != _load)
+        return;
+    if (load->prepared().merged != nullptr) {
+        _prepared = load->prepared();
+        _importedImages = _prepared.imported;
+        _shownPath = load->paths().constFirst();
+        updateDatasource();
+    }
+    if (_reloadsAgain)
+        startLoad(load->paths().constFirst());
+    else
+        setLoad(nullptr);
+}
+
+void ImageBrowserDataSource::stopLoading() {
+    _meeting->close();
+    if (_load != nullptr)
+        _load->stop();
+    _load.reset();
+    _progressTimer->stop();
+}
+
+void ImageBrowserDataSource::updateDatasource() {
+    const ImageSortOrder order = imageSortOrderSetting();
+    if (!_prepared.isMadeOf(_images, _importedImages, order))
+        _prepared = preparedMerge(_images, _importedImages, order);
+    _imageBrowserView->prepareForReload();
+    setImages(_prepared.merged);
+    _prepared = {};
+    _importedImages = noImages();
+    _imageBrowserView->reloadData();
+    Q_EMIT itemsChanged();
+}
+
+void ImageBrowserDataSource::reloadCurrentlyViewedContents() {
+    const int row = _fileBrowserOutlineView->selectedRow();
+    if (row == 0)
+        return;
+    const auto* item = static_cast<FileSystemItem*>(_fileBrowserOutlineView->itemAtRow(row));
+    reloadWithPath(item != nullptr ? std::optional(item->fullPath()) : std::nullopt);
+}
+
+void ImageBrowserDataSource::setImages(ImageListRef images) {
+    _images = std::move(images);
+    _meeting->setShownImages(_images);
+}
+
+QString ImageBrowserDataSource::pathAtIndex(std::size_t index) const {
+    return _images->at(index)->imagePath();
+}
+
+QString ImageBrowserDataSource::urlAtIndex(std::size_t index) const {
+    return pathAtIndex(index);
+}
+
+bool ImageBrowserDataSource::isFolderAtIndex(std::size_t index) const {
+    return platform::isExistingFolder(pathAtIndex(index));
+}
+
+platform::IndexSet ImageBrowserDataSource::selectedItems() const {
+    return _imageBrowserView->selectionIndexes();
+}
+
+std::size_t ImageBrowserDataSource::numberFound() const {
+    return _load != nullptr ? _load->numberFound() : 0;
+}
+
+std::size_t ImageBrowserDataSource::numberOfItemsInImageBrowser(platform::ImageBrowserView&) {
+    const std::size_t count = _images->size();
+    logWithMethodName("-[ImageBrowserDataSource numberOfItemsInImageBrowser:]", 68, u"c: %i", count);
+    return count;
+}
+
+platform::ImageBrowserItem* ImageBrowserDataSource::imageBrowserItemAtIndex(platform::ImageBrowserView&,
+                                                                            std::size_t index) {
+    return _images->at(index).data();
+}

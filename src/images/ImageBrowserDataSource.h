@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "images/ImageMerge.h"
+#include "images/ImageObject.h"
+
+#include "platform/IndexSet.h"
+#include "platform/views/ImageBrowserView.h"
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class FileBrowserDataSource;
+class FileSystemItem;
+class ImageLoad;
+class ImageLoadMeeting;
+class QTimer;
+
+namespace platform {
+class Control;
+class OutlineView;
+class TableView;
+}  // namespace platform
+
+/// Owns the list that the image browser shows, fills it from the folder selected in the places outline, and
+/// answers what the user does in the image browser. Main thread only; each load runs on a detached thread of
+/// its own (ImageLoad), and the shown list changes only on the main thread, once a load.
+///
+/// The list belongs to the place asked for last. A load overtaken by one of another path ends early and
+/// merges nothing; a request for the path that is being loaded waits for that load, at most one. Until the
+/// merge the view shows what it showed, dimmed when another path is coming.
+class ImageBrowserDataSource : public QObject,
+                               public platform::ImageBrowserViewDataSource,
+                               public platform::ImageBrowserViewDelegate,
+                               public platform::DraggingDestination {
+    Q_OBJECT
+
+ public:
+    explicit ImageBrowserDataSource(QObject* parent = nullptr);
+    /// Waits for no load: those under way end by themselves and merge nothing.
+    ~ImageBrowserDataSource() override;
+
+    /// The outlets, all borrowed; set before awakeFromNib(), and valid until this object or the main loop
+    /// ends.
+    void setImageBrowserView(platform::ImageBrowserView* view);
+    void setImageBrowserSizeSlider(platform::Control* slider) { _imageBrowserSizeSlider = slider; }
+    void setScriptsTableView(platform::TableView* table) { _scriptsTableView = table; }
+    void setFileBrowserOutlineView(platform::OutlineView* outline) { _fileBrowserOutlineView = outline; }
+    void setFileBrowserDataSource(FileBrowserDataSource* dataSource) { _fileBrowserDataSource = dataSource; }
+
+    /// Opens an image window by its interface description's name, with this object as sender, for a path.
+    using ImageWindowOpener =
+        std::function<void(const QString& nibName, ImageBrowserDataSource& sender, const QString& path)>;
+    void setImageWindowOpener(ImageWindowOpener opener) { _imageWindowOpener = std::move(opener); }
+
+    /// Once, after the outlets are set.
+    void awakeFromNib();
+
+    /// Starts loading the folder (or file) and returns at once; an absent path does nothing.
+    void reloadWithPath(const std::optional<QString>& path);
+    /// Reloads the folder selected in the places outline, unless that is the outline's first row.
+    void reloadCurrentlyViewedContents();
+    /// Merges _importedImages into _images, sorts as the settings say and has the view reload.
+    void updateDatasource();
+
+    /// Indexes are not checked beyond the list's own exception.
+    QString pathAtIndex(std::size_t index) const;
+    /// The same path: no URL.
+    QString urlAtIndex(std::size_t index) const;
+    /// Whether an existing folder is at the item's path.
+    bool isFolderAtIndex(std::size_t index) const;
+    platform::IndexSet selectedItems() const;
+    std::size_t numberOfImages() const { return _images->size(); }
+
+    /// Whether a load that will be merged is under way, and how many items it has found.
+    bool isLoading() const { return _load != nullptr; }
+    std::size_t numberFound() const;
+
+    std::size_t numberOfItemsInImageBrowser(platform::ImageBrowserView& view) override;
+    platform::ImageBrowserItem* imageBrowserItemAtIndex(platform::ImageBrowserView& view,
+                                                        std::size_t index) override;
+
+    void imageBrowserCellWasDoubleClickedAtIndex(platform::ImageBrowserView& view,
+                                                 std::size_t index) override;
+    /// Moves the items so that they end up together, in their order, before what is at `destination` now.
+    /// Always true.
+    bool imageBrowserMoveItemsAtIndexesToIndex(platform::ImageBrowserView& view,
+                                               const platform::IndexSet& indexes, std::size_t destination);
+    void imageBrowserRemoveItemsAtIndexes(platform::ImageBrowserView& view,
+                                          const platform::IndexSet& indexes) override;
+    void imageBrowserSelectionDidChange(platform::ImageBrowserView& view) override;
+
+    /// Any drag would be copied, and every drop is refused.
+    int draggingEntered() override { return 1; }
+    int draggingUpdated() override { return 1; }
+    bool performDragOperation() override { return false; }
+
+    /// The zoom slider's action.
+    void zoomSliderDidChange(const platform::Control& sender);
+
+ Q_SIGNALS:
+    void loadingChanged(bool isLoading);
+    /// While a load runs, about ten times a second.
+    void numberFoundChanged(std::size_t numberFound);
+    /// The view has been given a new list.
+    void itemsChanged();
+
+ private:
+    void startLoad(const QString& path);
+    void finishLoad(const std::shared_ptr<ImageLoad>& load);
+    void setLoad(std::shared_ptr<ImageLoad> load);
+    void stopLoading();
+    void setImages(ImageListRef images);
+    void openFolderOfItem(std::size_t index, FileSystemItem* place);
+    void openSelectedFiles();
+
+    platform::ImageBrowserView* _imageBrowserView = nullptr;
+    platform::Control* _imageBrowserSizeSlider = nullptr;
+    platform::TableView* _scriptsTableView = nullptr;
+    platform::OutlineView* _fileBrowserOutlineView = nullptr;
+    FileBrowserDataSource* _fileBrowserDataSource = nullptr;
+    ImageListRef _images;
+    ImageListRef _importedImages;  ///< what the next merge takes; empty between merges
+
+    PreparedMerge _prepared;
+
+    ImageWindowOpener _imageWindowOpener;
+    std::shared_ptr<ImageLoadMeeting> _meeting;
+    std::shared_ptr<ImageLoad> _load;   ///< the load of the place asked for last, null when it is done
+    bool _reloadsAgain = false;         ///< a request for that same place waits
+    std::optional<QString> _shownPath;  ///< the place whose items are shown
+    QTimer* _progressTimer;
+};

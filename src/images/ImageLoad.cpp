@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "images/ImageLoad.h"
+
+#include "platform/desktop/UserDefaults.h"
+#include "platform/Guard.h"
+#include "platform/views/ImageBrowserView.h"
+#include "settings/PreferenceKeys.h"
+#include "settings/PreferencesDictionary.h"
+#include "support/Logging.h"
+
+#include <QMetaObject>
+#include <QObject>
+
+#include <system_error>
+#include <thread>
+
+namespace {
+
+constexpr const char* addPathsName = "-[ImageBrowserDataSource addImagesWithPaths:]";
+
+}  // namespace
+
+void ImageLoadMeeting::close() {
+    const std::scoped_lock guard(_lock);
+    _context = nullptr;
+    _view = nullptr;
+    _isDone.notify_all();
+}
+
+void ImageLoadMeeting::setView(platform::ImageBrowserView* view) {
+    const std::scoped_lock guard(_lock);
+    _view = view;
+}
+
+void ImageLoadMeeting::setShownImages(ImageListRef images) {
+    const std::scoped_lock guard(_lock);
+    _shownImages.swap(images);
+}
+
+void ImageLoadMeeting::setAnimates(bool animates) {
+    const std::scoped_lock guard(_lock);
+    if (_view != nullptr)
+        _view->setAnimates(animates);
+}
+
+ImageListRef ImageLoadMeeting::shownImages() const {
+    const std::scoped_lock guard(_lock);
+    return _shownImages;
+}
+
+void ImageLoadMeeting::mergeAndWait(const std::shared_ptr<ImageLoad>& load) {
+    std::unique_lock guard(_lock);
+    if (_context == nullptr)
+        return;
+    QMetaObject::invokeMethod(
+        _context,
+        [this, load] {
+            platform::guarded("merging images", [&] { _merge(load); });
+            const std::scoped_lock mergeGuard(_lock);
+            load->_isMerged = true;
+            _isDone.notify_all();
+        },
+        Qt::QueuedConnection);
+    _isDone.wait(guard, [&] { return load->_isMerged || _context == nullptr; });
+}
+
+bool ImageLoad::detach() {
+    try {
+        std::thread([load = shared_from_this()] { load->addImagesWithPaths(); }).detach();
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
+}
+
+void ImageLoad::addImagesWithPaths() {
+    logWithMethodName(addPathsName, 132, u"Start");
+    platform::guarded("loading images", [this] {
+        collect();
+        if (!isStopped())
+            _prepared =
+                preparedMerge(_meeting->shownImages(), std::make_shared<const ImageList>(_walk.takeImages()),
+                              imageSortOrderSetting());
+    });
+    if (!isStopped())
+        _meeting->mergeAndWait(shared_from_this());
+    _prepared = {};
+    logWithMethodName(addPathsName, 163, u"End");
+}
+
+void ImageLoad::collect() {
+    logWithMethodName(addPathsName, 137, u"appGlobals: %@", [] { return appGlobals->description(); });
+    const QVariant animation = appGlobals->objectForKey(PreferenceKeys::imageBrowserAnimation);
+    const bool animates = platform::boolReading(animation);
+    logWithMethodName(addPathsName, 139, u"setAnimates to: %@", animation);
+    logWithMethodName(addPathsName, 141, u"setAnimates to: %i", animates);
+    _meeting->setAnimates(animates);
+
+    logWithMethodName(addPathsName, 146, u"Got %i urls.", _paths.size());
+    for (qsizetype i = 0; i < _paths.size() && !isStopped(); ++i) {
+        logWithMethodName(addPathsName, 149, u"Adding from URL (path) %i...", i);
+        logWithMethodName(addPathsName, 152, u"path: %@", _paths[i]);
+        const bool recursive =
+            platform::boolReading(appGlobals->objectForKey(PreferenceKeys::imageBrowserRecursive));
+        logWithMethodName(addPathsName, 154, u"recursively: %i", recursive);
+        _walk.addImagesWithPathRecursive(_paths[i], recursive);
+    }
+}
