@@ -8,6 +8,7 @@
 #include <QDebug>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace logging {
@@ -24,14 +25,20 @@ long long wholePart(double value) {
     return value < -bound ? std::numeric_limits<long long>::min() : static_cast<long long>(value);
 }
 
+QString hexadecimal(long long number) {
+    return QStringLiteral("0x") + QString::number(static_cast<unsigned long long>(number), 16);
+}
+
 QString filledIn(char16_t directive, const Argument& argument) {
     const bool wantsInteger = directive == u'i' || directive == u'd' || directive == u'u';
     if (wantsInteger && argument.kind == Argument::Kind::floating)
         return QString::number(wholePart(argument.floating));
-    if (directive == u'f' && argument.kind != Argument::Kind::text) {
-        const bool isFloating = argument.kind == Argument::Kind::floating;
-        return QString::number(isFloating ? argument.floating : static_cast<double>(argument.integer), 'f');
-    }
+    if (directive == u'f' && argument.kind == Argument::Kind::floating)
+        return QString::number(argument.floating, 'f');
+    if (directive == u'f' && argument.kind == Argument::Kind::integer)
+        return QString::number(static_cast<double>(argument.integer), 'f');
+    if (directive == u'p' && argument.kind == Argument::Kind::address)
+        return hexadecimal(argument.integer);
     return argument.text;
 }
 
@@ -100,7 +107,10 @@ Argument describeFloating(double value) {
 }
 
 Argument describeAddress(const void* address) {
-    return {.text = QStringLiteral("0x") + QString::number(reinterpret_cast<quintptr>(address), 16)};
+    const auto number = static_cast<long long>(reinterpret_cast<std::intptr_t>(address));
+    return {.text = address == nullptr ? describeNothing().text : hexadecimal(number),
+            .kind = Argument::Kind::address,
+            .integer = number};
 }
 
 Argument describeNothing() {

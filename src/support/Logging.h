@@ -22,7 +22,7 @@ bool isEnabled();
 
 /// One argument of a log line, described. `text` serves every directive but where `kind` has a better answer.
 struct Argument {
-    enum class Kind { text, integer, floating };
+    enum class Kind { text, integer, floating, address };
 
     QString text;
     Kind kind = Kind::text;

@@ -3,8 +3,12 @@
 
 namespace platform {
 
-/// Gives every line of the system log (standard error) its header: time, the program's name and process id,
-/// and the category where it has one of its own. Once, at start-up, before the first line.
-void installMessagePattern();
+/// From now on every line of the system log (standard error) has a header (time, the program's name and
+/// process id, and the category where it has one of its own) and is written whole, whatever its length and
+/// thread. Once, at start-up, before the first line.
+void installSystemLog();
+inline void installMessagePattern() {
+    installSystemLog();
+}
 
 }  // namespace platform

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/UserDefaults.h"
 
+#include "platform/Guard.h"
+
+#include <QCoreApplication>
 #include <QFile>
 #include <QLoggingCategory>
 #include <QSettings>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace platform {
 
@@ -30,8 +36,31 @@ void keepCorruptFile(const QString& path) {
         copy = path + QStringLiteral(".corrupt.%1").arg(number);
     }
     const bool isKept = QFile::copy(path, copy);
-    qCWarning(defaultsLog, "%ls cannot be read whole; %ls %ls", qUtf16Printable(path),
-              isKept ? u"it is kept as" : u"it could not be copied to", qUtf16Printable(copy));
+    qCWarning(defaultsLog, "%ls cannot be read whole; %s %ls", qUtf16Printable(path),
+              isKept ? "it is kept as" : "it could not be copied to", qUtf16Printable(copy));
+}
+
+std::unique_ptr<QSettings> openSettings(const QString& path) {
+    auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+    if (settings->status() == QSettings::FormatError)
+        keepCorruptFile(path);
+    else if (settings->status() == QSettings::AccessError)
+        qCWarning(defaultsLog, "The settings in %ls cannot be read.", qUtf16Printable(path));
+    return settings;
+}
+
+void writeSettings(const QString& path, const QMap<QString, QVariantMap>& dictionaries) {
+    const auto settings = openSettings(path);
+    for (auto group = dictionaries.cbegin(); group != dictionaries.cend(); ++group) {
+        settings->beginGroup(group.key());
+        settings->remove({});
+        for (auto entry = group->cbegin(); entry != group->cend(); ++entry)
+            settings->setValue(entry.key(), entry.value());
+        settings->endGroup();
+    }
+    settings->sync();
+    if (settings->status() == QSettings::AccessError)
+        qCWarning(defaultsLog, "The settings cannot be written to %ls.", qUtf16Printable(path));
 }
 
 int heldWithinInt(double value) {
@@ -70,45 +99,63 @@ int integerReadingOfText(QStringView text) {
 }  // namespace
 
 UserDefaults& UserDefaults::standardUserDefaults() {
-    static UserDefaults defaults;
+    static UserDefaults defaults(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                                 QStringLiteral("/tavlin/tavlin.conf"));
+    [[maybe_unused]] static const bool isRegistered = [] {
+        qAddPostRoutine([] { defaults.synchronize(); });
+        return true;
+    }();
     return defaults;
 }
 
-UserDefaults::UserDefaults()
-    : _settings(std::make_unique<QSettings>(
-          QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-              QStringLiteral("/tavlin/tavlin.conf"),
-          QSettings::IniFormat)) {
-    if (_settings->status() == QSettings::FormatError)
-        keepCorruptFile(filePath());
+UserDefaults::UserDefaults(const QString& filePath) : _filePath(filePath) {
+    const auto settings = openSettings(_filePath);
+    for (const QString& group : settings->childGroups()) {
+        QVariantMap& dictionary = _dictionaries[group];
+        settings->beginGroup(group);
+        for (const QString& key : settings->allKeys())
+            dictionary.insert(key, settings->value(key));
+        settings->endGroup();
+    }
 }
 
-UserDefaults::~UserDefaults() = default;
+UserDefaults::~UserDefaults() {
+    synchronize();
+}
 
-std::optional<QVariantMap> UserDefaults::dictionaryForKey(const QString& key) {
-    if (!_settings->childGroups().contains(key))
-        return std::nullopt;
-    QVariantMap dictionary;
-    _settings->beginGroup(key);
-    for (const QString& entry : _settings->allKeys())
-        dictionary.insert(entry, _settings->value(entry));
-    _settings->endGroup();
-    return dictionary;
+std::optional<QVariantMap> UserDefaults::dictionaryForKey(const QString& key) const {
+    const auto found = _dictionaries.find(key);
+    return found == _dictionaries.end() ? std::nullopt : std::optional(*found);
 }
 
 void UserDefaults::setDictionaryForKey(const QVariantMap& dictionary, const QString& key) {
-    _settings->remove(key);
-    _settings->beginGroup(key);
-    for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
-        _settings->setValue(entry.key(), entry.value());
-    _settings->endGroup();
-    _settings->sync();
-    if (_settings->status() != QSettings::NoError)
-        qCWarning(defaultsLog, "The settings cannot be written to %ls.", qUtf16Printable(filePath()));
+    _dictionaries.insert(key, dictionary);
+    {
+        const std::scoped_lock guard(_lock);
+        _pending.insert(key, dictionary);
+        if (std::exchange(_isWriting, true))
+            return;
+    }
+    _writer = std::jthread([this] { writePending(); });
 }
 
-QString UserDefaults::filePath() const {
-    return _settings->fileName();
+void UserDefaults::synchronize() {
+    if (_writer.joinable())
+        _writer.join();
+}
+
+void UserDefaults::writePending() {
+    for (;;) {
+        QMap<QString, QVariantMap> dictionaries;
+        {
+            const std::scoped_lock guard(_lock);
+            dictionaries.swap(_pending);
+            _isWriting = !dictionaries.isEmpty();
+            if (!_isWriting)
+                return;
+        }
+        guarded("Writing the settings", [&] { writeSettings(_filePath, dictionaries); });
+    }
 }
 
 bool boolReading(const QVariant& value) {
