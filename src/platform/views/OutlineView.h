@@ -50,7 +50,9 @@ class OutlineViewDelegate {
 };
 
 /// A tree of rows over a pull-style data source, one column. Main thread only; borrows its data source and
-/// delegate.
+/// delegate. Children are asked for when their parent is expanded, and whether a row can have any when it is
+/// drawn. Rows are numbered from the top through all that is expanded. Texts show as displayablePath()
+/// answers them.
 class OutlineView : public QTreeView {
     Q_OBJECT
 
@@ -68,23 +70,36 @@ class OutlineView : public QTreeView {
     /// The cell that draws each row of the column; taken over.
     void setDataCell(std::unique_ptr<TextFieldCell> cell);
 
-    /// Asks the data source for fresh top-level items (see CONTRIBUTING.md, "Reloading the places").
+    /// Asks the data source for fresh top-level items. Until the handler that asked for this has returned to
+    /// the event loop, the rows are those of the collapsed top level; then what was expanded is expanded
+    /// again and what is still there of the selection is selected. A reload alone never tells the delegate of
+    /// a selection change. Called from within an answer to the outline it is put off until that is through.
     void reloadData();
     /// Asks again for the item's text and, with children, for all below it. An unknown item does nothing.
     void reloadItem(OutlineItem* item, bool reloadChildren);
 
     int numberOfRows() const;
-    /// The row of the last selected item, -1 for none.
+    /// The row of the last selected item that has one, -1 for none. Until a reload is through, an item that
+    /// was selected further down has its top-level item's row.
     int selectedRow() const;
     /// -1 when the outline does not show that very object.
     int rowForItem(const OutlineItem* item) const;
     /// Null when there is no such row.
     OutlineItem* itemAtRow(int row) const;
 
+    /// An unknown item, or one that cannot have children, does nothing.
     void expandItem(OutlineItem* item);
     void collapseItem(OutlineItem* item);
+    /// Brings the row into view, too. A row that is not there does nothing.
     void selectRow(int row, bool byExtendingSelection);
     void deselectRow(int row);
+
+ protected:
+    void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
+    bool viewportEvent(QEvent* event) override;
 
  private:
     struct Private;

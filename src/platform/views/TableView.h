@@ -26,12 +26,16 @@ class TableViewDataSource {
                                                                                 DropOperation operation) = 0;
     /// Called after the drop has finished, so that the dragging program is not held.
     virtual bool tableViewAcceptDropRowDropOperation(TableView& table, int row, DropOperation operation) = 0;
-    /// Whether rows may be dragged out.
+    /// Whether rows may be dragged out: asked when the user tries. There is no pasteboard to write to, so
+    /// that nothing is dragged either way.
     virtual bool tableViewWriteRowsToPasteboard(TableView& table) = 0;
     virtual void tableViewSelectionDidChange(TableView& table) = 0;
+    /// What a row's tool tip says; a null string for nothing.
+    virtual QString tableViewToolTipForRow(TableView& table, int row);
 };
 
-/// Rows of one text column over a pull-style data source. Main thread only; borrows its data source.
+/// Rows of one text column over a pull-style data source, read-only, at most one selected. Main thread only;
+/// borrows its data source. Texts show as displayablePath() answers them.
 class TableView : public QTableView {
     Q_OBJECT
 
@@ -43,13 +47,33 @@ class TableView : public QTableView {
     TableColumn* tableColumnWithIdentifier(const QString& identifier) const;
     void setColumnIdentifier(const QString& identifier);
 
+    /// Asks for the number of rows, and for the texts as they are needed. The row with the selected row's
+    /// text stays selected.
     void reloadData();
+    int numberOfRows() const;
     /// -1 for none.
     int selectedRow() const;
     /// Runs at a double-click anywhere in the table, and at Return; selectedRow() tells where.
     void setDoubleAction(std::function<void()> action);
-    /// From now on drags of files (URI lists) are asked about.
+    /// From now on drags of files (URI lists) are asked about. Whatever the dragging program offers, the
+    /// answer to it is Copy.
     void registerForDraggedFileNames();
+
+ Q_SIGNALS:
+    /// A context menu is asked for; the row is -1 beside the rows, the position global.
+    void contextMenuAsked(int row, QPoint globalPosition);
+
+ protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
+    void startDrag(Qt::DropActions supportedActions) override;
 
  private:
     struct Private;
