@@ -102,7 +102,7 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     if (const auto status = answerWithoutDisplay(all.subspan(all.empty() ? 0 : 1)))
         return *status;
     putHelpersOnSearchPath();
-    installMessagePattern();
+    installSystemLog();
 
     // Menus belong to the windows here; asking for a global menu would wait for the bus before the first
     // frame.

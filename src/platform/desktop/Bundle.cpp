@@ -9,15 +9,15 @@
 #include <QLocale>
 #include <QTranslator>
 
+#include <tuple>
+
 namespace platform {
 
 namespace {
 
-/// The language of the first of the desktop's wishes (LANGUAGE, then the locale) that is shipped. Each wish
-/// counts with and without its country before the next one does, which QTranslator's own search does not keep
-/// to.
-QString shippedLanguage(const QString& folder) {
-    for (QString wish : QLocale::system().uiLanguages()) {
+/// QTranslator's own search takes the next language without a country before this one without it.
+QString shippedLanguage(const QString& folder, const QStringList& languages) {
+    for (QString wish : languages) {
         wish.replace(u'-', u'_');
         for (const QString& language : {wish, wish.section(u'_', 0, 0)})
             if (fileStatus(folder + QStringLiteral("/tavlin_%1.qm").arg(language)))
@@ -26,22 +26,27 @@ QString shippedLanguage(const QString& folder) {
     return QStringLiteral("en");
 }
 
+QString ownPrefix() {
+    const QString prefix = qEnvironmentVariable("TAVLIN_PREFIX");
+    return prefix.isEmpty() ? QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
+                            : prefix;
+}
+
 }  // namespace
 
 const Bundle& Bundle::mainBundle() {
-    static const Bundle bundle;
+    static const Bundle bundle(ownPrefix(), QLocale::system().uiLanguages());
     return bundle;
 }
 
-Bundle::Bundle()
-    : _prefix(qEnvironmentVariable("TAVLIN_PREFIX")),
+Bundle::Bundle(const QString& prefix, const QStringList& languages)
+    : _prefix(prefix),
       _english(std::make_unique<QTranslator>()),
       _localized(std::make_unique<QTranslator>()),
       _toolkit(std::make_unique<QTranslator>()) {
-    if (_prefix.isEmpty())
-        _prefix = QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/.."));
     const QString folder = resourcePath() + QStringLiteral("/translations");
-    const QString language = shippedLanguage(folder);
+    const QString language = shippedLanguage(folder, languages);
+    // What cannot be loaded stays empty and answers no text.
     std::ignore = _english->load(QStringLiteral("tavlin_en"), folder);
     std::ignore = _localized->load(QStringLiteral("tavlin_") + language, folder);
     std::ignore = _toolkit->load(QStringLiteral("qtbase_") + language,

@@ -17,6 +17,13 @@ class Bundle {
  public:
     static const Bundle& mainBundle();
 
+    /// The bundle below `prefix`, in the first of the languages ("de", "de-AT") that is shipped, else in
+    /// English. A language counts with and without its country before the next one does.
+    Bundle(const QString& prefix, const QStringList& languages);
+    ~Bundle();
+    Bundle(const Bundle&) = delete;
+    Bundle& operator=(const Bundle&) = delete;
+
     /// PREFIX/share/tavlin.
     QString resourcePath() const;
     /// PREFIX/libexec/tavlin: the decoder and the helpers.
@@ -39,10 +46,7 @@ class Bundle {
     void installTranslators() const;
 
  private:
-    Bundle();
-    ~Bundle();
-
-    QString _prefix;
+    const QString _prefix;
     std::unique_ptr<QTranslator> _english;    ///< what is missing in the desktop's language
     std::unique_ptr<QTranslator> _localized;  ///< the desktop's language; empty where that is not shipped
     std::unique_ptr<QTranslator> _toolkit;    ///< the toolkit's own texts in the same language

@@ -7,8 +7,5 @@ namespace platform {
 /// process id, and the category where it has one of its own) and is written whole, whatever its length and
 /// thread. Once, at start-up, before the first line.
 void installSystemLog();
-inline void installMessagePattern() {
-    installSystemLog();
-}
 
 }  // namespace platform

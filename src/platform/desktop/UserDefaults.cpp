@@ -42,6 +42,7 @@ void keepCorruptFile(const QString& path) {
 
 std::unique_ptr<QSettings> openSettings(const QString& path) {
     auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
+    settings->allKeys();  // parses every group, which the constructor leaves for later
     if (settings->status() == QSettings::FormatError)
         keepCorruptFile(path);
     else if (settings->status() == QSettings::AccessError)
