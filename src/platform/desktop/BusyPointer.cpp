@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/BusyPointer.h"
+
+#include <QGuiApplication>
+
+namespace platform {
+
+BusyPointer::BusyPointer() {
+    if (qGuiApp != nullptr)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+BusyPointer::~BusyPointer() {
+    if (qGuiApp != nullptr)
+        QGuiApplication::restoreOverrideCursor();
+}
+
+}  // namespace platform
