@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/BusyPointer.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 
 namespace platform {
