@@ -280,10 +280,11 @@ void ScriptsDataSource::tableViewSelectionDidChange(platform::TableView& table) 
     logWithMethodName(method, 493, u"ignoring event!");
 }
 
-QString ScriptsDataSource::toolTipForRow(std::uint32_t row) {
-    if (!_didAwake || row >= _array->size())
+QString ScriptsDataSource::tableViewToolTipForRow(platform::TableView&, int row) {
+    if (!_didAwake)
         return {};
-    return firstCommentOfScript(_array->at(row)->objectForKey(u"ScriptURLKey").value_or(QString()));
+    const ScriptEntryRef entry = _array->at(static_cast<std::size_t>(row));
+    return firstCommentOfScript(entry->objectForKey(u"ScriptURLKey").value_or(QString()));
 }
 
 void ScriptsDataSource::doubleClickAction() {

@@ -71,7 +71,7 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     bool rowCanReceiveDrop(int row) const;
     void tableViewSelectionDidChange(platform::TableView& table) override;
     /// What the script says of itself: the first comment line of its file; a null string for none.
-    QString toolTipForRow(std::uint32_t row);
+    QString tableViewToolTipForRow(platform::TableView& table, int row) override;
 
     /// Runs the selected row's script; with none selected the list access fails (std::out_of_range).
     void doubleClickAction();
