@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <utility>
 
+using platform::ImageRef;
 using platform::OutlineItem;
 using platform::OutlineItemRef;
 using platform::OutlineView;
@@ -52,8 +53,8 @@ QString descriptionOfItem(const OutlineItem* item) {
     return logging::formatted(u"<FileSystemItem: %p>", {logging::describeAddress(item)});
 }
 
-platform::ImageRef storedImage(const QString& key) {
-    return appGlobals == nullptr ? nullptr : appGlobals->objectForKey(key).value<platform::ImageRef>();
+ImageRef storedImage(const QString& key) {
+    return appGlobals == nullptr ? nullptr : appGlobals->objectForKey(key).value<ImageRef>();
 }
 
 bool containsPath(const QString& folder, const QString& path) {
@@ -183,7 +184,7 @@ void FileBrowserDataSource::outlineViewWillDisplayCellForTableColumnItem(Outline
     imageAndTextCell->setImage(item == nullptr ? nullptr : fileSystemItem(item)->nodeIcon());
 }
 
-platform::ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const {
+ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const {
     constexpr const char* method =
         "-[FileBrowserDataSource outlineView:willDisplayCell:forTableColumn:item:]";
     platform::Workspace& workspace = platform::Workspace::sharedWorkspace();
@@ -199,7 +200,7 @@ platform::ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const
         return workspace.iconForFile(path,
                                      isFolder ? platform::FileKind::folder : platform::FileKind::notFolder);
     }
-    platform::ImageRef icon;
+    ImageRef icon;
     if (path == u"/") {
         logWithMethodName(method, 333, u"Not leaf: Getting NSComputer-icon image for: %@", path);
         icon = workspace.imageNamed(QStringLiteral("NSComputer"));

@@ -4,11 +4,11 @@
 #include "platform/IndexSet.h"
 
 #include <QAbstractItemView>
+#include <QIcon>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
-
-class QContextMenuEvent;
 
 namespace platform {
 
@@ -24,7 +24,7 @@ class ImageBrowserItem {
     virtual RepresentationType imageRepresentationType() const = 0;
     /// The file's path.
     virtual QString imageRepresentation() const = 0;
-    /// What makes this item the same one after a reload.
+    /// What makes this item the same one after a reload, if it also is the same object.
     virtual QString imageUID() const = 0;
     virtual QString imageTitle() const = 0;
     virtual QString imageSubtitle() const = 0;
@@ -62,7 +62,8 @@ class DraggingDestination {
 enum CellsStyle : unsigned { cellsStyleShadowed = 1, cellsStyleTitled = 4 };
 
 /// The grid of thumbnails. Its cost depends on what is visible, never on the number of items. Main thread
-/// only, but for setAnimates(). Borrows its data source, delegate and thumbnail queue.
+/// only, but for setAnimates(). Borrows its data source, delegate and thumbnail queue. The selection is its
+/// own (selectionIndexes()); the toolkit's selection model holds the current item alone.
 class ImageBrowserView : public QAbstractItemView {
     Q_OBJECT
 
@@ -78,7 +79,9 @@ class ImageBrowserView : public QAbstractItemView {
     /// The data source is about to change its list: the view notes what is selected, current and at its top.
     void prepareForReload();
     /// The list has changed: counts anew; keeps selection, current item, scroll position and thumbnails of
-    /// the items that stay (by imageUID), and has the visible cells' files checked again.
+    /// the items that stay (the same object with the same imageUID), and has the visible cells' files checked
+    /// again. Where the current item went, the next one becomes current. Without prepareForReload() nothing
+    /// stays selected.
     void reloadData();
     /// Dims what is shown while a load of another folder runs; nothing is removed.
     void setLoading(bool loading);
@@ -97,6 +100,13 @@ class ImageBrowserView : public QAbstractItemView {
     unsigned cellsStyleMask() const;
     void setNeedsDisplay(bool needs);
 
+    /// Answers the icon of a file that is no picture.
+    void setIconProvider(std::function<QIcon(const QString& path)> provider);
+    /// What an empty grid says in its middle; nothing by default.
+    void setEmptyText(const QString& text);
+    /// How an item's place is told to assistive tools, with %1 and %2 for its number and the count.
+    void setPositionText(const QString& text);
+
     /// Opens what is selected, as a double-click on the current cell does.
     void openCurrentItem();
     /// Asks the delegate to remove what is selected.
@@ -109,7 +119,51 @@ class ImageBrowserView : public QAbstractItemView {
     /// A context menu is asked for at a global position.
     void contextMenuAsked(QPoint globalPosition);
 
+ public:
+    // What the toolkit asks of an item view.
+    QRect visualRect(const QModelIndex& index) const override;
+    void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
+    QModelIndex indexAt(const QPoint& point) const override;
+    void doItemsLayout() override;
+    void reset() override;
+    void selectAll() override;
+    void keyboardSearch(const QString& letters) override;
+
+ protected:
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+    int horizontalOffset() const override;
+    int verticalOffset() const override;
+    bool isIndexHidden(const QModelIndex& index) const override;
+    void setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) override;
+    QRegion visualRegionForSelection(const QItemSelection& selection) const override;
+    QModelIndexList selectedIndexes() const override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    void updateGeometries() override;
+    void scrollContentsBy(int dx, int dy) override;
+    void startDrag(Qt::DropActions supportedActions) override;
+
+    bool viewportEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
  private:
+    friend class GridAccessible;
+    friend class GridCellAccessible;
     struct Private;
     std::unique_ptr<Private> _d;
 };
