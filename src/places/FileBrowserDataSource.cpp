@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <utility>
 
-using platform::ImageRef;
 using platform::OutlineItem;
 using platform::OutlineItemRef;
 using platform::OutlineView;
@@ -53,8 +52,8 @@ QString descriptionOfItem(const OutlineItem* item) {
     return logging::formatted(u"<FileSystemItem: %p>", {logging::describeAddress(item)});
 }
 
-ImageRef storedImage(const QString& key) {
-    return appGlobals == nullptr ? nullptr : appGlobals->objectForKey(key).value<ImageRef>();
+platform::ImageRef storedImage(const QString& key) {
+    return appGlobals == nullptr ? nullptr : appGlobals->objectForKey(key).value<platform::ImageRef>();
 }
 
 bool containsPath(const QString& folder, const QString& path) {
@@ -184,7 +183,7 @@ void FileBrowserDataSource::outlineViewWillDisplayCellForTableColumnItem(Outline
     imageAndTextCell->setImage(item == nullptr ? nullptr : fileSystemItem(item)->nodeIcon());
 }
 
-ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const {
+platform::ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const {
     constexpr const char* method =
         "-[FileBrowserDataSource outlineView:willDisplayCell:forTableColumn:item:]";
     platform::Workspace& workspace = platform::Workspace::sharedWorkspace();
@@ -200,7 +199,7 @@ ImageRef FileBrowserDataSource::iconOfItem(FileSystemItem& item) const {
         return workspace.iconForFile(path,
                                      isFolder ? platform::FileKind::folder : platform::FileKind::notFolder);
     }
-    ImageRef icon;
+    platform::ImageRef icon;
     if (path == u"/") {
         logWithMethodName(method, 333, u"Not leaf: Getting NSComputer-icon image for: %@", path);
         icon = workspace.imageNamed(QStringLiteral("NSComputer"));

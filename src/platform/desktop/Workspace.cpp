@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Workspace.h"
 
+#include "platform/desktop/StandardFolders.h"
 #include "platform/FolderReader.h"
 #include "platform/MountTable.h"
 #include "platform/PathBytes.h"
@@ -8,7 +9,6 @@
 #include <gio/gio.h>
 
 #include <QDir>
-#include <QFile>
 #include <QHash>
 #include <QLoggingCategory>
 #include <QStandardPaths>
@@ -80,15 +80,22 @@ QString removableVolumeName(const QString& mountFolder) {
     return isRemovable ? QStringLiteral("drive-removable-media") : QStringLiteral("drive-harddisk");
 }
 
-/// Without a desktop Qt's theme is one that has no icons: the first installed theme with a folder is taken.
+/// Without a desktop Qt's theme is one that has no icons, and themes may not even be looked for where they
+/// are installed: the first one with a folder is taken.
 void chooseThemeWithFolders() {
     const QString folder = QStringLiteral("folder");
     if (!QIcon::fromTheme(folder).isNull())
         return;
     const QString original = QIcon::themeName();
+    QStringList searchPaths =
+        QIcon::themeSearchPaths() + QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                                              QStringLiteral("icons"),
+                                                              QStandardPaths::LocateDirectory);
+    searchPaths.removeDuplicates();
+    QIcon::setThemeSearchPaths(searchPaths);
     QStringList candidates{QStringLiteral("Adwaita"), QStringLiteral("breeze"), QStringLiteral("Papirus"),
                            QStringLiteral("gnome"), QStringLiteral("oxygen")};
-    for (const QString& searchPath : QIcon::themeSearchPaths())
+    for (const QString& searchPath : searchPaths)
         candidates += QDir(searchPath).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     for (const QString& candidate : candidates) {
         QIcon::setThemeName(candidate);
@@ -97,10 +104,6 @@ void chooseThemeWithFolders() {
     }
     QIcon::setThemeName(original);
     qCInfo(workspaceLog, "No installed icon theme has a folder; the program's own icons are used.");
-}
-
-QString withoutTrailingSlash(const QString& path) {
-    return path.size() > 1 && path.endsWith(u'/') ? path.chopped(1) : path;
 }
 
 void reportLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
@@ -112,20 +115,18 @@ void reportLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
 
 /// The user's own folders that have an icon of their own.
 QHash<QString, QString> specialFolders() {
-    constexpr std::array<std::pair<QStandardPaths::StandardLocation, const char*>, 6> locations{{
+    constexpr std::array<std::pair<QStandardPaths::StandardLocation, const char*>, 5> locations{{
         {QStandardPaths::DesktopLocation, "user-desktop"},
         {QStandardPaths::DocumentsLocation, "folder-documents"},
         {QStandardPaths::DownloadLocation, "folder-download"},
         {QStandardPaths::MusicLocation, "folder-music"},
         {QStandardPaths::MoviesLocation, "folder-videos"},
-        {QStandardPaths::PicturesLocation, "folder-pictures"},
     }};
     QHash<QString, QString> folders;
     for (const auto& [location, iconName] : locations)
-        folders.insert(pathFromBytes(QFile::encodeName(QStandardPaths::writableLocation(location))),
-                       QString::fromLatin1(iconName));
-    folders.insert(withoutTrailingSlash(pathFromBytes(QFile::encodeName(QDir::homePath()))),
-                   QStringLiteral("user-home"));
+        folders.insert(QStandardPaths::writableLocation(location), QString::fromLatin1(iconName));
+    folders.insert(picturesFolder(), QStringLiteral("folder-pictures"));
+    folders.insert(homeFolder(), QStringLiteral("user-home"));
     return folders;
 }
 

@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/FolderReader.h"
+#include "platform/PathBytes.h"
+#include "testing/TestHome.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QElapsedTimer>
+#include <QTest>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+using platform::FolderContents;
+using platform::FolderDetail;
+using platform::FolderReader;
+using platform::readFolder;
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A file system that answers when it is told to.
+class SlowPlace {
+ public:
+    FolderReader::Read read() {
+        return [this](const QString& path, FolderDetail) {
+            std::unique_lock lock(_mutex);
+            _visited.append(path);
+            _mostAtOnce = std::max(_mostAtOnce, ++_atOnce);
+            _changed.notify_all();
+            _changed.wait(lock, [this] { return _answers; });
+            --_atOnce;
+            FolderContents contents;
+            contents.isFolder = true;
+            contents.modificationTime = static_cast<double>(path.size());
+            return contents;
+        };
+    }
+    ~SlowPlace() { answer(); }
+    void answer() {
+        const std::lock_guard lock(_mutex);
+        _answers = true;
+        _changed.notify_all();
+    }
+    QStringList visited() {
+        const std::lock_guard lock(_mutex);
+        return _visited;
+    }
+    int mostAtOnce() {
+        const std::lock_guard lock(_mutex);
+        return _mostAtOnce;
+    }
+
+ private:
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _answers = false;
+    QStringList _visited;
+    int _atOnce = 0;
+    int _mostAtOnce = 0;
+};
+
+QStringList names(const FolderContents& contents) {
+    QStringList list;
+    for (const auto& entry : contents.entries)
+        list.append(entry.name);
+    return list;
+}
+
+void makeFile(const QString& path) {
+    ::close(::open(platform::bytesFromPath(path).constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+}
+
+void makeFolder(const QString& path) {
+    ::mkdir(platform::bytesFromPath(path).constData(), 0700);
+}
+
+void makeLink(const char* target, const QString& path) {
+    QCOMPARE(::symlink(target, platform::bytesFromPath(path).constData()), 0);
+}
+
+}  // namespace
+
+class TestFolderReader : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void visitsEveryKindOfEntry();
+    void ordersByLanguage();
+    void tellsWhatIsNoFolder_data();
+    void tellsWhatIsNoFolder();
+    void answersAtOnce();
+    void waitsOnceInATurn();
+    void keepsOneWorkerForAVolume();
+    void visitsOnceForAllWhoWait();
+    void leavesOutWhatNobodyWaitsFor();
+    void survivesItsHungWorker();
+    void answersNeutrallyAfterAnException();
+};
+
+void TestFolderReader::visitsEveryKindOfEntry() {
+    const QTemporaryDir home;
+    const auto path = [&](const QString& name) {
+        return home.filePath(name);
+    };
+    const QString odd = platform::pathFromBytes(
+        "od\xff"
+        "d\n50%\"'");
+    makeFolder(home.path() + u'/' + odd);
+    makeFolder(path(u".hidden"_s));
+    makeFile(path(u"file"_s));
+    ::mkfifo(qPrintable(path(u"pipe"_s)), 0600);
+    makeLink(".hidden", path(u"to folder"_s));
+    makeLink("file", path(u"to file"_s));
+    makeLink("nowhere", path(u"to nowhere"_s));
+    makeLink("to itself", path(u"to itself"_s));
+    const timespec times[2] = {{1000, 0}, {1000, 500'000'000}};
+    ::utimensat(AT_FDCWD, qPrintable(path(u"to folder"_s)), times, AT_SYMLINK_NOFOLLOW);
+
+    const FolderContents all = readFolder(home.path(), FolderDetail::everyEntry);
+    QVERIFY(all.isFolder && all.isListed);
+    QSet<QString> existing, folders, hidden;
+    for (const auto& entry : all.entries) {
+        QVERIFY(entry.modificationTime.has_value());
+        if (entry.exists)
+            existing.insert(entry.name);
+        if (entry.isFolder)
+            folders.insert(entry.name);
+        if (entry.isHidden)
+            hidden.insert(entry.name);
+    }
+    QCOMPARE(all.entries.size(), 8u);
+    QCOMPARE(existing,
+             (QSet<QString>{odd, u".hidden"_s, u"file"_s, u"pipe"_s, u"to folder"_s, u"to file"_s}));
+    QCOMPARE(folders, (QSet<QString>{odd, u".hidden"_s, u"to folder"_s}));
+    QCOMPARE(hidden, QSet<QString>{u".hidden"_s});
+
+    const FolderContents subfolders = readFolder(home.path(), FolderDetail::subfolders);
+    QCOMPARE(names(subfolders), (QStringList{odd, u"to folder"_s}));
+    QCOMPARE(*subfolders.entries[1].modificationTime, 1000.5);
+    QCOMPARE(::rmdir(platform::bytesFromPath(home.path() + u'/' + odd).constData()), 0);
+}
+
+void TestFolderReader::ordersByLanguage() {
+    QLocale::setDefault(QLocale(u"de_DE"_s));
+    const QTemporaryDir home;
+    for (const QString& name : {u"Zebra"_s, u"apfel"_s, u"Öl"_s, u"Birne"_s, u"oder"_s})
+        makeFolder(home.filePath(name));
+    QCOMPARE(names(readFolder(home.path(), FolderDetail::subfolders)),
+             (QStringList{u"apfel"_s, u"Birne"_s, u"oder"_s, u"Öl"_s, u"Zebra"_s}));
+}
+
+void TestFolderReader::tellsWhatIsNoFolder_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("exists");
+    QTest::newRow("nothing") << u"none"_s << false;
+    QTest::newRow("a file") << u"file"_s << true;
+    QTest::newRow("a link to nowhere") << u"link"_s << true;
+}
+
+void TestFolderReader::tellsWhatIsNoFolder() {
+    QFETCH(QString, name);
+    const QTemporaryDir home;
+    makeFile(home.filePath(u"file"_s));
+    makeLink("nowhere", home.filePath(u"link"_s));
+    const FolderContents contents = readFolder(home.filePath(name), FolderDetail::everyEntry);
+    QVERIFY(!contents.isFolder && !contents.isListed);
+    QTEST(contents.modificationTime.has_value(), "exists");
+}
+
+void TestFolderReader::answersAtOnce() {
+    const QTemporaryDir home;
+    makeFolder(home.filePath(u"sub"_s));
+    FolderReader reader;
+    for (int i = 0; i < 100; ++i) {
+        const auto contents = reader.contents(home.path(), FolderDetail::subfolders);
+        QVERIFY(contents);
+        QCOMPARE(names(*contents), QStringList{u"sub"_s});
+        QCoreApplication::processEvents();
+    }
+}
+
+void TestFolderReader::waitsOnceInATurn() {
+    SlowPlace slow;
+    FolderReader reader(slow.read());
+    const auto owner = std::make_shared<int>();
+    int delivered = 0;
+    const auto ask = [&](const QString& path) {
+        QElapsedTimer timer;
+        timer.start();
+        const auto contents = reader.contents(path, FolderDetail::subfolders,
+                                              {owner, [&](const FolderContents& late) {
+                                                   QCOMPARE(QThread::currentThread(), qApp->thread());
+                                                   QVERIFY(late.isFolder);
+                                                   ++delivered;
+                                               }});
+        return contents ? -1 : timer.elapsed();
+    };
+    const qint64 first = ask(u"/slow"_s);
+    QVERIFY2(first >= 39, "the place was not given its time");
+    qint64 further = first;
+    for (const QString& path : {u"/slow/a"_s, u"/proc/b"_s, u"/proc/c"_s, u"/slow/d"_s})
+        further = std::min(further, ask(path));
+    QVERIFY2(further >= 0 && further < 20, "a turn waited twice");
+
+    slow.answer();
+    QCOMPARE(delivered, 0);
+    QTRY_COMPARE(delivered, 5);
+}
+
+void TestFolderReader::keepsOneWorkerForAVolume() {
+    SlowPlace slow;
+    FolderReader reader(slow.read());
+    const auto owner = std::make_shared<int>();
+    int delivered = 0;
+    for (int i = 0; i < 20; ++i) {
+        for (const QString& folder : {u"/slow/"_s, u"/proc/"_s})
+            QVERIFY(!reader.contents(folder + QString::number(i), FolderDetail::status,
+                                     {owner, [&](const FolderContents&) {
+                                          ++delivered;
+                                      }}));
+        QCoreApplication::processEvents();
+    }
+    QTRY_COMPARE(slow.visited().size(), 2);
+    QCOMPARE(slow.mostAtOnce(), 2);
+    slow.answer();
+    QTRY_COMPARE(delivered, 40);
+    QVERIFY(slow.mostAtOnce() <= 2);
+}
+
+void TestFolderReader::visitsOnceForAllWhoWait() {
+    SlowPlace slow;
+    FolderReader reader(slow.read());
+    const auto owner = std::make_shared<int>();
+    int delivered = 0;
+    const FolderReader::LateAnswer late{owner, [&](const FolderContents&) {
+                                            ++delivered;
+                                        }};
+    QVERIFY(!reader.contents(u"/slow"_s, FolderDetail::status, late));
+    for (int i = 0; i < 5; ++i)
+        QVERIFY(!reader.contents(u"/slow/same"_s, FolderDetail::status, late));
+    slow.answer();
+    QTRY_COMPARE(delivered, 6);
+    QCOMPARE(slow.visited(), (QStringList{u"/slow"_s, u"/slow/same"_s}));
+}
+
+void TestFolderReader::leavesOutWhatNobodyWaitsFor() {
+    SlowPlace slow;
+    FolderReader reader(slow.read());
+    const auto owner = std::make_shared<int>();
+    auto goner = std::make_shared<int>();
+    int delivered = 0;
+    int deliveredToNobody = 0;
+    const auto ask = [&](const QString& path, const std::shared_ptr<int>& who, int& count) {
+        reader.contents(path, FolderDetail::status, {who, [&](const FolderContents&) {
+                                                         ++count;
+                                                     }});
+    };
+    ask(u"/running"_s, goner, deliveredToNobody);
+    ask(u"/queued"_s, goner, deliveredToNobody);
+    ask(u"/wanted"_s, owner, delivered);
+    goner.reset();
+    slow.answer();
+    QTRY_COMPARE(delivered, 1);
+    QCOMPARE(deliveredToNobody, 0);
+    QCOMPARE(slow.visited(), (QStringList{u"/running"_s, u"/wanted"_s}));
+}
+
+void TestFolderReader::survivesItsHungWorker() {
+    std::atomic_bool isFinished = false;
+    const auto slow = std::make_shared<SlowPlace>();
+    const auto owner = std::make_shared<int>();
+    int delivered = 0;
+    {
+        FolderReader reader(
+            [slow, &isFinished, read = slow->read()](const QString& path, FolderDetail detail) {
+                const FolderContents contents = read(path, detail);
+                isFinished = true;
+                return contents;
+            });
+        QVERIFY(!reader.contents(u"/slow"_s, FolderDetail::status, {owner, [&](const FolderContents&) {
+                                                                        ++delivered;
+                                                                    }}));
+    }
+    slow->answer();
+    QTRY_VERIFY(isFinished);
+    QCoreApplication::processEvents();
+    QCOMPARE(delivered, 0);
+}
+
+void TestFolderReader::answersNeutrallyAfterAnException() {
+    FolderReader reader(
+        [](const QString&, FolderDetail) -> FolderContents { throw std::runtime_error("disk"); });
+    for (int i = 0; i < 2; ++i) {
+        QTest::ignoreMessage(QtWarningMsg, "reading a folder ended early: disk");
+        const auto contents = reader.contents(u"/any"_s, FolderDetail::status);
+        QVERIFY(contents && !contents->isFolder);
+    }
+}
+
+TAVLIN_TEST_MAIN(QCoreApplication, TestFolderReader)
+#include "tst_folder_reader.moc"
