@@ -61,6 +61,8 @@ void ImageBrowserDataSource::reloadWithPath(const std::optional<QString>& path) 
     if (!path)
         return;
     logWithMethodName(name, 104, u"urls: %@", [&] { return QStringList{*path}; });
+    if (_isStopped)
+        return;
     if (_load != nullptr && _load->paths().constFirst() == *path)
         _reloadsAgain = true;
     else
@@ -111,6 +113,7 @@ void ImageBrowserDataSource::finishLoad(const std::shared_ptr<ImageLoad>& load) 
 }
 
 void ImageBrowserDataSource::stopLoading() {
+    _isStopped = true;
     _meeting->close();
     if (_load != nullptr)
         _load->stop();

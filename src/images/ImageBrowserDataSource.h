@@ -132,6 +132,7 @@ class ImageBrowserDataSource : public QObject,
     std::shared_ptr<ImageLoadMeeting> _meeting;
     std::shared_ptr<ImageLoad> _load;   ///< the load of the place asked for last, null when it is done
     bool _reloadsAgain = false;         ///< a request for that same place waits
+    bool _isStopped = false;            ///< the main loop has ended
     std::optional<QString> _shownPath;  ///< the place whose items are shown
     QTimer* _progressTimer;
 };

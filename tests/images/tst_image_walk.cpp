@@ -21,6 +21,8 @@ namespace {
 /// A temporary folder that also removes names that are not UTF-8.
 class TestFolder {
  public:
+    explicit TestFolder(const QString& pattern = QDir::tempPath() + QStringLiteral("/XXXXXX"))
+        : _folder(pattern) {}
     ~TestFolder() { std::filesystem::remove_all(_folder.path().toStdString()); }
     QString path() const { return _folder.path(); }
 
@@ -37,7 +39,7 @@ void make(const QString& folder, const QByteArrayList& names) {
         else if (const auto arrow = path.indexOf('>'); arrow > 0)
             QVERIFY(::symlink(path.constData() + arrow + 1, path.first(arrow).constData()) == 0);
         else if (name.endsWith('|'))
-            QVERIFY(::mkfifo(path.constData(), 0600) == 0);
+            QVERIFY(::mkfifo(path.chopped(1).constData(), 0600) == 0);
         else
             ::close(::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
     }
@@ -65,69 +67,59 @@ class ImageWalkTest : public QObject {
         QTest::addColumn<QByteArrayList>("flat");
         QTest::addColumn<QByteArrayList>("recursive");
         QTest::newRow("hidden folders are entered, and shown by nothing")
-            << QByteArrayList{".hidden/", ".hidden/in", ".hidden/.DS_Store",
-                              "sub/",     "sub/deep/",  "sub/deep/x",
-                              "y",        ".z"}
-            << QByteArrayList{"sub", "y"} << QByteArrayList{".hidden/in", "sub/deep/x", "y"};
-        QTest::newRow("odd names")
-            << QByteArrayList{"new\nline", "100%@", "\"quoted\" \\", "\xff\xfe.jpg", "pipe|"}
-            << QByteArrayList{"\"quoted\" \\", "100%@", "new\nline", "pipe|", "\xff\xfe.jpg"}
-            << QByteArrayList{"\"quoted\" \\", "100%@", "new\nline", "pipe|", "\xff\xfe.jpg"};
+            << QByteArrayList{".h/", ".h/in", ".h/.DS_Store", "sub/", "sub/deep/", "sub/deep/x", "y", ".z"}
+            << QByteArrayList{"sub", "y"} << QByteArrayList{".h/in", "sub/deep/x", "y"};
+        const QByteArrayList odd{"\"quoted\" \\", "100%@", "new\nline", "\xff\xfe.jpg"};
+        QTest::newRow("odd names") << odd << odd << odd;
+        QTest::newRow("FIFO") << QByteArrayList{"pipe|"} << QByteArrayList{"pipe"} << QByteArrayList{"pipe"};
         QTest::newRow("links") << QByteArrayList{"d/", "d/f", "to d>d", "to f>d/f", "nowhere>gone"}
                                << QByteArrayList{"d", "nowhere", "to d", "to f"}
                                << QByteArrayList{"d/f", "nowhere", "to d/f", "to f"};
-        QTest::newRow("links to ancestors and to one another")
-            << QByteArrayList{"a/", "a/f", "a/up>..", "a/self>.", "b/", "b/g", "a/over>../b", "b/back>../a"}
-            << QByteArrayList{"a", "b"} << QByteArrayList();
+        QTest::newRow("a linked folder is entered once")
+            << QByteArrayList{"d/", "d/e/", "d/e/f", "d/one>e", "d/two>e"} << QByteArrayList{"d"}
+            << QByteArrayList{"d/e/f", "d/one/f"};
+        QTest::newRow("links to what the walk is inside of")
+            << QByteArrayList{"a/", "a/f", "a/up>..", "a/self>."} << QByteArrayList{"a"}
+            << QByteArrayList{"a/f"};
         QTest::newRow("nothing") << QByteArrayList() << QByteArrayList() << QByteArrayList();
     }
     void collects() {
         QFETCH(QByteArrayList, names);
-        QFETCH(QByteArrayList, flat);
-        QFETCH(QByteArrayList, recursive);
         const TestFolder folder;
         make(folder.path(), names);
         ImageWalk walk;
         walk.addImagesWithPathRecursive(folder.path(), false);
-        QCOMPARE(walk.numberFound(), std::size_t(flat.size()));
-        QCOMPARE(collected(walk, folder.path()), flat);
+        QTEST(collected(walk, folder.path()), "flat");
         walk.addImagesWithPathRecursive(folder.path(), true);
-        const QByteArrayList found = collected(walk, folder.path());
-        if (recursive.isEmpty() && !names.isEmpty())
-            QVERIFY2(found.contains("a/f") && found.contains("b/g") && found.size() <= 8, found.join('\n'));
-        else
-            QCOMPARE(found, recursive);
+        auto found = collected(walk, folder.path());
+        if (found.contains("d/two/f"))  // which of two links comes first is the file system's affair
+            found.replace(found.indexOf("d/two/f"), "d/one/f");
+        QTEST(found, "recursive");
     }
 
-    void entersALinkedFolderOnce() {
-        const TestFolder outside;
-        make(outside.path(), {"picture"});
-        const TestFolder folder;
-        const QByteArray target = platform::bytesFromPath(outside.path());
-        make(folder.path(), {"one>" + target, "two>" + target, "sub/", "sub/three>" + target});
-        ImageWalk walk;
-        walk.addImagesWithPathRecursive(folder.path(), true);
-        QCOMPARE(walk.takeImages().size(), std::size_t(1));
-    }
-
-    void takesALeafAndAMissingPathAsItems_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("count");
-        QTest::newRow("file") << QStringLiteral("file") << 1;
-        QTest::newRow("hidden file") << QStringLiteral(".file") << 0;
-        QTest::newRow("missing") << QStringLiteral("missing") << 1;
-    }
-    void takesALeafAndAMissingPathAsItems() {
-        QFETCH(QString, name);
-        QFETCH(int, count);
+    void takesALeafOrAMissingPathAsAnItem() {
         const TestFolder folder;
         make(folder.path(), {"file", ".file"});
         ImageWalk walk;
-        walk.addImagesWithPathRecursive(folder.path() + u'/' + name, true);
+        for (const char* name : {"/file", "/.file", "/missing"})
+            walk.addImagesWithPathRecursive(folder.path() + QLatin1String(name), true);
         const ImageList images = walk.takeImages();
-        QCOMPARE(images.size(), std::size_t(count));
-        if (count > 0)
-            QCOMPARE(images[0]->modificationTimeStamp() > 0, name == QStringLiteral("file"));
+        QCOMPARE(images.size(), std::size_t(2));
+        QVERIFY(images[0]->modificationTimeStamp() > 0);
+        QCOMPARE(images[1]->modificationTimeStamp(), 0.0);
+    }
+
+    void findsNothingInAnUnreadableFolder() {
+        const TestFolder folder(QStringLiteral("/tmp/tavlin-test-XXXXXX"));
+        make(folder.path(), {"f"});
+        ::chmod(platform::bytesFromPath(folder.path()).constData(), 0);
+        const bool isRoot = ::geteuid() == 0;
+        QVERIFY(!isRoot || ::seteuid(65534) == 0);
+        ImageWalk walk;
+        walk.addImagesWithPathRecursive(folder.path(), false);
+        QVERIFY(!isRoot || ::seteuid(0) == 0);
+        ::chmod(platform::bytesFromPath(folder.path()).constData(), 0700);
+        QCOMPARE(walk.numberFound(), std::size_t(0));
     }
 
     void leavesTheKernelsFilesAlone() {
@@ -151,13 +143,6 @@ class ImageWalkTest : public QObject {
         QCOMPARE(walk.takeImages().size(), std::size_t(1));
     }
 
-    void endsEarlyWhenStopped() {
-        ImageWalk walk;
-        walk.stop();
-        walk.addImagesWithPathRecursive(QStringLiteral("/usr"), true);
-        QCOMPARE(walk.numberFound(), std::size_t(0));
-    }
-
     void logsDepthFirst() {
         const TestFolder folder;
         make(folder.path(), {"sub/", "sub/.h"});
@@ -165,23 +150,21 @@ class ImageWalkTest : public QObject {
         LogLines log;
         ImageWalk walk;
         walk.addImagesWithPathRecursive(folder.path(), true);
-        const QString name = QStringLiteral("-[ImageBrowserDataSource addImagesWithPath:recursive:] ");
-        const QString add = QStringLiteral("-[ImageBrowserDataSource addAnImageWithPath:] ");
-        const QString sub = folder.path() + QStringLiteral("/sub");
-        const QString hidden = sub + QStringLiteral("/.h");
-        const QStringList expected{name + QStringLiteral("(171): Starting to add from ") + folder.path(),
-                                   name + QStringLiteral("(187): Adding recursively this: ") + sub,
-                                   name + QStringLiteral("(171): Starting to add from ") + sub,
-                                   name + QStringLiteral("(187): Adding recursively this: ") + hidden,
-                                   name + QStringLiteral("(171): Starting to add from ") + hidden,
-                                   name + QStringLiteral("(200): Adding leaf item: ") + hidden,
-                                   add + QStringLiteral("(208): Start, path: ") + hidden,
-                                   add + QStringLiteral("(217): Skipping file: ") + hidden,
-                                   add + QStringLiteral("(228): End."),
-                                   name + QStringLiteral("(203): End"),
-                                   name + QStringLiteral("(203): End"),
-                                   name + QStringLiteral("(203): End")};
-        QCOMPARE(log.taken(), expected);
+        const QString lines = log.taken()
+                                  .join(u'\n')
+                                  .replace(folder.path(), QStringLiteral("F"))
+                                  .replace(QStringLiteral("-[ImageBrowserDataSource "), QString());
+        QCOMPARE(lines, QString(QStringLiteral("~(171): Starting to add from F\n"
+                                               "~(187): Adding recursively this: F/sub\n"
+                                               "~(171): Starting to add from F/sub\n"
+                                               "~(187): Adding recursively this: F/sub/.h\n"
+                                               "~(171): Starting to add from F/sub/.h\n"
+                                               "~(200): Adding leaf item: F/sub/.h\n"
+                                               "addAnImageWithPath:] (208): Start, path: F/sub/.h\n"
+                                               "addAnImageWithPath:] (217): Skipping file: F/sub/.h\n"
+                                               "addAnImageWithPath:] (228): End.\n"
+                                               "~(203): End\n~(203): End\n~(203): End"))
+                            .replace(u'~', QStringLiteral("addImagesWithPath:recursive:] ")));
     }
 };
 
