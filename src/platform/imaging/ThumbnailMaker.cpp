@@ -56,6 +56,24 @@ bool isFilesOwn(DecodeError error) {
            error == DecodeError::timedOut || error == DecodeError::crashed;
 }
 
+/// The loader's own words; where it has none, what happened.
+QString reasonOf(const DecodeFailure& failure) {
+    if (!failure.message.isEmpty())
+        return failure.message;
+    switch (failure.error) {
+        case DecodeError::tooLarge:
+            return QStringLiteral("the picture needs too much memory");
+        case DecodeError::timedOut:
+            return QStringLiteral("decoding took too long");
+        case DecodeError::crashed:
+            return QStringLiteral("the decoder crashed");
+        case DecodeError::unavailable:
+            return QStringLiteral("no decoder could be started");
+        default:
+            return QStringLiteral("the picture could not be decoded");
+    }
+}
+
 ThumbnailCache::Entry entryOf(Thumbnail::State state, const FileVersion& version, int pixelSize) {
     ThumbnailCache::Entry entry;
     entry.thumbnail.state = state;
@@ -174,11 +192,11 @@ ThumbnailMaker::Outcome ThumbnailMaker::fromDecoder(const ThumbnailJob& job, con
     const bool isNone = failure.error == DecodeError::notImage;
     auto entry =
         entryOf(isNone ? Thumbnail::State::notImage : Thumbnail::State::failed, file.version, pixelSize);
-    entry.thumbnail.failure = isNone ? QString() : failure.message;
+    entry.thumbnail.failure = isNone ? QString() : reasonOf(failure);
     entry.mayPass = !isNone && !isFilesOwn(failure.error);
     Outcome outcome = answered(job, std::move(entry));
     if (file.original && isSame && isFilesOwn(failure.error))
-        outcome.write = ThumbnailWrite{*file.original, {}, 0, {}, failure.message};
+        outcome.write = ThumbnailWrite{*file.original, {}, 0, {}, reasonOf(failure)};
     return outcome;
 }
 

@@ -199,7 +199,7 @@ std::optional<QString> ThumbnailStore::findFailure(const Original& original, con
     const auto picture = readValid(failurePath(original.uri), original, reader);
     if (!picture)
         return std::nullopt;
-    return QString::fromLatin1(picture->texts.value(QByteArray(failureKey)));
+    return QString::fromUtf8(picture->texts.value(QByteArray(failureKey)));
 }
 
 bool ThumbnailStore::save(const Original& original, int size, const QImage& image, QSize fullSize) const {
