@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/imaging/ThumbnailStore.h"
+
+#include "platform/FileAccess.h"
+#include "platform/PathBytes.h"
+#include "testing/TestHome.h"
+
+#include <sys/stat.h>
+
+#include <QCoreApplication>
+#include <QImageReader>
+#include <QTest>
+
+#include <functional>
+
+using namespace platform;
+
+namespace {
+
+const QString kFolder = QStringLiteral("large");
+
+/// What the decoder answers for a stored file.
+DecodeResult readStored(int descriptor) {
+    QFile file;
+    if (!file.open(descriptor, QIODevice::ReadOnly))
+        return DecodeFailure{};
+    DecodedPicture picture;
+    picture.image = QImageReader(&file, "png").read();
+    if (picture.image.isNull())
+        return DecodeFailure{};
+    for (const QString& key : picture.image.textKeys())
+        picture.texts.insert(key.toUtf8(), picture.image.text(key).toUtf8());
+    return picture;
+}
+
+QImage plainImage(QSize size) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(QColor(10, 20, 30));
+    return image;
+}
+
+unsigned permissionsOf(const QString& path) {
+    return fileStatus(path)->mode & 07777;
+}
+
+}  // namespace
+
+/// The shared store, as another program of the desktop sees it, and as it sees theirs.
+class ThumbnailStoreTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void init();
+    void namesByUri_data();
+    void namesByUri();
+    void keepsToTheStandard();
+    void findsTheSmallestThatSuffices();
+    void readsForeignThumbnails();
+    void takesNothingStale_data();
+    void takesNothingStale();
+    void keepsOnlyWhatItShould();
+    void remembersFailures();
+
+ private:
+    QString store() const { return _folder->filePath(QStringLiteral("cache/thumbnails")); }
+    /// A file of `size` bytes, last modified a while ago unless said otherwise, as an original.
+    std::optional<ThumbnailStore::Original> makeOriginal(const QString& path, int secondsAgo = 1000,
+                                                         int size = 500) {
+        QDir().mkpath(pathByDeletingLastComponent(path));
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(QByteArray(size, 'x')) != size)
+            qFatal("no file could be written");
+        file.flush();
+        file.setFileTime(QDateTime::currentDateTime().addSecs(-secondsAgo), QFile::FileModificationTime);
+        return ThumbnailStore(store()).originalOf(path, file.handle());
+    }
+
+    std::unique_ptr<QTemporaryDir> _folder;
+};
+
+void ThumbnailStoreTest::init() {
+    _folder = std::make_unique<QTemporaryDir>();
+}
+
+void ThumbnailStoreTest::namesByUri_data() {
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<QString>("name");
+    // Names by md5sum of the URI that other programs write.
+    QTest::newRow("the standard's") << QByteArray("/home/jens/photos/me.png")
+                                    << QStringLiteral("c6ee772d9e49320e97ec29a7eb5b1697.png");
+    QTest::newRow("blank, percent") << QByteArray("/tmp/a b%c.png")
+                                    << QStringLiteral("dedf4685748a5ac9bfd6a3b4b8fde2d8.png");
+    QTest::newRow("not UTF-8") << QByteArray("/tmp/\xff.png")
+                               << QStringLiteral("432dc9e7c3ec5a69b2caad256c9ba799.png");
+    QTest::newRow("UTF-8") << QByteArray("/tmp/\xc3\xa4.png")
+                           << QStringLiteral("be59529ad1360bc84b6ddb8cca90b614.png");
+    QTest::newRow("left as they are")
+        << QByteArray("/tmp/(a)'&=+,~!$*.png") << QStringLiteral("f567a3f8df56a8b9644020c00ec78631.png");
+}
+
+void ThumbnailStoreTest::namesByUri() {
+    QFETCH(const QByteArray, path);
+    QTEST(ThumbnailStore::fileName(fileUriFromPath(pathFromBytes(path))), "name");
+}
+
+void ThumbnailStoreTest::keepsToTheStandard() {
+    const auto original = makeOriginal(_folder->filePath(QStringLiteral("a picture with a long name.jpeg")));
+    QVERIFY(ThumbnailStore(store()).save(*original, 256, plainImage({256, 128}), {1200, 600}));
+
+    const QString folder = pathByAppending(store(), kFolder);
+    QCOMPARE(permissionsOf(store()), 0700U);
+    QCOMPARE(permissionsOf(folder), 0700U);
+    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
+             QStringList{ThumbnailStore::fileName(original->uri)});
+    const QString path = ThumbnailStore(store()).thumbnailPath(original->uri, 256);
+    QCOMPARE(permissionsOf(path), 0600U);
+
+    QImageReader reader(path, "png");
+    const QImage image = reader.read();
+    QCOMPARE(image.size(), QSize(256, 128));
+    QCOMPARE(image.pixelColor(5, 5), QColor(10, 20, 30));
+    const std::pair<const char*, QByteArray> expected[] = {
+        {"Thumb::URI", original->uri},
+        {"Thumb::MTime", QByteArray::number(QFileInfo(original->path).lastModified().toSecsSinceEpoch())},
+        {"Thumb::Size", "500"},
+        {"Thumb::Mimetype", "image/jpeg"},
+        {"Thumb::Image::Width", "1200"},
+        {"Thumb::Image::Height", "600"},
+        {"Software", "Tavlin " TAVLIN_VERSION}};
+    for (const auto& [key, value] : expected)
+        QCOMPARE(image.text(QString::fromLatin1(key)).toLatin1(), value);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY2(!file.readAll().contains("zTXt"), "not every program reads compressed texts");
+}
+
+void ThumbnailStoreTest::findsTheSmallestThatSuffices() {
+    const ThumbnailStore thumbnails(store());
+    const auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
+    QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
+    QVERIFY(thumbnails.save(*original, 1024, plainImage({1024, 512}), {1200, 600}));
+    QCOMPARE(thumbnails.find(*original, 100, readStored)->image.width(), 256);
+    QCOMPARE(thumbnails.find(*original, 256, readStored)->image.width(), 256);
+    QCOMPARE(thumbnails.find(*original, 257, readStored)->image.width(), 1024);
+    QVERIFY(!thumbnails.find(*original, 1025, readStored));
+}
+
+void ThumbnailStoreTest::readsForeignThumbnails() {
+    const ThumbnailStore thumbnails(store());
+    const auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
+    QImage image = plainImage({100, 50});
+    image.setText(QStringLiteral("Thumb::URI"), QString::fromLatin1(original->uri));
+    image.setText(QStringLiteral("Thumb::MTime"), QString::number(original->modificationSeconds));
+    const QString path = thumbnails.thumbnailPath(original->uri, 128);
+    QVERIFY(QDir().mkpath(pathByDeletingLastComponent(path)));
+    QVERIFY(image.save(path, "png"));
+    const auto found = thumbnails.find(*original, 90, readStored);
+    QVERIFY(found);
+    QCOMPARE(found->image.size(), QSize(100, 50));
+    QVERIFY(found->isWhole);
+}
+
+void ThumbnailStoreTest::takesNothingStale_data() {
+    using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
+    QTest::addColumn<Change>("change");
+    const auto row = [](const char* name, Change change) {
+        QTest::newRow(name) << std::move(change);
+    };
+    row("an older file moved over it", [](auto& original, auto&) { original.modificationSeconds -= 1; });
+    row("a newer version", [](auto& original, auto&) { original.modificationSeconds += 1; });
+    row("another size", [](auto& original, auto&) { original.size += 1; });
+    row("the thumbnail of another file", [](auto& original, auto& stored) {
+        original.uri += 'x';
+        QFile::copy(stored, pathByAppending(pathByDeletingLastComponent(stored),
+                                            ThumbnailStore::fileName(original.uri)));
+    });
+    row("half a file", [](auto&, auto& stored) { QFile::resize(stored, 200); });
+    row("a FIFO", [](auto&, auto& stored) {
+        QFile::remove(stored);
+        ::mkfifo(bytesFromPath(stored).constData(), 0600);
+    });
+}
+
+void ThumbnailStoreTest::takesNothingStale() {
+    using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
+    QFETCH(const Change, change);
+    const ThumbnailStore thumbnails(store());
+    auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
+    QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
+    QVERIFY(thumbnails.find(*original, 256, readStored));
+    change(*original, thumbnails.thumbnailPath(original->uri, 256));
+    QVERIFY(!thumbnails.find(*original, 256, readStored));
+}
+
+void ThumbnailStoreTest::keepsOnlyWhatItShould() {
+    const ThumbnailStore thumbnails(store());
+    const QImage image = plainImage({256, 128});
+    const auto old = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
+    QVERIFY2(!thumbnails.save(*old, 256, image, {256, 128}), "as large as the picture");
+    const auto growing = makeOriginal(_folder->filePath(QStringLiteral("b.jpg")), 0);
+    QVERIFY2(!thumbnails.save(*growing, 256, image, {1200, 600}), "it may still be written to");
+    QVERIFY(!thumbnails.saveFailure(*growing, QStringLiteral("cut off")));
+    QVERIFY2(!makeOriginal(pathByAppending(store(), QStringLiteral("normal/c.png"))), "its own files");
+    const QString link = _folder->filePath(QStringLiteral("link"));
+    QVERIFY(QFile::link(store(), link));
+    QVERIFY2(!makeOriginal(pathByAppending(link, QStringLiteral("normal/c.png"))), "by a link as well");
+    const ThumbnailStore unwritable(pathByAppending(old->path, QStringLiteral("thumbnails")));
+    QVERIFY(!unwritable.save(*old, 256, image, {1200, 600}));
+    QVERIFY(!unwritable.find(*old, 256, readStored));
+}
+
+void ThumbnailStoreTest::remembersFailures() {
+    const ThumbnailStore thumbnails(store());
+    auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
+    QVERIFY(!thumbnails.findFailure(*original, readStored));
+    QVERIFY(thumbnails.saveFailure(*original, QStringLiteral("Not a JPEG\nfile")));
+    QVERIFY(QFile::exists(pathByAppending(store(), QStringLiteral("fail/tavlin-" TAVLIN_VERSION "/") +
+                                                       ThumbnailStore::fileName(original->uri))));
+    QCOMPARE(thumbnails.findFailure(*original, readStored), QStringLiteral("Not a JPEG file"));
+    original->modificationSeconds += 1;
+    QVERIFY(!thumbnails.findFailure(*original, readStored));
+}
+
+TAVLIN_TEST_MAIN(QCoreApplication, ThumbnailStoreTest)
+#include "ThumbnailStoreTest.moc"
