@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "images/ImageBrowserDataSource.h"
 #include "platform/TemporaryFolder.h"
+#include "platform/views/Control.h"
 #include "platform/views/ImageBrowserView.h"
 #include "scripts/ScriptsDataSource.h"
 #include "settings/PreferencesDictionary.h"
@@ -13,6 +14,11 @@
 #include <stdexcept>
 
 namespace {
+
+class Slider : public platform::Control {
+ public:
+    float floatValue() const override { return 0.5F; }
+};
 
 void write(const QString& path, const QByteArray& text) {
     QFile file(path);
@@ -55,6 +61,7 @@ class ScriptsDataSourceTest : public QObject {
  private:
     QStringList names();
     QString folder() const { return ScriptsDataSource::scriptsFolder(); }
+    Slider _slider;
     std::unique_ptr<platform::TableView> _table;
     std::unique_ptr<platform::ImageBrowserView> _grid;
     std::unique_ptr<ImageBrowserDataSource> _images;
@@ -67,6 +74,7 @@ void ScriptsDataSourceTest::init() {
     _grid = std::make_unique<platform::ImageBrowserView>();
     _images = std::make_unique<ImageBrowserDataSource>();
     _images->setImageBrowserView(_grid.get());
+    _images->setImageBrowserSizeSlider(&_slider);
     _images->awakeFromNib();
     _grid->setDataSource(_images.get());
     _table = std::make_unique<platform::TableView>();
