@@ -11,12 +11,15 @@
 #include <QMetaObject>
 #include <QObject>
 
+#include <atomic>
 #include <system_error>
 #include <thread>
 
 namespace {
 
 constexpr const char* addPathsName = "-[ImageBrowserDataSource addImagesWithPaths:]";
+
+std::atomic<int> threadsRunning = 0;
 
 }  // namespace
 
@@ -66,11 +69,21 @@ void ImageLoadMeeting::mergeAndWait(const std::shared_ptr<ImageLoad>& load) {
 
 bool ImageLoad::detach() {
     try {
-        std::thread([load = shared_from_this()] { load->addImagesWithPaths(); }).detach();
+        ++threadsRunning;
+        std::thread([load = shared_from_this()]() mutable {
+            load->addImagesWithPaths();
+            load.reset();
+            --threadsRunning;
+        }).detach();
     } catch (const std::system_error&) {
+        --threadsRunning;
         return false;
     }
     return true;
+}
+
+int ImageLoad::numberRunning() {
+    return threadsRunning;
 }
 
 void ImageLoad::addImagesWithPaths() {

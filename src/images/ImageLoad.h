@@ -59,6 +59,8 @@ class ImageLoad : public std::enable_shared_from_this<ImageLoad> {
 
     /// Starts the thread; false when the system has none left.
     bool detach();
+    /// How many loading threads are alive, those overtaken included. Any thread.
+    static int numberRunning();
 
     const QStringList& paths() const { return _paths; }
     /// Overtaken: the walk ends early, and nothing is merged. Any thread.
