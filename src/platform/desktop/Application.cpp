@@ -9,6 +9,7 @@
 #include "platform/desktop/WindowOrder.h"
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
+#include "platform/TemporaryFolder.h"
 
 #include <QApplication>
 #include <QSessionManager>
@@ -177,6 +178,7 @@ int Application::enterEventLoop() {
     _d->isTerminating = true;
     _d->interface->saveState();
     sendWillTerminate();
+    removeTemporaryFolder();
     if (_d->interface->hasDetachedWork()) {
         // Destroying what such a thread uses would crash it, and waiting for it would hold the user.
         std::fflush(nullptr);

@@ -8,10 +8,13 @@ InterfaceDescriptions& InterfaceDescriptions::shared() {
     return descriptions;
 }
 
-std::unique_ptr<WindowController> InterfaceDescriptions::open(const QString& windowNibName,
-                                                              QObject* sender) const {
-    const Factory factory = _factories.value(windowNibName);
-    return factory ? factory(windowNibName, sender) : nullptr;
+void InterfaceDescriptions::add(const QString& windowNibName, Factory factory) {
+    _factories.insert(windowNibName, std::move(factory));
+}
+
+std::unique_ptr<WindowController> InterfaceDescriptions::open(const WindowRequest& request) const {
+    const Factory factory = _factories.value(request.windowNibName);
+    return factory ? factory(request) : nullptr;
 }
 
 }  // namespace platform

@@ -28,22 +28,25 @@ class WindowController : public QObject {
     void windowWillClose();
 };
 
-/// The windows that this program can open, by the names of their interface descriptions ("AboutWindow",
-/// "PreferencesWindow"). A name that is not registered has no window here, and its commands are not offered.
-/// Filled at start-up; main thread only.
+/// What a window is opened with: a value.
+struct WindowRequest {
+    QString windowNibName;      ///< the interface description's name: "AboutWindow", "ImageWindow" ...
+    QObject* sender = nullptr;  ///< the opening object, borrowed
+    QString imagePath;          ///< for an image window
+};
+
+/// The windows that this program can open, by the names of their interface descriptions. A name that is not
+/// registered has no window here, and its commands are not offered. Filled at start-up; main thread only.
 class InterfaceDescriptions {
  public:
-    using Factory =
-        std::function<std::unique_ptr<WindowController>(const QString& windowNibName, QObject* sender)>;
+    using Factory = std::function<std::unique_ptr<WindowController>(const WindowRequest& request)>;
 
     static InterfaceDescriptions& shared();
 
-    void add(const QString& windowNibName, Factory factory) {
-        _factories.insert(windowNibName, std::move(factory));
-    }
+    void add(const QString& windowNibName, Factory factory);
     bool contains(const QString& windowNibName) const { return _factories.contains(windowNibName); }
-    /// Null for an unknown name.
-    std::unique_ptr<WindowController> open(const QString& windowNibName, QObject* sender) const;
+    /// Builds and shows the window; null for an unknown name.
+    std::unique_ptr<WindowController> open(const WindowRequest& request) const;
 
  private:
     QHash<QString, Factory> _factories;

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/Application.h"
+
+#include "platform/desktop/MainMenu.h"
+#include "testing/TestHome.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <cstdio>
+#include <stdexcept>
+
+namespace {
+
+void say(const char* text) {
+    std::printf("%s\n", text);
+    std::fflush(stdout);
+}
+
+class TellingWindow : public QWidget {
+ protected:
+    void closeEvent(QCloseEvent* event) override {
+        say("close event");
+        QWidget::closeEvent(event);
+    }
+};
+
+/// Says each call on standard output, and ends in the way that the environment names.
+class TellingInterface : public platform::MainInterface, public platform::ApplicationDelegate {
+ public:
+    explicit TellingInterface(const QByteArray& ending) : _ending(ending) {
+        _menu.addMenu(QStringLiteral("File"), QStringLiteral("File"));
+        say("created");
+    }
+
+    platform::ApplicationDelegate& delegate() override { return *this; }
+    QWidget& mainWindow() override { return _window; }
+    platform::MainMenu& mainMenu() override { return _menu; }
+    void restoreState() override { say("restore state"); }
+    void saveState() override { say("save state"); }
+    void awake() override { say("awake"); }
+    void openFolder(const QString& path) override {
+        say(("open " + path.toUtf8()).constData());
+        QTimer::singleShot(0, &_window, [this] { end(); });
+    }
+    bool hasDetachedWork() const override { return _ending == "detached"; }
+
+    void applicationDidFinishLaunching() override {
+        say("did finish launching");
+        _window.show();
+        if (_ending == "throws")
+            throw std::runtime_error("thrown on purpose");
+        if (_ending == "early")
+            platform::Application::shared()->terminate();
+    }
+    void applicationWillTerminate() override { say("will terminate"); }
+    void applicationWillBecomeActive() override { say("will become active"); }
+    void applicationWillUnhide() override {}
+    bool validateMenuItem(const platform::MenuItem& /*item*/) override { return true; }
+
+ private:
+    void end() {
+        if (_ending == "quit")
+            QCoreApplication::quit();
+        else if (_ending == "close")
+            _window.close();
+        else if (_ending == "signal")
+            say("ready");
+        else
+            platform::Application::shared()->terminate();
+    }
+
+    QByteArray _ending;
+    platform::MainMenu _menu;
+    TellingWindow _window;
+};
+
+}  // namespace
+
+class TestApplication : public QObject {
+    Q_OBJECT
+
+    static QProcessEnvironment environment(const char* ending) {
+        QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+        result.insert(QStringLiteral("TAVLIN_TEST_ENDING"), QString::fromLatin1(ending));
+        return result;
+    }
+    static void start(QProcess& child, const char* ending, const QStringList& arguments = {}) {
+        child.setProcessEnvironment(environment(ending));
+        child.start(QCoreApplication::applicationFilePath(), arguments);
+        QVERIFY(child.waitForStarted());
+    }
+    static QStringList linesOf(QProcess& child) {
+        return QString::fromUtf8(child.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+    }
+
+ private Q_SLOTS:
+    void wholeLife_data() {
+        QTest::addColumn<QByteArray>("ending");
+        QTest::addColumn<bool>("isClosed");
+        QTest::newRow("terminate") << QByteArray("terminate") << false;
+        QTest::newRow("the toolkit's quit") << QByteArray("quit") << false;
+        QTest::newRow("last window closed") << QByteArray("close") << true;
+        QTest::newRow("a loading thread is left behind") << QByteArray("detached") << false;
+        QTest::newRow("an exception at the start") << QByteArray("throws") << false;
+        QTest::newRow("ended before the loop") << QByteArray("early") << false;
+    }
+    void wholeLife() {
+        QFETCH(const QByteArray, ending);
+        QFETCH(const bool, isClosed);
+        QProcess child;
+        start(child, ending.constData(), {QStringLiteral("/some/folder/")});
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        QStringList lines = linesOf(child);
+        lines.removeAll(QStringLiteral("will become active"));
+        QStringList expected{QStringLiteral("created"), QStringLiteral("restore state"),
+                             QStringLiteral("awake"), QStringLiteral("did finish launching"),
+                             QStringLiteral("open /some/folder")};
+        if (isClosed)
+            expected += QStringLiteral("close event");
+        expected << QStringLiteral("save state") << QStringLiteral("will terminate");
+        QCOMPARE(lines, expected);
+    }
+
+    /// The program is told once of coming to the front, after it has opened its folder.
+    void activation() {
+        QProcess child;
+        start(child, "signal");
+        QByteArray output;
+        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("will become active"));
+        QVERIFY(output.indexOf("open ") < output.indexOf("will become active"));
+        QCOMPARE(output.count("will become active"), 1);
+        child.terminate();
+        QVERIFY(child.waitForFinished());
+    }
+
+    void signalsEndItOnce_data() {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGHUP") << SIGHUP;
+    }
+    void signalsEndItOnce() {
+        QFETCH(const int, signal);
+        QProcess child;
+        start(child, "signal");
+        QByteArray output;
+        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
+        ::kill(static_cast<pid_t>(child.processId()), signal);
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        output += child.readAllStandardOutput();
+        QCOMPARE(output.count("will terminate"), 1);
+        QVERIFY(!output.contains("close event"));
+    }
+
+    void anIgnoredSignalStaysIgnored() {
+        QProcess child;
+        child.setChildProcessModifier([] { ::signal(SIGHUP, SIG_IGN); });
+        start(child, "signal");
+        QByteArray output;
+        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
+        ::kill(static_cast<pid_t>(child.processId()), SIGHUP);
+        QVERIFY(!child.waitForFinished(300));
+        child.terminate();
+        QVERIFY(child.waitForFinished());
+    }
+
+    void answersOnTheCommandLine_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("hasDisplay");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char* name, const QByteArray& words, bool hasDisplay, int status,
+                            const char* output, const char* error) {
+            QTest::newRow(name) << QString::fromLatin1(words).split(u' ', Qt::SkipEmptyParts) << hasDisplay
+                                << status << QString::fromLatin1(output) << QString::fromLatin1(error);
+        };
+        row("help", "--help", false, 0, "Usage:", "");
+        row("version", "--version", false, 0, "tavlin " TAVLIN_VERSION, "");
+        row("unknown option", "--bogus", true, 2, "", "\"--bogus\"");
+        row("after the toolkit's own", "-style fusion --bogus", true, 2, "", "\"--bogus\"");
+        row("no display", "", false, 1, "", "no display");
+    }
+    void answersOnTheCommandLine() {
+        QFETCH(const QStringList, arguments);
+        QFETCH(const bool, hasDisplay);
+        QFETCH(const QString, output);
+        QFETCH(const QString, error);
+        QProcess child;
+        QProcessEnvironment variables = environment("terminate");
+        if (!hasDisplay)
+            for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+                variables.remove(QString::fromLatin1(name));
+        child.setProcessEnvironment(variables);
+        child.start(QCoreApplication::applicationFilePath(), arguments);
+        QVERIFY(child.waitForFinished());
+        QTEST(child.exitCode(), "status");
+        const QString said = QString::fromUtf8(child.readAllStandardOutput());
+        const QString complained = QString::fromUtf8(child.readAllStandardError());
+        QCOMPARE(said.isEmpty(), output.isEmpty());
+        QVERIFY2(said.contains(output), qPrintable(said));
+        QVERIFY2(complained.contains(error), qPrintable(complained));
+    }
+};
+
+int main(int argc, char** argv) {
+    if (const QByteArray ending = qgetenv("TAVLIN_TEST_ENDING"); !ending.isEmpty())
+        return platform::Application::run(argc, argv,
+                                          [&ending] { return std::make_unique<TellingInterface>(ending); });
+    const TestHome home;
+    const QCoreApplication application(argc, argv);
+    TestApplication test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_application.moc"
