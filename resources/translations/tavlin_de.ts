@@ -4,7 +4,33 @@
 <!-- One message a line, in the order of the keys. -->
 <context>
     <name></name>
+    <message id="GrowlMessageVolumeMounted"><source></source><translation>Das Laufwerk „%@“ ist jetzt da.</translation></message>
+    <message id="GrowlMessageVolumeUnmounted"><source></source><translation>Das Laufwerk „%@“ wurde entfernt.</translation></message>
+    <message id="MainMenuAbout"><source></source><translation>Ü&amp;ber Tavlin</translation></message>
+    <message id="MainMenuEdit"><source></source><translation>&amp;Bearbeiten</translation></message>
+    <message id="MainMenuFile"><source></source><translation>&amp;Datei</translation></message>
+    <message id="MainMenuGoToParentFolder"><source></source><translation>Zum ü&amp;bergeordneten Ordner</translation></message>
+    <message id="MainMenuHelp"><source></source><translation>&amp;Hilfe</translation></message>
+    <message id="MainMenuOpen"><source></source><translation>Ö&amp;ffnen</translation></message>
+    <message id="MainMenuPreferences"><source></source><translation>&amp;Einstellungen…</translation></message>
+    <message id="MainMenuQuit"><source></source><translation>&amp;Beenden</translation></message>
+    <message id="MainMenuReload"><source></source><translation>&amp;Neu laden</translation></message>
+    <message id="MainMenuSelectAll"><source></source><translation>&amp;Alles auswählen</translation></message>
+    <message id="MainMenuView"><source></source><translation>&amp;Ansicht</translation></message>
+    <message id="MainMenuZoomIn"><source></source><translation>Ver&amp;größern</translation></message>
+    <message id="MainMenuZoomOut"><source></source><translation>Ver&amp;kleinern</translation></message>
+    <message id="MainWindowBusyName"><source></source><translation>Bilder werden gesucht</translation></message>
     <message id="MainWindowFileBrowserColumnFolders"><source></source><translation>Ordner</translation></message>
+    <message id="MainWindowPicturesName"><source></source><translation>Bilder</translation></message>
+    <message id="MainWindowPlacesName"><source></source><translation>Orte</translation></message>
     <message id="MainWindowScriptsBrowserColumnScriptName"><source></source><translation>Skripte</translation></message>
+    <message id="MainWindowScriptsName"><source></source><translation>Skripte</translation></message>
+    <message id="MainWindowStatusFound"><source></source><translation>%1 gefunden…</translation></message>
+    <message id="MainWindowStatusItems"><source></source><translation>%1 Objekte</translation></message>
+    <message id="MainWindowStatusOneItem"><source></source><translation>1 Objekt</translation></message>
+    <message id="MainWindowStatusSelected"><source></source><translation>%1 von %2 ausgewählt</translation></message>
+    <message id="MainWindowZoomInName"><source></source><translation>Bilder vergrößern</translation></message>
+    <message id="MainWindowZoomName"><source></source><translation>Größe der Bilder</translation></message>
+    <message id="MainWindowZoomOutName"><source></source><translation>Bilder verkleinern</translation></message>
 </context>
 </TS>

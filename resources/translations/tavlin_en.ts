@@ -4,7 +4,33 @@
 <!-- One message a line, in the order of the keys. -->
 <context>
     <name></name>
+    <message id="GrowlMessageVolumeMounted"><source></source><translation>The volume “%@” is there now.</translation></message>
+    <message id="GrowlMessageVolumeUnmounted"><source></source><translation>The volume “%@” was removed.</translation></message>
+    <message id="MainMenuAbout"><source></source><translation>&amp;About Tavlin</translation></message>
+    <message id="MainMenuEdit"><source></source><translation>&amp;Edit</translation></message>
+    <message id="MainMenuFile"><source></source><translation>&amp;File</translation></message>
+    <message id="MainMenuGoToParentFolder"><source></source><translation>Go to &amp;Parent Folder</translation></message>
+    <message id="MainMenuHelp"><source></source><translation>&amp;Help</translation></message>
+    <message id="MainMenuOpen"><source></source><translation>&amp;Open</translation></message>
+    <message id="MainMenuPreferences"><source></source><translation>&amp;Preferences…</translation></message>
+    <message id="MainMenuQuit"><source></source><translation>&amp;Quit</translation></message>
+    <message id="MainMenuReload"><source></source><translation>&amp;Reload</translation></message>
+    <message id="MainMenuSelectAll"><source></source><translation>Select &amp;All</translation></message>
+    <message id="MainMenuView"><source></source><translation>&amp;View</translation></message>
+    <message id="MainMenuZoomIn"><source></source><translation>Zoom &amp;In</translation></message>
+    <message id="MainMenuZoomOut"><source></source><translation>Zoom &amp;Out</translation></message>
+    <message id="MainWindowBusyName"><source></source><translation>Looking for pictures</translation></message>
     <message id="MainWindowFileBrowserColumnFolders"><source></source><translation>Folders</translation></message>
+    <message id="MainWindowPicturesName"><source></source><translation>Pictures</translation></message>
+    <message id="MainWindowPlacesName"><source></source><translation>Places</translation></message>
     <message id="MainWindowScriptsBrowserColumnScriptName"><source></source><translation>Scripts</translation></message>
+    <message id="MainWindowScriptsName"><source></source><translation>Scripts</translation></message>
+    <message id="MainWindowStatusFound"><source></source><translation>%1 found…</translation></message>
+    <message id="MainWindowStatusItems"><source></source><translation>%1 items</translation></message>
+    <message id="MainWindowStatusOneItem"><source></source><translation>1 item</translation></message>
+    <message id="MainWindowStatusSelected"><source></source><translation>%1 of %2 selected</translation></message>
+    <message id="MainWindowZoomInName"><source></source><translation>Larger pictures</translation></message>
+    <message id="MainWindowZoomName"><source></source><translation>Size of the pictures</translation></message>
+    <message id="MainWindowZoomOutName"><source></source><translation>Smaller pictures</translation></message>
 </context>
 </TS>

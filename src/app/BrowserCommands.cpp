@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/BrowserCommands.h"
+
+#include "app/MainWindow.h"
+#include "app/TavlinAppDelegate.h"
+#include "app/ZoomSlider.h"
+#include "images/ImageBrowserDataSource.h"
+#include "places/FileBrowserDataSource.h"
+#include "platform/desktop/Bundle.h"
+#include "platform/desktop/MainMenu.h"
+#include "platform/PathBytes.h"
+#include "platform/views/ImageBrowserView.h"
+#include "platform/views/OutlineView.h"
+
+#include <QAction>
+#include <QMenu>
+
+namespace {
+
+constexpr float zoomStep = 0.1F;
+
+QString text(const char* key) {
+    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
+}
+
+}  // namespace
+
+BrowserCommands::BrowserCommands(const Outlets& outlets, QObject* parent)
+    : QObject(parent), _outlets(outlets) {
+}
+
+void BrowserCommands::fillMenu(platform::MainMenu& menu) {
+    addFileMenu(menu);
+    addEditMenu(menu);
+    addViewMenu(menu);
+    addHelpMenu(menu);
+}
+
+void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
+    menu.addMenu(QStringLiteral("File"), text("MainMenuFile"));
+    menu.addCommand({.name = QStringLiteral("Quit"),
+                     .text = text("MainMenuQuit"),
+                     .keyEquivalent = QStringLiteral("q"),
+                     .shortcuts = {},
+                     .action = [] { platform::Application::shared()->terminate(); },
+                     .hasTarget = {}});
+}
+
+void BrowserCommands::addEditMenu(platform::MainMenu& menu) {
+    menu.addMenu(QStringLiteral("Edit"), text("MainMenuEdit"));
+    menu.addCommand({.name = QStringLiteral("SelectAll"),
+                     .text = text("MainMenuSelectAll"),
+                     .keyEquivalent = QStringLiteral("a"),
+                     .shortcuts = {},
+                     .action = [this] { selectAll(); },
+                     .hasTarget =
+                         [this] {
+                             return isMainWindowInFront();
+                         }});
+    menu.addSeparator();
+    QAction* preferences =
+        menu.addCommand({.name = QStringLiteral("Preferences"),
+                         .text = text("MainMenuPreferences"),
+                         .keyEquivalent = QStringLiteral(","),
+                         .shortcuts = {},
+                         .action = [this] { _outlets.delegate.openPreferencesWindow(this); },
+                         .hasTarget = {}});
+    preferences->setVisible(
+        platform::InterfaceDescriptions::shared().contains(QStringLiteral("PreferencesWindow")));
+}
+
+void BrowserCommands::addViewMenu(platform::MainMenu& menu) {
+    const auto inFront = [this] {
+        return isMainWindowInFront();
+    };
+    menu.addMenu(QStringLiteral("View"), text("MainMenuView"));
+    menu.addCommand({.name = QStringLiteral("ZoomIn"),
+                     .text = text("MainMenuZoomIn"),
+                     .keyEquivalent = QStringLiteral("+"),
+                     .shortcuts = {QKeySequence(QStringLiteral("Ctrl+="))},
+                     .action = [this] { zoomIn(); },
+                     .hasTarget = inFront});
+    menu.addCommand({.name = QStringLiteral("ZoomOut"),
+                     .text = text("MainMenuZoomOut"),
+                     .keyEquivalent = QStringLiteral("-"),
+                     .shortcuts = {},
+                     .action = [this] { zoomOut(); },
+                     .hasTarget = inFront});
+    menu.addSeparator();
+    menu.addCommand({.name = QStringLiteral("GoToParentFolder"),
+                     .text = text("MainMenuGoToParentFolder"),
+                     .keyEquivalent = {},
+                     .shortcuts = {QKeySequence(QStringLiteral("Alt+Up"))},
+                     .action = [this] { goToParentFolder(); },
+                     .hasTarget = inFront});
+    menu.addCommand({.name = QStringLiteral("Reload"),
+                     .text = text("MainMenuReload"),
+                     .keyEquivalent = {},
+                     .shortcuts = {QKeySequence(QStringLiteral("F5"))},
+                     .action = [this] { reloadFolder(); },
+                     .hasTarget = inFront});
+}
+
+void BrowserCommands::addHelpMenu(platform::MainMenu& menu) {
+    menu.addMenu(QStringLiteral("Help"), text("MainMenuHelp"));
+    QAction* about = menu.addCommand({.name = QStringLiteral("About"),
+                                      .text = text("MainMenuAbout"),
+                                      .keyEquivalent = QStringLiteral("i"),
+                                      .shortcuts = {},
+                                      .action = [this] { _outlets.delegate.openAboutWindow(this); },
+                                      .hasTarget = {}});
+    about->setVisible(platform::InterfaceDescriptions::shared().contains(QStringLiteral("AboutWindow")));
+}
+
+void BrowserCommands::showGridMenu(const platform::MainMenu& menu, QPoint globalPosition) {
+    auto* popUp = new QMenu(&_outlets.window);
+    popUp->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* open = popUp->addAction(text("MainMenuOpen"));
+    open->setEnabled(!_outlets.images.selectedItems().isEmpty());
+    connect(open, &QAction::triggered, &_outlets.window.grid(), &platform::ImageBrowserView::openCurrentItem);
+    popUp->addSeparator();
+    for (const char* name : {"SelectAll", "GoToParentFolder", "Reload"})
+        popUp->addAction(menu.action(QString::fromLatin1(name)));
+    popUp->popup(globalPosition);
+}
+
+void BrowserCommands::zoomIn() {
+    ZoomSlider& slider = _outlets.window.zoomSlider();
+    slider.setFloatValue(slider.floatValue() + zoomStep);
+}
+
+void BrowserCommands::zoomOut() {
+    ZoomSlider& slider = _outlets.window.zoomSlider();
+    slider.setFloatValue(slider.floatValue() - zoomStep);
+}
+
+void BrowserCommands::goToParentFolder() {
+    const FileSystemItem* place = selectedPlace();
+    if (place == nullptr)
+        return;
+    if (place->parent() != nullptr) {
+        platform::OutlineView& outline = _outlets.window.outline();
+        outline.selectRow(outline.rowForItem(place->parent()), false);
+    } else if (const QString path = place->fullPath(); path != u"/") {
+        _outlets.places.revealFolder(platform::pathByDeletingLastComponent(path));
+    }
+}
+
+void BrowserCommands::reloadFolder() {
+    if (const FileSystemItem* place = selectedPlace())
+        _outlets.images.reloadWithPath(place->fullPath());
+}
+
+void BrowserCommands::selectAll() {
+    _outlets.window.grid().selectAll();
+}
+
+FileSystemItem* BrowserCommands::selectedPlace() const {
+    const platform::OutlineView& outline = _outlets.window.outline();
+    return dynamic_cast<FileSystemItem*>(outline.itemAtRow(outline.selectedRow()));
+}
+
+bool BrowserCommands::isMainWindowInFront() const {
+    const QList<QWidget*> windows = platform::Application::shared()->orderedWindows();
+    return !windows.isEmpty() && windows.constFirst() == &_outlets.window;
+}

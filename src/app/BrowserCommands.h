@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QObject>
+#include <QPoint>
+
+class FileBrowserDataSource;
+class FileSystemItem;
+class ImageBrowserDataSource;
+class MainWindow;
+class TavlinAppDelegate;
+
+namespace platform {
+class MainMenu;
+}
+
+/// The program's commands: fills the menus, and does what they ask of the main window. Borrows all it is made
+/// with. Main thread only.
+class BrowserCommands : public QObject {
+    Q_OBJECT
+
+ public:
+    struct Outlets {
+        MainWindow& window;
+        TavlinAppDelegate& delegate;
+        FileBrowserDataSource& places;
+        ImageBrowserDataSource& images;
+    };
+
+    explicit BrowserCommands(const Outlets& outlets, QObject* parent = nullptr);
+
+    void fillMenu(platform::MainMenu& menu);
+    void showGridMenu(const platform::MainMenu& menu, QPoint globalPosition);
+
+    void zoomIn();
+    void zoomOut();
+    /// Selects the parent of the selected place: its row, or, for a top-level place, where another place
+    /// contains it.
+    void goToParentFolder();
+    /// Loads the shown folder anew, whichever row it has.
+    void reloadFolder();
+    void selectAll();
+
+    /// The item of the selected row, or null; asks the outline and writes no log.
+    FileSystemItem* selectedPlace() const;
+
+ private:
+    bool isMainWindowInFront() const;
+    void addFileMenu(platform::MainMenu& menu);
+    void addEditMenu(platform::MainMenu& menu);
+    void addViewMenu(platform::MainMenu& menu);
+    void addHelpMenu(platform::MainMenu& menu);
+
+    Outlets _outlets;
+};

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/WindowState.h"
+
+#include <QMainWindow>
+#include <QString>
+
+#include <cstddef>
+#include <memory>
+
+class QTimer;
+class ZoomSlider;
+
+namespace Ui {
+class MainWindow;
+}
+
+namespace platform {
+class ImageBrowserView;
+class OutlineView;
+class TableView;
+}  // namespace platform
+
+/// The main window as a set of panes: places above scripts at the left, the grid of pictures beside them with
+/// a line under it that tells what is shown and holds the zoom slider. It knows no data source; the main
+/// interface connects it. Main thread only.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+ public:
+    MainWindow();
+    ~MainWindow() override;
+
+    platform::OutlineView& outline() const;
+    platform::TableView& scriptsTable() const;
+    platform::ImageBrowserView& grid() const;
+    ZoomSlider& zoomSlider() const;
+
+    /// Everything but the folder, which belongs to the places.
+    WindowState state() const;
+    void restore(const WindowState& state);
+
+    /// The shown folder's display name, for the title; empty for none.
+    void setShownFolder(const QString& name);
+    void setItemCount(std::size_t count);
+    void setSelectionCount(std::size_t count);
+    void setLoading(bool isLoading);
+    /// How many items the load under way has found.
+    void setNumberFound(std::size_t count);
+
+ Q_SIGNALS:
+    void zoomInAsked();
+    void zoomOutAsked();
+
+ private:
+    void setUpPanes();
+    void setUpZoom();
+    void updateStatus();
+
+    std::unique_ptr<Ui::MainWindow> _ui;
+    QTimer* _busyDelay;
+    std::size_t _itemCount = 0;
+    std::size_t _selectionCount = 0;
+    std::size_t _numberFound = 0;
+    bool _isLoading = false;
+};

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/MainWindowInterface.h"
+
+#include "app/FirstFrame.h"
+#include "app/ZoomSlider.h"
+#include "images/ImageLoad.h"
+#include "platform/desktop/Bundle.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/FolderReader.h"
+#include "platform/Guard.h"
+#include "platform/PathBytes.h"
+#include "platform/views/ImageBrowserView.h"
+#include "platform/views/OutlineView.h"
+#include "platform/views/TableView.h"
+
+#include <QDir>
+#include <QLoggingCategory>
+#include <QSignalBlocker>
+#include <QStandardPaths>
+
+#include <cstdio>
+
+Q_LOGGING_CATEGORY(stateCategory, "tavlin.state")
+
+namespace {
+
+/// Whether a folder may be at the path: a place that does not answer in time may well hold it.
+bool mayBeFolder(const QString& path) {
+    const auto contents = platform::FolderReader::shared().contents(path, platform::FolderDetail::status);
+    return !contents || contents->isFolder;
+}
+
+QString firstFolder() {
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    return mayBeFolder(pictures) ? pictures : QDir::homePath();
+}
+
+/// Opens a window that belongs to itself alone, and lives until it is closed.
+void openImageWindow(const QString& nibName, ImageBrowserDataSource& sender, const QString& path) {
+    auto controller = platform::InterfaceDescriptions::shared().open({nibName, &sender, path});
+    if (controller == nullptr)
+        return;
+    QObject* self = controller.release();
+    QObject::connect(static_cast<platform::WindowController*>(self),
+                     &platform::WindowController::windowWillClose, self, &QObject::deleteLater);
+}
+
+}  // namespace
+
+std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
+    platform::ThumbnailQueue::setDecoderProgram(platform::Bundle::mainBundle().libexecPath() +
+                                                QStringLiteral("/tavlin-decoder"));
+    return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
+}
+
+MainWindowInterface::MainWindowInterface() : _commands({_window, _delegate, _places, _images}) {
+    connectOutlets();
+    connectZoom();
+    connectStatus();
+    _commands.fillMenu(_menu);
+    _menu.attachTo(_window);
+}
+
+void MainWindowInterface::connectOutlets() {
+    platform::OutlineView& outline = _window.outline();
+    platform::ImageBrowserView& grid = _window.grid();
+
+    _delegate.window = &_window;
+    _delegate.fileBrowserOutline = &outline;
+    _delegate.scriptsTableView = &_window.scriptsTable();
+    _delegate.imageBrowserView = &grid;
+    _delegate.imageBrowserDataSource = &_images;
+    _delegate.fileBrowserDataSource = &_places;
+    _delegate.scriptsBrowserDataSource = &_scripts;
+
+    _places.setImageBrowserDataSource(&_images);
+    _places.setFileBrowserOutlineView(&outline);
+    outline.setDataSource(&_places);
+    outline.setDelegate(&_places);
+
+    _images.setImageBrowserView(&grid);
+    _images.setImageBrowserSizeSlider(&_window.zoomSlider());
+    _images.setScriptsTableView(&_window.scriptsTable());
+    _images.setFileBrowserOutlineView(&outline);
+    _images.setFileBrowserDataSource(&_places);
+    _images.setImageWindowOpener(openImageWindow);
+    grid.setDataSource(&_images);
+    grid.setBrowserDelegate(&_images);
+    grid.setThumbnailQueue(&_thumbnails);
+
+    _scripts.setScriptsTableView(&_window.scriptsTable());
+    _scripts.setMainWindow(&_window);
+    _scripts.setImageBrowserDataSource(&_images);
+
+    QObject::connect(&grid, &platform::ImageBrowserView::contextMenuAsked, &_commands,
+                     [this](QPoint position) { _commands.showGridMenu(_menu, position); });
+}
+
+void MainWindowInterface::connectZoom() {
+    ZoomSlider& slider = _window.zoomSlider();
+    QObject::connect(&slider, &ZoomSlider::valueChanged, &_images,
+                     [this, &slider] { _images.zoomSliderDidChange(slider); });
+    QObject::connect(&_window.grid(), &platform::ImageBrowserView::zoomValueChanged, &slider,
+                     [&slider](float zoom) {
+                         const QSignalBlocker blocker(slider);
+                         slider.setFloatValue(zoom);
+                     });
+    QObject::connect(&_window, &MainWindow::zoomInAsked, &_commands, &BrowserCommands::zoomIn);
+    QObject::connect(&_window, &MainWindow::zoomOutAsked, &_commands, &BrowserCommands::zoomOut);
+}
+
+void MainWindowInterface::connectStatus() {
+    QObject::connect(&_images, &ImageBrowserDataSource::itemsChanged, &_window, [this] {
+        _window.setItemCount(_images.numberOfImages());
+        const FileSystemItem* place = _commands.selectedPlace();
+        _window.setShownFolder(place == nullptr ? QString() : platform::displayablePath(place->name()));
+    });
+    QObject::connect(&_images, &ImageBrowserDataSource::loadingChanged, &_window, &MainWindow::setLoading);
+    QObject::connect(&_images, &ImageBrowserDataSource::numberFoundChanged, &_window,
+                     &MainWindow::setNumberFound);
+    QObject::connect(&_window.grid(), &platform::ImageBrowserView::selectionCountChanged, &_window,
+                     &MainWindow::setSelectionCount);
+}
+
+void MainWindowInterface::restoreState() {
+    const WindowState state = WindowState::read(WindowState::defaultFilePath());
+    _window.restore(state);
+    _lastFolder = state.folder;
+}
+
+void MainWindowInterface::saveState() {
+    WindowState state = _window.state();
+    const FileSystemItem* place = _commands.selectedPlace();
+    state.folder = place == nullptr ? _lastFolder : place->fullPath();
+    if (!state.write(WindowState::defaultFilePath()))
+        qCWarning(stateCategory, "the window's state could not be kept");
+}
+
+void MainWindowInterface::awake() {
+    _images.awakeFromNib();
+    new FirstFrame(_window, [this] {
+        platform::guarded("awakeFromNib", [this] {
+            _window.scriptsTable().setDataSource(&_scripts);
+            _scripts.awakeFromNib();
+        });
+    });
+}
+
+void MainWindowInterface::openFolder(const QString& path) {
+    if (!path.isNull() && !mayBeFolder(path)) {
+        std::fprintf(stderr, "tavlin: there is no folder \"%s\"\n",
+                     platform::bytesFromPath(path).constData());
+    } else if (!path.isNull()) {
+        _places.revealFolder(path);
+        return;
+    }
+    const bool isLastThere = !_lastFolder.isNull() && mayBeFolder(_lastFolder);
+    _places.revealFolder(isLastThere ? _lastFolder : firstFolder());
+}
+
+bool MainWindowInterface::hasDetachedWork() const {
+    return ImageLoad::numberRunning() > 0;
+}

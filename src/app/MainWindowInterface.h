@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/BrowserCommands.h"
+#include "app/MainWindow.h"
+#include "app/TavlinAppDelegate.h"
+#include "app/WindowState.h"
+#include "images/ImageBrowserDataSource.h"
+#include "places/FileBrowserDataSource.h"
+#include "platform/desktop/Application.h"
+#include "platform/desktop/MainMenu.h"
+#include "platform/imaging/ThumbnailQueue.h"
+#include "scripts/ScriptsDataSource.h"
+
+#include <memory>
+
+/// The main interface: owns the delegate, the window with its views, and the data sources, and connects them.
+/// Main thread only.
+class MainWindowInterface : public platform::MainInterface {
+ public:
+    static std::unique_ptr<platform::MainInterface> load();
+
+    TavlinAppDelegate& delegate() override { return _delegate; }
+    MainWindow& mainWindow() override { return _window; }
+    platform::MainMenu& mainMenu() override { return _menu; }
+    void restoreState() override;
+    void saveState() override;
+    /// The scripts wake after the first frame, as they run shell commands.
+    void awake() override;
+    void openFolder(const QString& path) override;
+    bool hasDetachedWork() const override;
+
+    ImageBrowserDataSource& images() { return _images; }
+    FileBrowserDataSource& places() { return _places; }
+
+ private:
+    MainWindowInterface();
+    void connectOutlets();
+    void connectZoom();
+    void connectStatus();
+
+    platform::MainMenu _menu;
+    platform::ThumbnailQueue _thumbnails;
+    TavlinAppDelegate _delegate;
+    FileBrowserDataSource _places;
+    ImageBrowserDataSource _images;
+    ScriptsDataSource _scripts;
+    MainWindow _window;
+    BrowserCommands _commands;
+    QString _lastFolder;  ///< of the run before
+};
