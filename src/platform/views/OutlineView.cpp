@@ -5,6 +5,7 @@
 #include "platform/views/OutlineItemDelegate.h"
 #include "platform/views/OutlineMemory.h"
 #include "platform/views/OutlineModel.h"
+#include "platform/views/OutlineRows.h"
 #include "platform/views/TextFieldCell.h"
 #include "platform/views/ViewColumn.h"
 
@@ -16,16 +17,11 @@
 namespace platform {
 
 struct OutlineView::Private {
-    explicit Private(OutlineView& outline)
-        : view(outline), model(new OutlineModel(outline, &outline)), memory(*model) {}
+    explicit Private(OutlineView& outline);
 
     bool isAnswering() const { return model->isAsking() || isTellingDelegate; }
     TextFieldCell& filledCell(const QModelIndex& index);
     void tellSelectionChange();
-
-    int rowsBelow(const QModelIndex& parent) const;
-    int rowForIndex(const QModelIndex& index) const;
-    QModelIndex indexAtRow(int row) const;
 
     void beginReload();
     void finishReload();
@@ -42,6 +38,7 @@ struct OutlineView::Private {
     std::unique_ptr<TableColumn> column;
     OutlineModel* model;
     OutlineMemory memory;
+    OutlineRows rows;
     bool isTellingDelegate = false;  ///< of a cell, while drawing
     int selectionChanges = 0;        ///< how often the delegate was told
     /// While true, the rows change by a reload and not by the user: nothing is noted and nobody told.
@@ -127,15 +124,15 @@ void OutlineView::reloadItem(OutlineItem* item, bool reloadChildren) {
 }
 
 int OutlineView::numberOfRows() const {
-    return _d->rowsBelow({});
+    return _d->rows.count();
 }
 
 int OutlineView::selectedRow() const {
     const auto& selection = _d->memory.selection();
     for (auto item = selection.rbegin(); item != selection.rend(); ++item) {
-        int row = _d->rowForIndex(item->index);
+        int row = _d->rows.rowForIndex(item->index);
         if (row < 0 && _d->isReloadPending)
-            row = _d->rowForIndex(_d->model->indexForPlace({item->place.first()}));
+            row = _d->rows.rowForIndex(_d->model->indexForPlace({item->place.first()}));
         if (row >= 0)
             return row;
     }
@@ -143,11 +140,11 @@ int OutlineView::selectedRow() const {
 }
 
 int OutlineView::rowForItem(const OutlineItem* item) const {
-    return _d->rowForIndex(_d->model->indexForItem(item));
+    return _d->rows.rowForIndex(_d->model->indexForItem(item));
 }
 
 OutlineItem* OutlineView::itemAtRow(int row) const {
-    return _d->model->itemForIndex(_d->indexAtRow(row)).get();
+    return _d->model->itemForIndex(_d->rows.indexAtRow(row)).get();
 }
 
 void OutlineView::expandItem(OutlineItem* item) {
@@ -167,7 +164,7 @@ void OutlineView::collapseItem(OutlineItem* item) {
 }
 
 void OutlineView::selectRow(int row, bool byExtendingSelection) {
-    const QModelIndex index = _d->indexAtRow(row);
+    const QModelIndex index = _d->rows.indexAtRow(row);
     if (!index.isValid())
         return;
     const int changes = _d->selectionChanges;
@@ -182,7 +179,7 @@ void OutlineView::selectRow(int row, bool byExtendingSelection) {
 }
 
 void OutlineView::deselectRow(int row) {
-    const QModelIndex index = _d->indexAtRow(row);
+    const QModelIndex index = _d->rows.indexAtRow(row);
     if (!index.isValid())
         return;
     const int changes = _d->selectionChanges;
@@ -247,6 +244,18 @@ bool OutlineView::viewportEvent(QEvent* event) {
     return QTreeView::viewportEvent(event);
 }
 
+/// The first to hear of changed rows: before the view, which asks for them.
+OutlineView::Private::Private(OutlineView& outline)
+    : view(outline), model(new OutlineModel(outline, &outline)), memory(*model), rows(outline) {
+    const auto markChanged = [this] {
+        rows.markChanged();
+    };
+    QObject::connect(model, &QAbstractItemModel::rowsInserted, &view, markChanged);
+    QObject::connect(model, &QAbstractItemModel::rowsAboutToBeRemoved, &view, markChanged);
+    QObject::connect(model, &QAbstractItemModel::rowsRemoved, &view, markChanged);
+    QObject::connect(model, &QAbstractItemModel::layoutChanged, &view, markChanged);
+}
+
 TextFieldCell& OutlineView::Private::filledCell(const QModelIndex& index) {
     cell->setTitle(index.data().toString());
     const OutlineItemRef item = model->itemForIndex(index);
@@ -263,52 +272,6 @@ void OutlineView::Private::tellSelectionChange() {
     ++selectionChanges;
     if (delegate)
         guarded("outline: selection did change", [&] { delegate->outlineViewSelectionDidChange(view); });
-}
-
-int OutlineView::Private::rowsBelow(const QModelIndex& parent) const {
-    int rows = model->rowCount(parent);
-    for (int i = 0, count = rows; i < count; ++i) {
-        const QModelIndex child = model->index(i, 0, parent);
-        if (model->rowCount(child) > 0 && view.isExpanded(child))
-            rows += rowsBelow(child);
-    }
-    return rows;
-}
-
-int OutlineView::Private::rowForIndex(const QModelIndex& index) const {
-    if (!index.isValid())
-        return -1;
-    const QModelIndex parent = index.parent();
-    const int above = parent.isValid() ? rowForIndex(parent) : -1;
-    if (parent.isValid() && (above < 0 || !view.isExpanded(parent)))
-        return -1;
-    int row = above + 1 + index.row();
-    for (int i = 0; i < index.row(); ++i) {
-        const QModelIndex sibling = model->index(i, 0, parent);
-        if (model->rowCount(sibling) > 0 && view.isExpanded(sibling))
-            row += rowsBelow(sibling);
-    }
-    return row;
-}
-
-QModelIndex OutlineView::Private::indexAtRow(int row) const {
-    QModelIndex parent;
-    for (int i = 0; row >= 0 && i < model->rowCount(parent); ++i) {
-        const QModelIndex index = model->index(i, 0, parent);
-        if (row == 0)
-            return index;
-        --row;
-        if (!view.isExpanded(index))
-            continue;
-        const int rows = rowsBelow(index);
-        if (row < rows) {
-            parent = index;
-            i = -1;
-        } else {
-            row -= rows;
-        }
-    }
-    return {};
 }
 
 void OutlineView::Private::beginReload() {
@@ -357,17 +320,18 @@ void OutlineView::Private::restoreSelection() {
 void OutlineView::Private::restorePosition() {
     view.executeDelayedItemsLayout();
     const QModelIndex current = model->indexForPlace(currentPlace);
-    if (!selectedMeanwhile.isValid() && rowForIndex(current) >= 0)
+    if (!selectedMeanwhile.isValid() && rows.rowForIndex(current) >= 0)
         view.selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
     const QModelIndex top = model->indexForPlace(topPlace);
-    if (rowForIndex(top) >= 0)
+    if (rows.rowForIndex(top) >= 0)
         view.scrollTo(top, PositionAtTop);
-    if (rowForIndex(selectedMeanwhile) >= 0)
+    if (rows.rowForIndex(selectedMeanwhile) >= 0)
         view.scrollTo(selectedMeanwhile);
 }
 
 /// What was expanded below when the branch was collapsed, or selected and hidden, comes back.
 void OutlineView::Private::noteExpanded(const QModelIndex& index) {
+    rows.markChanged();
     if (isQuiet)
         return;
     memory.setExpanded(index, true);
@@ -377,11 +341,12 @@ void OutlineView::Private::noteExpanded(const QModelIndex& index) {
 }
 
 void OutlineView::Private::noteCollapsed(const QModelIndex& index) {
+    rows.markChanged();
     if (isQuiet)
         return;
     memory.setExpanded(index, false);
     const QModelIndex current = view.currentIndex();
-    if (current.isValid() && rowForIndex(current) < 0)
+    if (current.isValid() && rows.rowForIndex(current) < 0)
         view.selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
 }
 

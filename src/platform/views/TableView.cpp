@@ -49,6 +49,11 @@ class TableModel : public QAbstractListModel {
         return role == Qt::DisplayRole ? text(index.row()) : QVariant();
     }
 
+    /// Null where no text was shown yet. Asks nothing: the list may have changed since.
+    QString shownText(int row) const {
+        return row < 0 ? QString() : _texts[static_cast<std::size_t>(row)].value_or(QString());
+    }
+
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
         if (section != 0 || orientation != Qt::Horizontal)
             return {};
@@ -153,11 +158,10 @@ void TableView::setColumnIdentifier(const QString& identifier) {
 
 void TableView::reloadData() {
     const QScopedValueRollback quiet(_d->isQuiet, true);
-    const int selected = selectedRow();
-    const QVariant text = selected < 0 ? QVariant() : _d->model->index(selected).data();
+    const QString text = _d->model->shownText(selectedRow());
     _d->model->reload();
-    for (int row = 0; text.isValid() && row < numberOfRows(); ++row) {
-        if (_d->model->index(row).data() == text) {
+    for (int row = 0; !text.isNull() && row < numberOfRows(); ++row) {
+        if (_d->model->index(row).data().toString() == text) {
             setCurrentIndex(_d->model->index(row));
             break;
         }

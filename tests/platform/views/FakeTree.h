@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/views/OutlineView.h"
+#include "platform/views/TextFieldCell.h"
+
+#include <QMap>
+#include <QSet>
+#include <QStringList>
+
+#include <functional>
+#include <stdexcept>
+#include <vector>
+
+/// A tree of paths that feeds an outline as the program does: new top-level items for each question, children
+/// listed once per item. Notes what it is asked; may be told to throw or to call back.
+class FakeTree : public platform::OutlineViewDataSource, public platform::OutlineViewDelegate {
+ public:
+    struct Item : platform::OutlineItem {
+        explicit Item(QString itsPath) : path(std::move(itsPath)) {}
+        QString outlineIdentity() const override { return path; }
+        QString path;
+        bool isListed = false;
+        std::vector<platform::OutlineItemRef> children;
+    };
+
+    static QString pathOf(const platform::OutlineItem* item) {
+        return item ? static_cast<const Item*>(item)->path : QString();
+    }
+
+    /// The paths below a path, those at the top below the empty string.
+    QMap<QString, QStringList> below;
+    QSet<QString> leaves;
+    QStringList asked;
+    int selectionChanges = 0;
+    QString throwing;
+    std::function<void()> whenAskedForText;
+    std::function<void()> whenSelectionChanges;
+
+    int outlineViewNumberOfChildrenOfItem(platform::OutlineView&, platform::OutlineItem* item) override {
+        note("count", item);
+        return leaves.contains(pathOf(item)) ? -1 : static_cast<int>(list(item).size());
+    }
+    platform::OutlineItemRef outlineViewChildOfItem(platform::OutlineView&, int index,
+                                                    platform::OutlineItem* item) override {
+        note("child", item);
+        return list(item)[static_cast<std::size_t>(index)];
+    }
+    bool outlineViewIsItemExpandable(platform::OutlineView&, platform::OutlineItem* item) override {
+        note("expandable", item);
+        return !leaves.contains(pathOf(item));
+    }
+    QString outlineViewObjectValueForTableColumnByItem(platform::OutlineView&, platform::TableColumn&,
+                                                       platform::OutlineItem* item) override {
+        note("text", item);
+        if (whenAskedForText)
+            whenAskedForText();
+        return pathOf(item).section(u'/', -1);
+    }
+    bool outlineViewShouldEditTableColumnItem(platform::OutlineView&, platform::TableColumn&,
+                                              platform::OutlineItem*) override {
+        return false;
+    }
+    void outlineViewWillDisplayCellForTableColumnItem(platform::OutlineView&, platform::TextFieldCell& cell,
+                                                      platform::TableColumn&,
+                                                      platform::OutlineItem* item) override {
+        note("display", item);
+        displayed.append(cell.title());
+    }
+    void outlineViewSelectionDidChange(platform::OutlineView&) override {
+        ++selectionChanges;
+        note("selection", nullptr);
+        if (whenSelectionChanges)
+            whenSelectionChanges();
+    }
+
+    QStringList displayed;
+
+ private:
+    void note(const char* question, const platform::OutlineItem* item) {
+        const QString what = QString::fromLatin1(question);
+        asked.append(what + u' ' + pathOf(item));
+        if (what == throwing)
+            throw std::runtime_error("the fake was told to throw");
+    }
+
+    const std::vector<platform::OutlineItemRef>& list(platform::OutlineItem* item) {
+        std::vector<platform::OutlineItemRef>& items = item ? static_cast<Item*>(item)->children : _top;
+        if (!item || !static_cast<Item*>(item)->isListed) {
+            items.clear();
+            for (const QString& path : below.value(pathOf(item)))
+                _handedOut.push_back(items.emplace_back(std::make_shared<Item>(path)));
+        }
+        if (item)
+            static_cast<Item*>(item)->isListed = true;
+        return items;
+    }
+
+    std::vector<platform::OutlineItemRef> _top;
+    std::vector<platform::OutlineItemRef> _handedOut;  ///< kept, so that no address comes twice
+};
