@@ -174,6 +174,7 @@ struct FolderReader::Private {
     std::shared_ptr<Mailbox> mailbox = std::make_shared<Mailbox>();
     QObject receiver;
     QPointer<QAbstractEventDispatcher> dispatcher;
+    Clock::duration budget = turnBudget;
     Clock::duration spentThisTurn{};
 
     void watchTurns();
@@ -228,8 +229,9 @@ FolderReader::~FolderReader() {
     _d->mailbox->receiver = nullptr;
 }
 
-void FolderReader::setRead(Read read) {
+void FolderReader::setRead(Read read, std::chrono::milliseconds budget) {
     _d->read = std::move(read);
+    _d->budget = budget;
 }
 
 std::optional<FolderContents> FolderReader::contents(const QString& path, FolderDetail detail,
@@ -244,7 +246,7 @@ std::optional<FolderContents> FolderReader::contents(const QString& path, Folder
 
     std::unique_lock lock(lane->mutex);
     const bool owesAnswer = lane->running || !lane->queue.empty();
-    const bool canWait = !owesAnswer && _d->spentThisTurn < turnBudget;
+    const bool canWait = !owesAnswer && _d->spentThisTurn < _d->budget;
     const bool isHopeless = !canWait && late.owner.expired();
     if (isHopeless || (owesAnswer && Private::joinQueued(*lane, path, detail, late)))
         return std::nullopt;
@@ -257,7 +259,7 @@ std::optional<FolderContents> FolderReader::contents(const QString& path, Folder
     lane->workArrived.notify_one();
     if (!canWait)
         return std::nullopt;
-    request->isLate = !lane->answerArrived.wait_until(lock, start + turnBudget - _d->spentThisTurn,
+    request->isLate = !lane->answerArrived.wait_until(lock, start + _d->budget - _d->spentThisTurn,
                                                       [&] { return request->isDone; });
     _d->spentThisTurn += Clock::now() - start;
     return request->isLate ? std::nullopt : std::optional(std::move(request->contents));

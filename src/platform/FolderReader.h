@@ -65,8 +65,9 @@ class FolderReader {
     /// The folder's contents, or nothing when they do not come in time; `late` is then used once.
     std::optional<FolderContents> contents(const QString& path, FolderDetail detail, LateAnswer late = {});
 
-    /// Replaces what visits a folder (for tests of slow places). Visits under way keep the former.
-    void setRead(Read read);
+    /// Replaces what visits a folder and how long a turn may wait, for tests of slow places or on slow
+    /// machines. Visits under way keep the former.
+    void setRead(Read read, std::chrono::milliseconds budget = turnBudget);
 
  private:
     struct Private;
