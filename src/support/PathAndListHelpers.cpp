@@ -65,7 +65,7 @@ QString userFolderTemplate(UserFolder folder) {
 }
 
 QString getUserFolder(const QString& format) {
-    const QString pathToFolder = logging::formatted(format, {logging::describeAny(platform::loginName())});
+    QString pathToFolder = logging::formatted(format, {logging::describeAny(platform::loginName())});
     logWithMethodName("getUserFolder", 657, u"pathToFolder: %@", pathToFolder);
     return pathToFolder;
 }

@@ -77,7 +77,7 @@ QStringList Bundle::pathsForResourcesOfType(const QString& type) const {
 }
 
 QString Bundle::objectForInfoDictionaryKey(const QString& key) const {
-    const QString version = QStringLiteral(TAVLIN_VERSION);
+    QString version = QStringLiteral(TAVLIN_VERSION);
     if (key == u"CFBundleName")
         return QStringLiteral("Tavlin");
     if (key == u"CFBundleShortVersionString")
@@ -90,7 +90,7 @@ QString Bundle::objectForInfoDictionaryKey(const QString& key) const {
 QString Bundle::localizedString(const QString& key) const {
     const QByteArray id = key.toUtf8();
     for (const QTranslator* texts : {_localized.get(), _english.get()})
-        if (const QString text = texts->translate(nullptr, id.constData()); !text.isNull())
+        if (QString text = texts->translate(nullptr, id.constData()); !text.isNull())
             return text;
     return QStringLiteral("");
 }

@@ -31,7 +31,7 @@ QString picturesFolder() {
 }
 
 QString dataHome() {
-    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    QString path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     QDir().mkpath(path);
     return path;
 }
