@@ -54,10 +54,10 @@ class ImageObject final : public platform::ImageBrowserItem, public QSharedData 
     int compareModificationTimeStamp(const ImageObject& other) const;
 
  private:
+    int _slashesAfterTitle = 0;  ///< stands first, where it fills the gap beside the reference count
     QString _folderPrefix;
     QString _title;
     double _modificationTimeStamp = 0;
-    int _slashesAfterTitle = 0;
 };
 
 using ImageRef = QExplicitlySharedDataPointer<ImageObject>;
