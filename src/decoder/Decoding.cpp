@@ -1,9 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Decoding.h"
 
+#include "decoder/EmbeddedPreview.h"
+#include "decoder/ExifBlock.h"
+#include "decoder/Finish.h"
 #include "decoder/FormatDetection.h"
+#include "decoder/Inflate.h"
 #include "decoder/InputDevice.h"
+#include "decoder/LoaderMessages.h"
+#include "decoder/rare/RareFormats.h"
+#include "decoder/RawFile.h"
 #include "decoder/ToolkitLoader.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <dlfcn.h>
 
 #include <new>
 
@@ -11,37 +23,107 @@ namespace decoder {
 
 namespace {
 
+constexpr qint64 kLargestRareFile = 256 << 20;  // bytes: these formats are read whole
+constexpr qsizetype kLargestSvg = 16 << 20;     // bytes, unpacked
+
+const RareFormats* rareFormats = nullptr;  // set once by prepare(), in the rare role only
+
+bool loadRareFormats() {
+    const QByteArray path = QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + kRareModule;
+    void* module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
+    const auto function = module ? reinterpret_cast<RareFunction>(::dlsym(module, kRareFunction)) : nullptr;
+    if (!function)
+        return false;
+    rareFormats = function();
+    rareFormats->prepare();
+    return true;
+}
+
+Result decodeRare(const InputDevice& device, Format format, int pixelSize) {
+    if (!rareFormats)
+        return Failure{Status::otherRole, {}};
+    if (device.size() > kLargestRareFile)
+        return Failure{Status::tooLarge, {}};
+    QByteArray content = device.head(static_cast<qsizetype>(device.size()));
+    if (format == Format::svg && content.size() > kLargestSvg)
+        return Failure{Status::tooLarge, {}};
+    if (format == Format::compressedSvg) {
+        auto unpacked = inflateWhole(content, kLargestSvg);
+        if (!unpacked)
+            return Failure{Status::tooLarge, "the packed drawing is damaged or too large"};
+        content = std::move(*unpacked);
+    }
+    takeLoaderMessage();
+    RareResult decoded = rareFormats->decode(content, format, pixelSize);
+    if (auto* image = std::get_if<RareImage>(&decoded))
+        return finish(std::move(image->image), image->fullSize, QImageIOHandler::TransformationNone,
+                      pixelSize);
+    Failure failure = std::get<Failure>(decoded);
+    if (failure.message.isEmpty())
+        failure.message = takeLoaderMessage();
+    return failure;
+}
+
+Result decodeRaw(const InputDevice& device, const RawFile& raw, int pixelSize) {
+    const RawFile::Preview* preview = raw.bestFor(pixelSize);
+    if (!preview)
+        return Failure{Status::damaged, "the raw file holds no preview"};
+    InputDevice part(device, static_cast<qint64>(preview->offset), static_cast<qint64>(preview->length));
+    LoadOptions options{pixelSize, std::nullopt};
+    if (raw.orientation)
+        options.transformation = transformationOfOrientation(*raw.orientation);
+    Result result = loadWithToolkit(part, Format::jpeg, options);
+    if (auto* picture = std::get_if<Picture>(&result)) {
+        const bool turned = (picture->fullSize.width() > picture->fullSize.height()) !=
+                            (preview->size.width() > preview->size.height());
+        picture->fullSize = turned ? raw.fullSize.transposed() : raw.fullSize;
+    }
+    return result;
+}
+
 Result decodeThumbnail(InputDevice& device, int pixelSize) {
     const QByteArray head = device.head(kHeadBytes);
     const Format format = detectFormat(head);
-    if (!toolkitFormat(format))
+    if (format == Format::unknown)
         return Failure{Status::notImage, {}};
-    return loadWithToolkit(device, format, {pixelSize, std::nullopt});
+    if (isRareFormat(format))
+        return decodeRare(device, format, pixelSize);
+    if (!toolkitFormat(format) || format == Format::tiff) {
+        if (const auto raw = readRawFile(device, format))
+            return decodeRaw(device, *raw, pixelSize);
+    }
+    const QSize declared = declaredSize(format, head);
+    if (qint64(declared.width()) * declared.height() > kMaximumPixelBytes / 4)
+        return Failure{Status::tooLarge, {}};
+    LoadOptions options{pixelSize, std::nullopt};
+    if (const auto orientation = containerOrientation(device, format))
+        options.transformation = transformationOfOrientation(*orientation);
+    return loadWithToolkit(device, format, options);
 }
 
-Result dispatch(const Request& request, InputDevice& device, Role) {
+Result dispatch(const Request& request, InputDevice& device) {
     switch (request.kind) {
         case RequestKind::thumbnail:
             return decodeThumbnail(device, request.pixelSize);
         case RequestKind::storedThumbnail:
             return loadStoredThumbnail(device);
         case RequestKind::embeddedPreview:
-            return Failure{Status::noPreview, {}};
+            return embeddedPreview(device);
     }
     return Failure{Status::damaged, "unknown request"};
 }
 
 }  // namespace
 
-bool prepare(Role) {
+bool prepare(Role role) {
     loadToolkitFormats();
-    return true;
+    return role == Role::common || loadRareFormats();
 }
 
-Result decode(const Request& request, int descriptor, Role role) {
+Result decode(const Request& request, int descriptor) {
     try {
         InputDevice device(descriptor);
-        return dispatch(request, device, role);
+        return dispatch(request, device);
     } catch (const std::bad_alloc&) {
         return Failure{Status::tooLarge, {}};
     }

@@ -12,6 +12,6 @@ bool prepare(Role role);
 
 /// Does what a request asks with the open file; whatever the file holds, this answers, or runs into the
 /// process's limits.
-Result decode(const Request& request, int descriptor, Role role);
+Result decode(const Request& request, int descriptor);
 
 }  // namespace decoder

@@ -2,6 +2,7 @@
 #include "decoder/FormatDetection.h"
 
 #include "decoder/ByteReader.h"
+#include "decoder/Inflate.h"
 
 #include <QByteArray>
 
@@ -124,7 +125,7 @@ Format detectFormat(QByteArrayView head) {
         return Format::portableMap;
     if (isSvg(head))
         return Format::svg;
-    if (head.startsWith("\x1f\x8b\x08"))
+    if (head.startsWith("\x1f\x8b\x08") && isSvg(inflateStart(head, kHeadBytes)))
         return Format::compressedSvg;
     return formatOfBrands(head);
 }

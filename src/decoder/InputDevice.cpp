@@ -17,6 +17,13 @@ InputDevice::InputDevice(int descriptor) : _descriptor(descriptor) {
     }
 }
 
+InputDevice::InputDevice(const InputDevice& file, qint64 start, qint64 length)
+    : _descriptor(file._descriptor),
+      _start(file._start + std::clamp<qint64>(start, 0, file._size)),
+      _size(std::clamp<qint64>(length, 0, file._size - (_start - file._start))) {
+    open(QIODevice::ReadOnly);
+}
+
 QByteArray InputDevice::head(qsizetype bytes) const {
     return bytesAt(0, bytes);
 }
@@ -33,8 +40,8 @@ QByteArray InputDevice::bytesAt(qint64 offset, qsizetype bytes) const {
 qint64 InputDevice::readAt(qint64 offset, char* data, qint64 maximum) const {
     qint64 done = 0;
     while (done < maximum) {
-        const ssize_t count =
-            ::pread(_descriptor, data + done, static_cast<std::size_t>(maximum - done), offset + done);
+        const ssize_t count = ::pread(_descriptor, data + done, static_cast<std::size_t>(maximum - done),
+                                      _start + offset + done);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && done == 0)
@@ -47,7 +54,7 @@ qint64 InputDevice::readAt(qint64 offset, char* data, qint64 maximum) const {
 }
 
 qint64 InputDevice::readData(char* data, qint64 maximum) {
-    return readAt(pos(), data, maximum);
+    return readAt(pos(), data, std::min(maximum, std::max<qint64>(0, _size - pos())));
 }
 
 }  // namespace decoder

@@ -6,12 +6,15 @@
 namespace decoder {
 
 /// Random access to an open file by pread(2): the descriptor's own offset, which the program shares, stays as
-/// it is, and a file that is truncated meanwhile reads as ended. The descriptor is borrowed.
+/// it is, and a file that is truncated meanwhile reads as ended. A device may show a part of the file only;
+/// its offsets count from there. The descriptor is borrowed.
 class InputDevice : public QIODevice {
     Q_OBJECT
 
  public:
     explicit InputDevice(int descriptor);
+    /// The part of `file` from `start` on, `length` bytes or up to its end.
+    InputDevice(const InputDevice& file, qint64 start, qint64 length);
 
     qint64 size() const override { return _size; }
     /// The first bytes of the file, fewer when it is shorter.
@@ -27,6 +30,7 @@ class InputDevice : public QIODevice {
     qint64 readAt(qint64 offset, char* data, qint64 maximum) const;
 
     int _descriptor;
+    qint64 _start = 0;
     qint64 _size = 0;
 };
 

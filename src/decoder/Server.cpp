@@ -82,7 +82,7 @@ bool isSane(const Request& request, const ReceivedMessage& received) {
 
 }  // namespace
 
-int serve(int socket, Role role) {
+int serve(int socket) {
     Response ready;
     ready.status = Status::ready;
     if (!sendMessage(socket, &ready, sizeof ready, -1, Waiting::yes))
@@ -94,7 +94,7 @@ int serve(int socket, Role role) {
             return EXIT_SUCCESS;
         if (!isSane(request, received))
             return EXIT_FAILURE;
-        if (!answer(socket, request.id, decode(request, received.descriptor.get(), role)))
+        if (!answer(socket, request.id, decode(request, received.descriptor.get())))
             return EXIT_FAILURE;
     }
 }

@@ -7,6 +7,6 @@ namespace decoder {
 
 /// Says that it is ready, then serves requests one after the other until the program closes the socket;
 /// answers the process's exit code.
-int serve(int socket, Role role);
+int serve(int socket);
 
 }  // namespace decoder

@@ -5,9 +5,11 @@
 #include "decoder/Server.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -23,6 +25,14 @@ std::optional<decoder::Role> roleOf(int argc, char** argv) {
     return std::nullopt;
 }
 
+/// Drawings need fonts, and those an application with a display: the one that shows nothing and costs least.
+std::unique_ptr<QCoreApplication> makeApplication(decoder::Role role, int& argc, char** argv) {
+    if (role == decoder::Role::common)
+        return std::make_unique<QCoreApplication>(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "minimal:enable_fonts");
+    return std::make_unique<QGuiApplication>(argc, argv);
+}
+
 }  // namespace
 
 /// Opens pictures for the program, which starts it and talks to it through descriptor 3. See
@@ -35,8 +45,8 @@ int main(int argc, char** argv) {
     }
     decoder::setLimits();
     decoder::collectLoaderMessages();
-    const QCoreApplication application(argc, argv);
+    const auto application = makeApplication(*role, argc, argv);
     if (!decoder::prepare(*role))
         return EXIT_FAILURE;
-    return decoder::serve(decoder::kSocketDescriptor, *role);
+    return decoder::serve(decoder::kSocketDescriptor);
 }
