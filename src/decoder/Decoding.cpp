@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Decoding.h"
 
+#include "decoder/ContainerChunks.h"
 #include "decoder/EmbeddedPreview.h"
 #include "decoder/ExifBlock.h"
 #include "decoder/Finish.h"
@@ -96,9 +97,21 @@ Result decodeThumbnail(InputDevice& device, int pixelSize) {
     if (qint64(declared.width()) * declared.height() > kMaximumPixelBytes / 4)
         return Failure{Status::tooLarge, {}};
     LoadOptions options{pixelSize, std::nullopt};
-    if (const auto orientation = containerOrientation(device, format))
-        options.transformation = transformationOfOrientation(*orientation);
+    const ContainerChunks chunks = readContainerChunks(device, format);
+    if (chunks.areCut)
+        return Failure{Status::damaged, "the file ends within a chunk"};
+    if (!chunks.exif.isEmpty())
+        options.transformation = transformationOfOrientation(readExifBlock(chunks.exif).orientation);
     return loadWithToolkit(device, format, options);
+}
+
+Result decodeStoredThumbnail(InputDevice& device) {
+    const QByteArray head = device.head(kHeadBytes);
+    if (detectFormat(head) != Format::png)
+        return Failure{Status::notImage, {}};
+    if (readContainerChunks(device, Format::png).areCut)
+        return Failure{Status::damaged, "the file ends within a chunk"};
+    return loadStoredThumbnail(device);
 }
 
 Result dispatch(const Request& request, InputDevice& device) {
@@ -106,7 +119,7 @@ Result dispatch(const Request& request, InputDevice& device) {
         case RequestKind::thumbnail:
             return decodeThumbnail(device, request.pixelSize);
         case RequestKind::storedThumbnail:
-            return loadStoredThumbnail(device);
+            return decodeStoredThumbnail(device);
         case RequestKind::embeddedPreview:
             return embeddedPreview(device);
     }

@@ -2,7 +2,6 @@
 #include "decoder/ExifBlock.h"
 
 #include "decoder/ByteReader.h"
-#include "decoder/InputDevice.h"
 #include "decoder/TiffFile.h"
 
 #include <algorithm>
@@ -10,9 +9,6 @@
 namespace decoder {
 
 namespace {
-
-constexpr int kMaximumChunks = 256;           // of a PNG or WebP that are looked at
-constexpr qsizetype kMaximumBlock = 1 << 16;  // bytes of an EXIF block in a chunk
 
 TiffFile::Source sourceOf(QByteArrayView block) {
     return [block](std::uint64_t offset, qsizetype bytes) {
@@ -35,38 +31,6 @@ QSize exifPixelSize(const TiffFile& file, const TiffFile::Directory& first) {
     return width > 0 && height > 0 && width <= kLargest && height <= kLargest
                ? QSize(static_cast<int>(width), static_cast<int>(height))
                : QSize();
-}
-
-/// The block in a PNG's eXIf chunk (PNG, third edition, 11.3.3.7).
-QByteArray pngExif(const InputDevice& device) {
-    qint64 at = 8;
-    for (int i = 0; i < kMaximumChunks; ++i) {
-        const QByteArray header = device.bytesAt(at, 8);
-        const auto length = ByteReader(header).u32(0);
-        if (header.size() < 8)
-            break;
-        if (header.endsWith("eXIf"))
-            return device.bytesAt(at + 8, std::min<qsizetype>(*length, kMaximumBlock));
-        at += 12 + qint64(*length);
-    }
-    return {};
-}
-
-/// The block in a WebP's EXIF chunk (WebP container specification); some writers keep JPEG's "Exif\0\0".
-QByteArray webpExif(const InputDevice& device) {
-    qint64 at = 12;
-    for (int i = 0; i < kMaximumChunks; ++i) {
-        const QByteArray header = device.bytesAt(at, 8);
-        const auto length = ByteReader(header, ByteOrder::little).u32(4);
-        if (!length)
-            break;
-        if (header.startsWith("EXIF")) {
-            const QByteArray block = device.bytesAt(at + 8, std::min<qsizetype>(*length, kMaximumBlock));
-            return block.startsWith("Exif") ? block.mid(6) : block;
-        }
-        at += 8 + qint64(*length) + qint64(*length & 1);
-    }
-    return {};
 }
 
 bool isFrameHeader(std::uint8_t marker) {
@@ -122,17 +86,6 @@ JpegHead readJpegHead(QByteArrayView bytes) {
             head.exif = content->sliced(6);
         at += 2U + *length;
     }
-}
-
-std::optional<int> containerOrientation(const InputDevice& device, Format format) {
-    QByteArray block;
-    if (format == Format::png)
-        block = pngExif(device);
-    else if (format == Format::webp)
-        block = webpExif(device);
-    if (block.isEmpty())
-        return std::nullopt;
-    return readExifBlock(block).orientation;
 }
 
 }  // namespace decoder

@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "decoder/FormatDetection.h"
-
 #include <QByteArrayView>
 #include <QSize>
 
-#include <optional>
-
 namespace decoder {
-
-class InputDevice;
 
 /// What decoding needs of an EXIF block.
 struct ExifBlock {
@@ -31,9 +25,5 @@ struct JpegHead {
 
 /// Follows the segments from the start of the image up to the frame header or the end of `bytes`.
 JpegHead readJpegHead(QByteArrayView bytes);
-
-/// The EXIF orientation of a PNG or WebP, which the toolkit's loaders do not know of; nothing for other
-/// formats and where there is none.
-std::optional<int> containerOrientation(const InputDevice& device, Format format);
 
 }  // namespace decoder

@@ -48,5 +48,6 @@ int main(int argc, char** argv) {
     const auto application = makeApplication(*role, argc, argv);
     if (!decoder::prepare(*role))
         return EXIT_FAILURE;
+    decoder::silenceStandardError();
     return decoder::serve(decoder::kSocketDescriptor);
 }

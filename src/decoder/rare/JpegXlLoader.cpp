@@ -6,6 +6,8 @@
 #include <jxl/decode.h>
 #include <jxl/decode_cxx.h>
 
+#include <algorithm>
+
 namespace decoder {
 
 namespace {
@@ -29,9 +31,10 @@ QColorSpace colorSpaceOf(const JxlDecoder* decoder, const JxlPixelFormat& format
 /// One decoding: the library tells by events what it has come upon, up to the first frame's pixels.
 class Decoding {
  public:
-    explicit Decoding(const QByteArray& content) : _decoder(JxlDecoderMake(nullptr)) {
-        JxlDecoderSubscribeEvents(_decoder.get(),
-                                  JXL_DEC_BASIC_INFO | JXL_DEC_COLOR_ENCODING | JXL_DEC_FULL_IMAGE);
+    Decoding(const QByteArray& content, int pixelSize)
+        : _decoder(JxlDecoderMake(nullptr)), _pixelSize(pixelSize) {
+        JxlDecoderSubscribeEvents(_decoder.get(), JXL_DEC_BASIC_INFO | JXL_DEC_COLOR_ENCODING |
+                                                      JXL_DEC_FRAME_PROGRESSION | JXL_DEC_FULL_IMAGE);
         JxlDecoderSetInput(_decoder.get(), reinterpret_cast<const std::uint8_t*>(content.constData()),
                            static_cast<std::size_t>(content.size()));
         JxlDecoderCloseInput(_decoder.get());
@@ -52,6 +55,10 @@ class Decoding {
                 case JXL_DEC_NEED_IMAGE_OUT_BUFFER:
                     if (!giveBuffer())
                         return Failure{Status::tooLarge, {}};
+                    break;
+                case JXL_DEC_FRAME_PROGRESSION:
+                    if (isEnough() && JxlDecoderFlushImage(_decoder.get()) == JXL_DEC_SUCCESS)
+                        return finished();
                     break;
                 case JXL_DEC_FULL_IMAGE:
                     return finished();
@@ -82,6 +89,10 @@ class Decoding {
                JxlDecoderSetImageOutBuffer(_decoder.get(), &kPixelFormat, _image.bits(), bytes) ==
                    JXL_DEC_SUCCESS;
     }
+    /// The first step of a frame is an eighth of its size, drawn large.
+    bool isEnough() const {
+        return std::max(_info.xsize, _info.ysize) / 8 >= static_cast<std::uint32_t>(_pixelSize);
+    }
     RareResult finished() {
         const bool premultiplied = _info.alpha_premultiplied != 0;
         if (_info.alpha_bits == 0)
@@ -95,6 +106,7 @@ class Decoding {
     static constexpr JxlPixelFormat kPixelFormat{4, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
 
     JxlDecoderPtr _decoder;
+    int _pixelSize;
     JxlBasicInfo _info{};
     QColorSpace _colorSpace;
     QImage _image;
@@ -102,8 +114,8 @@ class Decoding {
 
 }  // namespace
 
-RareResult decodeJpegXl(const QByteArray& content) {
-    return Decoding(content).run();
+RareResult decodeJpegXl(const QByteArray& content, int pixelSize) {
+    return Decoding(content, pixelSize).run();
 }
 
 }  // namespace decoder

@@ -23,7 +23,7 @@ RareResult decodeRare(const QByteArray& content, Format format, int pixelSize) {
             case Format::heif:
                 return decodeHeif(content, pixelSize);
             case Format::jpegXl:
-                return decodeJpegXl(content);
+                return decodeJpegXl(content, pixelSize);
             default:
                 return Failure{Status::notImage, {}};
         }

@@ -44,6 +44,6 @@ using RareFunction = const RareFormats* (*)();
 
 RareResult decodeSvg(const QByteArray& content, int pixelSize);
 RareResult decodeHeif(const QByteArray& content, int pixelSize);
-RareResult decodeJpegXl(const QByteArray& content);
+RareResult decodeJpegXl(const QByteArray& content, int pixelSize);
 
 }  // namespace decoder
