@@ -20,7 +20,9 @@
     <message id="MainMenuZoomIn"><source></source><translation>Ver&amp;größern</translation></message>
     <message id="MainMenuZoomOut"><source></source><translation>Ver&amp;kleinern</translation></message>
     <message id="MainWindowBusyName"><source></source><translation>Bilder werden gesucht</translation></message>
+    <message id="MainWindowEmptyFolder"><source></source><translation>Dieser Ordner ist leer</translation></message>
     <message id="MainWindowFileBrowserColumnFolders"><source></source><translation>Ordner</translation></message>
+    <message id="MainWindowPicturePosition"><source></source><translation>%1 von %2</translation></message>
     <message id="MainWindowPicturesName"><source></source><translation>Bilder</translation></message>
     <message id="MainWindowPlacesName"><source></source><translation>Orte</translation></message>
     <message id="MainWindowScriptsBrowserColumnScriptName"><source></source><translation>Skripte</translation></message>

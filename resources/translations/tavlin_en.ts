@@ -20,7 +20,9 @@
     <message id="MainMenuZoomIn"><source></source><translation>Zoom &amp;In</translation></message>
     <message id="MainMenuZoomOut"><source></source><translation>Zoom &amp;Out</translation></message>
     <message id="MainWindowBusyName"><source></source><translation>Looking for pictures</translation></message>
+    <message id="MainWindowEmptyFolder"><source></source><translation>This folder is empty</translation></message>
     <message id="MainWindowFileBrowserColumnFolders"><source></source><translation>Folders</translation></message>
+    <message id="MainWindowPicturePosition"><source></source><translation>%1 of %2</translation></message>
     <message id="MainWindowPicturesName"><source></source><translation>Pictures</translation></message>
     <message id="MainWindowPlacesName"><source></source><translation>Places</translation></message>
     <message id="MainWindowScriptsBrowserColumnScriptName"><source></source><translation>Scripts</translation></message>

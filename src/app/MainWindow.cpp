@@ -55,6 +55,8 @@ void MainWindow::setUpPanes() {
     _ui->_placesSplitter->setStretchFactor(0, 1);
     _ui->_placesSplitter->setStretchFactor(1, 0);
     _ui->_placesSplitter->setSizes({firstSize.height() - firstScriptsHeight, firstScriptsHeight});
+    _ui->imageBrowserView->setEmptyText(text("MainWindowEmptyFolder"));
+    _ui->imageBrowserView->setPositionText(text("MainWindowPicturePosition"));
     _ui->imageBrowserView->setFocus();
 }
 

@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QStyle>
 
+#include <algorithm>
 #include <cmath>
 
 namespace platform {
@@ -45,9 +46,13 @@ void TextFieldCell::editWithFrameInViewEditor(QRectF frame, QLineEdit& editor) {
 }
 
 float TextFieldCell::smallSystemFontSize() {
-    const QFont font = QFontDatabase::systemFont(QFontDatabase::SmallestReadableFont);
-    const qreal points = font.pointSizeF() > 0 ? font.pointSizeF() : QFontInfo(font).pointSizeF();
-    return static_cast<float>(points);
+    const auto points = [](QFontDatabase::SystemFont which) {
+        const QFont font = QFontDatabase::systemFont(which);
+        return font.pointSizeF() > 0 ? font.pointSizeF() : QFontInfo(font).pointSizeF();
+    };
+    // A desktop that names no small font gets the toolkit's 12 points, larger than its general font.
+    return static_cast<float>(
+        std::min(points(QFontDatabase::SmallestReadableFont), points(QFontDatabase::GeneralFont)));
 }
 
 void TextFieldCell::drawTitle(QRectF frame, QPainter& painter, const CellContext& context,

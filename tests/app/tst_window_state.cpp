@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/WindowState.h"
+
+#include "platform/PathBytes.h"
+#include "testing/TestHome.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTest>
+
+#include <sys/stat.h>
+
+class TestWindowState : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir _folder;
+    QString _file = _folder.filePath(QStringLiteral("deep/below/window.json"));
+
+    static bool isEmpty(const WindowState& state) {
+        return state.geometry.isEmpty() && state.splitter.isEmpty() && state.placesSplitter.isEmpty() &&
+               !state.zoom && state.folder.isNull();
+    }
+
+ private Q_SLOTS:
+    void everythingComesBack() {
+        const QByteArray odd("\0\1\xff geometry", 12);
+        const QString folder = platform::pathFromBytes("/pictures/not \xff UTF-8 %20");
+        const WindowState written{odd, QByteArray("s"), QByteArray("p"), 0.25F, folder};
+        QVERIFY(written.write(_file));
+        const WindowState read = WindowState::read(_file);
+        QCOMPARE(read.geometry, odd);
+        QCOMPARE(read.splitter, QByteArray("s"));
+        QCOMPARE(read.placesSplitter, QByteArray("p"));
+        QCOMPARE(read.zoom, std::optional(0.25F));
+        QCOMPARE(read.folder, folder);
+    }
+
+    void corruptFilesAreHarmless_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("cut off") << QByteArray("{\"geometry\": \"AAEC\", \"zoo");
+        QTest::newRow("no text") << QByteArray("\xff\xfe\0\1", 4);
+        QTest::newRow("an array") << QByteArray("[1, 2]");
+        QTest::newRow("wrong types") << QByteArray("{\"geometry\": 5, \"zoom\": \"big\", \"folder\": [1]}");
+        QTest::newRow("wrong values") << QByteArray("{\"zoom\": 7, \"folder\": \"relative/path\"}");
+        QTest::newRow("too large") << "{\"zoom\": 0.5, \"geometry\": \"" + QByteArray(200000, 'A') + "\"}";
+    }
+    void corruptFilesAreHarmless() {
+        QFETCH(const QByteArray, content);
+        QFile file(_folder.filePath(QStringLiteral("corrupt.json")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        QVERIFY(isEmpty(WindowState::read(file.fileName())));
+    }
+
+    /// A FIFO must not hold the start, and a folder in the file's place must not break the end.
+    void otherThingsInItsPlace() {
+        const QString fifo = _folder.filePath(QStringLiteral("fifo"));
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        QVERIFY(isEmpty(WindowState::read(fifo)));
+        QVERIFY(isEmpty(WindowState::read(_folder.path())));
+        QVERIFY(!WindowState().write(_folder.path()));
+        QVERIFY(isEmpty(WindowState::read(_folder.filePath(QStringLiteral("absent")))));
+    }
+
+    void livesInTheStateFolder() {
+        const QString file = WindowState::defaultFilePath();
+        QCOMPARE(file, qEnvironmentVariable("XDG_STATE_HOME") + QStringLiteral("/tavlin/window.json"));
+        const QByteArray former = qgetenv("XDG_STATE_HOME");
+        qputenv("XDG_STATE_HOME", "relative");
+        QCOMPARE(WindowState::defaultFilePath(),
+                 qEnvironmentVariable("HOME") + QStringLiteral("/.local/state/tavlin/window.json"));
+        qputenv("XDG_STATE_HOME", former);
+    }
+};
+
+TAVLIN_TEST_MAIN(QCoreApplication, TestWindowState)
+#include "tst_window_state.moc"
