@@ -44,7 +44,7 @@ double snapped(double value, qreal ratio) {
 }  // namespace
 
 QRectF GridCellPainter::pictureRect(const QRect& square, const CellPicture& picture, qreal ratio) {
-    QSizeF size = picture.pixmap.size() / picture.pixmap.devicePixelRatio();
+    QSizeF size = picture.pixmap.deviceIndependentSize();
     const double longer = std::max(size.width(), size.height());
     const double side = square.width();
     if (longer > 0 && (longer > side || picture.fit == CellPicture::Fit::square) &&
@@ -154,7 +154,14 @@ void GridCellPainter::paintBroken(QPainter& painter, const QRect& square) const 
              {{5.6, -0.5}, {4.4, 2.2}, {6.0, 4.0}, {4.6, 6.0}, {5.6, 8.5}}})
         tear += frame.topLeft() + QPointF(x * unit, y * unit);
 
+    QPainterPath tearLine;
+    tearLine.addPolygon(tear);
+    QPainterPathStroker tearStroker(QPen(Qt::black, std::max(2.0, unit), Qt::SolidLine, Qt::FlatCap));
+    QPainterPath whole;
+    whole.addRect(square);
+
     painter.save();
+    painter.setClipPath(whole - tearStroker.createStroke(tearLine), Qt::IntersectClip);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(tint(0.45), std::max(1.0, unit / 3), Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(tint(0.06));
@@ -162,9 +169,6 @@ void GridCellPainter::paintBroken(QPainter& painter, const QRect& square) const 
     painter.setPen(Qt::NoPen);
     painter.setBrush(tint(0.35));
     painter.drawPath(scene);
-    painter.setPen(
-        QPen(color(QPalette::Base), std::max(2.0, unit), Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
-    painter.drawPolyline(tear);
     painter.restore();
 }
 

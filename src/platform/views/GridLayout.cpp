@@ -49,8 +49,10 @@ qint64 GridLayout::rowTop(std::size_t row) const {
 int GridLayout::columnLeft(std::size_t column) const {
     const int columnCount = int(columns());
     const int visual = _direction == Qt::RightToLeft ? columnCount - 1 - int(column) : int(column);
-    const int shareLeft = int(qint64(innerWidth()) * visual / columnCount);
-    const int shareRight = int(qint64(innerWidth()) * (visual + 1) / columnCount);
+    // Each column's share ends with the spacing to the next one.
+    const qint64 shared = innerWidth() + spacing;
+    const int shareLeft = int(shared * visual / columnCount);
+    const int shareRight = int(shared * (visual + 1) / columnCount) - spacing;
     return margin + shareLeft + std::max(0, (shareRight - shareLeft - cellSize().width()) / 2);
 }
 

@@ -56,7 +56,7 @@ CellPicture GridPictures::picture(const QString& path) {
     const Thumbnail current = thumbnail(path);
     if (current.state == Thumbnail::State::unknown)
         return entry ? entry->picture : CellPicture{};
-    Entry made = make(path, current, entry);
+    Entry made = make(path, current, entry, Asked::now);
     CellPicture result = made.picture;
     keep(path, std::move(made));
     return result;
@@ -67,7 +67,7 @@ GridPictures::Change GridPictures::update(const QString& path) {
     if (current.state == Thumbnail::State::unknown)
         return Change::none;
     const Entry* const entry = _entries.object(path);
-    Entry made = make(path, current, nullptr);
+    Entry made = make(path, current, entry, Asked::answered);
     Change change = entry ? Change::replaced : Change::appeared;
     if (entry && entry->pixels == made.pixels && entry->source == made.source &&
         entry->picture.kind == made.picture.kind && entry->picture.fit == made.picture.fit &&
@@ -77,8 +77,8 @@ GridPictures::Change GridPictures::update(const QString& path) {
     return change;
 }
 
-GridPictures::Entry GridPictures::make(const QString& path, const Thumbnail& thumbnail,
-                                       const Entry* before) const {
+GridPictures::Entry GridPictures::make(const QString& path, const Thumbnail& thumbnail, const Entry* before,
+                                       Asked asked) const {
     Entry entry;
     entry.pixels = _pixels;
     if (thumbnail.state == Thumbnail::State::failed) {
@@ -90,7 +90,7 @@ GridPictures::Entry GridPictures::make(const QString& path, const Thumbnail& thu
         const int side = longerSide(thumbnail.image);
         // An image below the wanted size is either the whole small picture or of an earlier, smaller zoom.
         // The first is known by its having been the answer to a wish for more.
-        const bool isWholeAnswer = before == nullptr && thumbnail.state == Thumbnail::State::complete;
+        const bool isWholeAnswer = asked == Asked::answered && thumbnail.state == Thumbnail::State::complete;
         const bool wasWhole = before && before->source == thumbnail.image.cacheKey() &&
                               before->picture.fit == CellPicture::Fit::ownSize;
         if (side < _pixels && (isWholeAnswer || wasWhole))

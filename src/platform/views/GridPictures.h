@@ -56,8 +56,6 @@ class GridPictures {
     };
     /// The queue has answered for a path: what that changes in its cell.
     Change update(const QString& path);
-    /// The next picture() asks the queue anew.
-    void forget(const QString& path) { _entries.remove(path); }
     void clear() { _entries.clear(); }
 
  private:
@@ -69,7 +67,9 @@ class GridPictures {
     static constexpr qsizetype bytesPerCost = 1024;
 
     Thumbnail thumbnail(const QString& path) const;
-    Entry make(const QString& path, const Thumbnail& thumbnail, const Entry* before) const;
+    /// Whether a thumbnail is the answer to the wish for the present target, or what happens to be at hand.
+    enum class Asked { now, answered };
+    Entry make(const QString& path, const Thumbnail& thumbnail, const Entry* before, Asked asked) const;
     CellPicture makeIcon(const QString& path) const;
     void keep(const QString& path, Entry entry);
 

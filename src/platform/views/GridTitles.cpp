@@ -35,14 +35,16 @@ QStringList GridTitles::breakIntoLines(const QString& title) const {
                        ? title
                        : title.left(mostLetters / 2) + QChar(0x2026) + title.right(mostLetters / 2);
     const QFontMetrics metrics(_font);
+    QTextOption wrapping;
+    wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     QStringList lines;
     while (lines.size() + 1 < _lineCount && metrics.horizontalAdvance(rest) > _width) {
         QTextLayout layout(rest, _font);
+        layout.setTextOption(wrapping);
         layout.beginLayout();
         QTextLine line = layout.createLine();
         line.setLineWidth(_width);
         layout.endLayout();
-        QTextOption wrapping;
         const int length = line.textLength();
         if (length <= 0 || length >= rest.size())
             break;

@@ -14,7 +14,7 @@ namespace platform {
 class GridTitles {
  public:
     /// Small cells get a second line, as their width holds few letters; wide ones hold a name in one.
-    static int lineCountForSide(int thumbnailSide) { return thumbnailSide < 120 ? 2 : 1; }
+    static int lineCountForSide(int thumbnailSide) { return thumbnailSide < 144 ? 2 : 1; }
 
     /// What the lines depend on; drops what was worked out for others. Logical pixels.
     void setFormat(const QFont& font, int width, int lineCount);

@@ -117,7 +117,7 @@ void ImageBrowserView::prepareForReload() {
 
 void ImageBrowserView::reloadData() {
     Private& d = *_d;
-    d.narrowing.stop();
+    d.forgetNarrowing();
     d.onRelease = Private::OnRelease::nothing;
     d.pressedIndex.reset();
     d.hovered.reset();
@@ -191,7 +191,7 @@ IndexSet ImageBrowserView::selectionIndexes() const {
 }
 
 void ImageBrowserView::setSelectionIndexes(const IndexSet& indexes, bool byExtendingSelection) {
-    _d->narrowing.stop();
+    _d->forgetNarrowing();
     const std::optional<std::size_t> before = _d->selection.current();
     const IndexSet changed =
         _d->selection.setIndexes(byExtendingSelection ? unionOf(_d->selection.indexes(), indexes) : indexes);
@@ -321,7 +321,7 @@ void ImageBrowserView::Private::currentMayHaveChanged(std::optional<std::size_t>
 }
 
 void ImageBrowserView::Private::open(std::size_t index) {
-    narrowing.stop();
+    forgetNarrowing();
     onRelease = OnRelease::nothing;
     if (!selection.indexes().contains(index))
         act(index, GridSelection::Mode::replace);

@@ -74,7 +74,7 @@ void ImageBrowserView::Private::configureLayout() {
     const bool needsBar = layout.greatestOffset() > 0;
     q.setVerticalScrollBarPolicy(needsBar ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
     layout.setViewportSize(q.viewport()->size());
-    titles.setFormat(q.font(), layout.cellSize().width() - 12, lineCount);
+    titles.setFormat(q.font(), layout.cellSize().width() - 16, lineCount);
 
     QScrollBar& bar = *q.verticalScrollBar();
     const int height = layout.viewportSize().height();
@@ -120,11 +120,13 @@ ImageBrowserView::Private::Anchor ImageBrowserView::Private::anchorAt(QPoint poi
 
 std::optional<ImageBrowserView::Private::Anchor> ImageBrowserView::Private::anchorAtTop() const {
     // The very top stays the very top.
-    if (offset() == 0 || layout.count() == 0)
+    const std::optional<IndexSet::Range> visible = visibleRange();
+    if (offset() == 0 || !visible)
         return std::nullopt;
-    Anchor result = anchorAt(QPoint(0, 0));
-    result.index -= result.index % layout.columns();
-    return result;
+    const qint64 top = layout.rowTop(layout.rowOf(visible->first)) - offset();
+    if (top >= 0)
+        return Anchor{visible->first, 0, double(top)};
+    return Anchor{visible->first, double(-top) / layout.rowPitch(), 0};
 }
 
 void ImageBrowserView::Private::placeByAnchor() {

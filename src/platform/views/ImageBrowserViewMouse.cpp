@@ -66,10 +66,14 @@ void ImageBrowserView::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void ImageBrowserView::Private::narrowNow() {
-    if (!narrowing.isActive())
-        return;
     narrowing.stop();
-    act(narrowIndex, GridSelection::Mode::replace);
+    if (const std::optional<std::size_t> index = std::exchange(narrowIndex, std::nullopt))
+        act(*index, GridSelection::Mode::replace);
+}
+
+void ImageBrowserView::Private::forgetNarrowing() {
+    narrowing.stop();
+    narrowIndex.reset();
 }
 
 void ImageBrowserView::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -79,7 +83,7 @@ void ImageBrowserView::mouseDoubleClickEvent(QMouseEvent* event) {
         mousePressEvent(event);
         return;
     }
-    d.narrowing.stop();
+    d.forgetNarrowing();
     d.setCurrent(*index);
     d.open(*index);
 }

@@ -167,12 +167,9 @@ void ImageBrowserView::Private::sendWishes() {
 }
 
 void ImageBrowserView::Private::thumbnailChanged(const QString& path) {
-    if (!visibleByPath.contains(path)) {
-        pictures.forget(path);
-        return;
-    }
+    // Also of cells near the visible ones: they are then ready when they come into sight.
     const GridPictures::Change change = pictures.update(path);
-    if (change == GridPictures::Change::none)
+    if (change == GridPictures::Change::none || !visibleByPath.contains(path))
         return;
     if (change == GridPictures::Change::appeared && animates)
         fades.start(path);

@@ -129,13 +129,14 @@ struct ImageBrowserView::Private {
     QPoint pressedPoint;
     OnRelease onRelease = OnRelease::nothing;
     QTimer narrowing;  ///< until a click on one of several selected can no longer become a double-click
-    std::size_t narrowIndex = 0;
+    std::optional<std::size_t> narrowIndex;
     std::optional<GridLayout::Point> bandStart;
     QPoint bandPoint;  ///< the pointer, viewport coordinates
     QTimer bandScrolling;
 
     void press(std::size_t index, Qt::KeyboardModifiers modifiers);
     void narrowNow();
+    void forgetNarrowing();
     QRect bandRect() const;
     void startBand(QPoint point, Qt::KeyboardModifiers modifiers);
     void moveBand(QPoint point);

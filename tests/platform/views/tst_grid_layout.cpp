@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/views/GridLayout.h"
+
+#include "testing/TestHome.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+#include <limits>
+
+using platform::GridLayout;
+using platform::GridStep;
+using platform::IndexSet;
+
+namespace {
+
+GridLayout makeLayout(QSize viewport, int side, std::size_t count,
+                      Qt::LayoutDirection direction = Qt::LeftToRight) {
+    GridLayout layout;
+    layout.setViewportSize(viewport);
+    layout.setThumbnailSide(side);
+    layout.setTitleHeight(16);
+    layout.setCount(count);
+    layout.setDirection(direction);
+    return layout;
+}
+
+}  // namespace
+
+class GridLayoutTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void zoomIsEvenToTheEye() {
+        QCOMPARE(GridLayout::thumbnailSideForZoom(0), 64);
+        QCOMPARE(GridLayout::thumbnailSideForZoom(1), 512);
+        QCOMPARE(GridLayout::thumbnailSideForZoom(-3), 64);
+        QCOMPARE(GridLayout::thumbnailSideForZoom(7), 512);
+        const double third = GridLayout::thumbnailSideForZoom(1 / 3.0);
+        QCOMPARE(third / 64, GridLayout::thumbnailSideForZoom(2 / 3.0) / third);
+    }
+
+    void columns_data() {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("side");
+        QTest::addColumn<int>("columns");
+        // A cell is 100 + 2 * 10 wide, the margins 12 at each side, the spacing at least 8.
+        QTest::newRow("one that just fits") << 144 << 100 << 1;
+        QTest::newRow("a pixel short of two") << 271 << 100 << 1;
+        QTest::newRow("two that just fit") << 272 << 100 << 2;
+        QTest::newRow("many") << 1000 << 100 << 7;
+        QTest::newRow("not even one: it shrinks") << 90 << 100 << 1;
+        QTest::newRow("no width at all") << 0 << 100 << 1;
+    }
+    void columns() {
+        QFETCH(int, width);
+        QFETCH(int, side);
+        const GridLayout layout = makeLayout({width, 400}, side, 1000);
+        QTEST(int(layout.columns()), "columns");
+        if (width >= 90)
+            for (std::size_t i = 0; i < layout.columns(); ++i) {
+                const QRect cell = layout.cellRect(i, 0);
+                QVERIFY(cell.left() >= GridLayout::margin && cell.right() < width - GridLayout::margin);
+                if (i > 0)
+                    QVERIFY(cell.left() >= layout.cellRect(i - 1, 0).right() + GridLayout::spacing);
+            }
+    }
+
+    // Every cell is found again at its corners, and nothing between cells, in either direction.
+    void pointsAndCells_data() {
+        QTest::addColumn<bool>("rightToLeft");
+        QTest::newRow("left to right") << false;
+        QTest::newRow("right to left") << true;
+    }
+    void pointsAndCells() {
+        QFETCH(bool, rightToLeft);
+        const GridLayout layout =
+            makeLayout({500, 300}, 100, 11, rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+        QCOMPARE(layout.columns(), std::size_t(3));
+        QCOMPARE(layout.rows(), std::size_t(4));
+        QCOMPARE(layout.cellRect(0, 0).left() > layout.cellRect(1, 0).left(), rightToLeft);
+        for (std::size_t i = 0; i < layout.count(); ++i) {
+            const QRect cell = layout.cellRect(i, 0);
+            for (const QPoint& point : {cell.topLeft(), cell.bottomRight(), cell.center()})
+                QCOMPARE(layout.indexAt({point.x(), point.y()}), std::optional(i));
+            QCOMPARE(layout.indexAt({cell.left() - 1, cell.top()}), std::nullopt);
+            QCOMPARE(layout.indexAt({cell.right() + 1, cell.top()}), std::nullopt);
+            QCOMPARE(layout.indexAt({cell.left(), cell.top() - 1}), std::nullopt);
+            QCOMPARE(layout.indexAt({cell.left(), cell.bottom() + 1}), std::nullopt);
+            QVERIFY(cell.contains(layout.thumbnailRect(cell)));
+            QVERIFY(cell.contains(layout.titleRect(cell)));
+            QVERIFY(!layout.titleRect(cell).intersects(layout.thumbnailRect(cell)));
+        }
+        const int missing = layout.cellRect(rightToLeft ? 9 : 11, 0).left() - (rightToLeft ? 200 : 0);
+        QCOMPARE(layout.indexAt({missing, layout.cellRect(9, 0).top()}), std::nullopt);
+        QCOMPARE(layout.contentHeight(), qint64(layout.cellRect(10, 0).bottom() + 1 + GridLayout::margin));
+    }
+
+    // Cells between two heights and in a rectangle, against a walk over all cells.
+    void stretches() {
+        for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+            const GridLayout layout = makeLayout({420, 200}, 64, 23, direction);
+            for (int top = -40; top < 900; top += 7)
+                for (const int height : {1, 30, 333}) {
+                    IndexSet between;
+                    IndexSet inRect;
+                    const QRect band(130, top, 120, height);
+                    for (std::size_t i = 0; i < layout.count(); ++i) {
+                        const QRect cell = layout.cellRect(i, 0);
+                        if (cell.top() < top + height && cell.bottom() >= top)
+                            between.insert(i);
+                        if (cell.intersects(band))
+                            inRect.insert(i);
+                    }
+                    IndexSet answered;
+                    if (const auto range = layout.indexesBetween(top, top + height))
+                        answered.insertRange(range->first, range->last);
+                    QCOMPARE(answered, between);
+                    QCOMPARE(layout.indexesInRect({band.right(), band.top()}, {band.left(), band.bottom()}),
+                             inRect);
+                }
+        }
+        QCOMPARE(makeLayout({420, 200}, 64, 0).indexesBetween(0, 200), std::nullopt);
+    }
+
+    void steps_data() {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<GridStep>("step");
+        QTest::addColumn<int>("leftToRight");
+        QTest::addColumn<int>("rightToLeft");
+        // 11 items in rows of 3, 2 rows a page.
+        QTest::newRow("right") << 4 << GridStep::right << 5 << 3;
+        QTest::newRow("right at a row's end") << 5 << GridStep::right << 6 << 4;
+        QTest::newRow("right at the end") << 10 << GridStep::right << 10 << 9;
+        QTest::newRow("left at the start") << 0 << GridStep::left << 0 << 1;
+        QTest::newRow("up") << 4 << GridStep::up << 1 << 1;
+        QTest::newRow("up in the first row") << 2 << GridStep::up << 2 << 2;
+        QTest::newRow("down") << 4 << GridStep::down << 7 << 7;
+        QTest::newRow("down beside the last row's end") << 8 << GridStep::down << 10 << 10;
+        QTest::newRow("down in the last row") << 9 << GridStep::down << 9 << 9;
+        QTest::newRow("page down") << 1 << GridStep::pageDown << 7 << 7;
+        QTest::newRow("page down beyond the end") << 7 << GridStep::pageDown << 10 << 10;
+        QTest::newRow("page up") << 10 << GridStep::pageUp << 4 << 4;
+        QTest::newRow("page up beyond the start") << 4 << GridStep::pageUp << 1 << 1;
+        QTest::newRow("first") << 7 << GridStep::first << 0 << 0;
+        QTest::newRow("last") << 7 << GridStep::last << 10 << 10;
+    }
+    void steps() {
+        QFETCH(int, from);
+        QFETCH(GridStep, step);
+        GridLayout layout = makeLayout({500, 320}, 100, 11);
+        QTEST(int(layout.indexAfterStep(std::size_t(from), step)), "leftToRight");
+        layout.setDirection(Qt::RightToLeft);
+        QTEST(int(layout.indexAfterStep(std::size_t(from), step)), "rightToLeft");
+    }
+
+    void showing_data() {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<qint64>("from");
+        QTest::addColumn<qint64>("offset");
+        // One row is 142 high with 8 between, from 12 on; the viewport shows 300 of 11 rows.
+        QTest::newRow("in sight") << 3 << qint64{150} << qint64{150};
+        QTest::newRow("above") << 6 << qint64{1000} << qint64{12 + 2 * 150 - 4};
+        QTest::newRow("below") << 12 << qint64{0} << qint64{12 + 4 * 150 + 142 + 4 - 300};
+        QTest::newRow("the first row brings the margin") << 1 << qint64{500} << qint64{0};
+        QTest::newRow("so does the last") << 32 << qint64{0} << qint64{2 * 12 - 8 + 11 * 150 - 300};
+    }
+    void showing() {
+        QFETCH(int, index);
+        QFETCH(qint64, from);
+        const GridLayout layout = makeLayout({500, 300}, 100, 33);
+        QTEST(layout.offsetShowing(std::size_t(index), from), "offset");
+    }
+
+    // More content than a scroll bar can count: every place is reachable, nothing overflows.
+    void endlessContent() {
+        const std::size_t count = 2'000'000'000;
+        const GridLayout layout = makeLayout({200, 300}, 100, count);
+        QVERIFY(layout.contentHeight() > qint64(std::numeric_limits<int>::max()) * 100);
+        QCOMPARE(layout.offsetForScroll(layout.scrollMaximum()), layout.greatestOffset());
+        QCOMPARE(layout.offsetForScroll(0), qint64{0});
+        const qint64 offset = layout.offsetForScroll(layout.scrollForOffset(layout.rowTop(1'234'567'890)));
+        QVERIFY(layout.cellRect(1'234'567'890, offset).top() <= 0);
+        QVERIFY(layout.cellRect(1'234'567'890, offset).bottom() > 0 ||
+                layout.cellRect(1'234'567'891, offset).bottom() > 0);
+        QVERIFY(layout.cellRect(0, offset).bottom() < 0);
+        QCOMPARE(layout.indexesBetween(layout.greatestOffset(), layout.contentHeight())->last, count - 1);
+    }
+};
+
+TAVLIN_TEST_MAIN(QCoreApplication, GridLayoutTest)
+#include "tst_grid_layout.moc"
