@@ -38,18 +38,6 @@ QImage fitted(const QImage& image, int pixelSize) {
                                                 Qt::SmoothTransformation);
 }
 
-/// Cameras pad previews with black to 4:3: cuts one to the picture's own shape.
-QImage withoutBars(const QImage& preview, QSize fullSize) {
-    if (fullSize.isEmpty())
-        return preview;
-    const QSize shape = fullSize.scaled(preview.size(), Qt::KeepAspectRatio);
-    const int across = preview.width() - shape.width();
-    const int down = preview.height() - shape.height();
-    if (shape.isEmpty() || across + down < 3)
-        return preview;
-    return preview.copy(across / 2, down / 2, shape.width(), shape.height());
-}
-
 /// Whether the failure is the file's own, so that another try would fail as well.
 bool isFilesOwn(DecodeError error) {
     return error == DecodeError::damaged || error == DecodeError::tooLarge ||
@@ -163,7 +151,7 @@ std::optional<ThumbnailCache::Entry> ThumbnailMaker::previewOf(const OpenFile& f
     if (!picture || picture->image.isNull())
         return std::nullopt;
     auto entry = entryOf(Thumbnail::State::preview, file.version, longerSide(picture->image.size()));
-    entry.thumbnail.image = fitted(withoutBars(picture->image, picture->fullSize), entry.pixelSize);
+    entry.thumbnail.image = fitted(picture->image, entry.pixelSize);
     return entry;
 }
 

@@ -92,7 +92,7 @@ void ThumbnailQueue::Private::absorb(ThumbnailAnswer& answer) {
     if (state == Thumbnail::State::unknown || (!stands && isShown) || (!isFinal && old))
         return;
     cache.insert(path, std::move(answer.entry), stands ? wish->rank : answer.rank);
-    if (stands)
+    if (stands && std::find(changed.begin(), changed.end(), path) == changed.end())
         changed.push_back(path);
 }
 

@@ -17,6 +17,7 @@
 #include <QMimeDatabase>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QtEndian>
 #include <QTest>
 #include <QThreadPool>
 
@@ -44,6 +45,27 @@ QByteArray jpeg(const QImage& image, int quality = 90) {
     QBuffer buffer(&bytes);
     image.save(&buffer, "jpeg", quality);
     return bytes;
+}
+
+template <typename Number>
+QByteArray bigEndian(Number number) {
+    QByteArray bytes(sizeof number, Qt::Uninitialized);
+    qToBigEndian(number, bytes.data());
+    return bytes;
+}
+
+/// The JPEG with another inside, as cameras write it (EXIF 2.3, 4.5: an IFD0 of one entry, a thumbnail in
+/// IFD1).
+QByteArray withPreview(const QByteArray& picture, const QByteArray& preview) {
+    const auto entry = [](quint16 tag, quint32 value) {
+        return bigEndian(tag) + bigEndian(quint16{4}) + bigEndian(quint32{1}) + bigEndian(value);
+    };
+    const QByteArray tables = bigEndian(quint16{1}) + entry(0x0100, 1) + bigEndian(quint32{26}) +
+                              bigEndian(quint16{2}) + entry(0x0201, 56) +
+                              entry(0x0202, static_cast<quint32>(preview.size())) + bigEndian(quint32{0});
+    const QByteArray body = QByteArray("Exif\0\0MM\0*\0\0\0\x08", 14) + tables + preview;
+    return picture.first(2) + QByteArray("\xff\xe1") + bigEndian(static_cast<quint16>(body.size() + 2)) +
+           body + picture.sliced(2);
 }
 
 /// The decoders and all other children of this process, also those that have ended and were not waited for.
@@ -87,6 +109,7 @@ class ThumbnailQueueTest : public QObject {
     void answersByContent();
     void visibleComeFirst();
     void replacedWishesAreDropped();
+    void previewComesBeforeThePicture();
     void storedThumbnailComesAlone();
     void rememberedFailureIsNotTriedAgain();
     void failureWithoutDecoderIsNotRemembered();
@@ -220,6 +243,19 @@ void ThumbnailQueueTest::replacedWishesAreDropped() {
         return queue.thumbnail(request.path).state != State::unknown;
     });
     QVERIFY2(made <= 20, qPrintable(QStringLiteral("%1 were made for nothing").arg(made)));
+}
+
+void ThumbnailQueueTest::previewComesBeforeThePicture() {
+    const QImage preview = noise({160, 90}, Qt::green);
+    const QString path =
+        write(QStringLiteral("camera.jpg"),
+              withPreview(jpeg(noise({800, 450}, Qt::red).scaled(4800, 2700)), jpeg(preview)));
+    ThumbnailQueue queue;
+    record(queue);
+    queue.setWanted({{path, 256}}, {});
+    QTRY_COMPARE(reportedStates(), (std::vector{State::preview, State::complete}));
+    QCOMPARE(_reports[0].second.image.size(), QSize(160, 90));
+    QCOMPARE(_reports[1].second.image.size(), QSize(256, 144));
 }
 
 void ThumbnailQueueTest::storedThumbnailComesAlone() {
