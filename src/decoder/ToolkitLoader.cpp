@@ -17,7 +17,8 @@ namespace {
 
 Failure failureOf(const QImageReader& reader) {
     const QByteArray said = takeLoaderMessage();
-    const bool outOfMemory = said.contains("nsufficient memory") || said.contains("allocation limit");
+    const bool outOfMemory = said.contains("nsufficient memory") || said.contains("allocation limit") ||
+                             said.contains("Maximum supported image dimension");
     return {outOfMemory ? Status::tooLarge : Status::damaged,
             said.isEmpty() ? reader.errorString().toUtf8() : said};
 }
