@@ -18,6 +18,10 @@ using platform::ImageRef;
 
 namespace {
 
+QString text(const char* latin) {
+    return QString::fromLatin1(latin);
+}
+
 /// Black and white in turn, so that a picture drawn off its pixels turns grey.
 QIcon chequeredIcon() {
     QIcon icon;
@@ -65,177 +69,118 @@ class TestCells : public QObject {
         delete appGlobals;
         appGlobals = nullptr;
     }
-    void geometry_data();
-    void geometry();
-    void imagesAreResizedForEveryHolder();
-    void sizesAndEditingLeaveRoomForTheImage();
-    void whatIsDrawn_data();
-    void whatIsDrawn();
-    void iconsAreSharp_data();
-    void iconsAreSharp();
-    void rightToLeftIsTheMirrorImage();
-    void theSeparatorIsTwoLines();
-};
 
-void TestCells::geometry_data() {
-    QTest::addColumn<QRectF>("frame");
-    QTest::addColumn<QSizeF>("image");
-    QTest::addColumn<bool>("isFlipped");
-    QTest::addColumn<QPointF>("imagePoint");
-    QTest::addColumn<QRectF>("imageFrame");
-    QTest::addColumn<QRectF>("textFrame");
-    const QSizeF icon(16, 16);
-    QTest::newRow("row of 20") << QRectF(0, 0, 100, 20) << icon << true << QPointF(3, 17)
-                               << QRectF(3, 1, 16, 16) << QRectF(21, 1, 81, 16);
-    QTest::newRow("elsewhere, rounded up") << QRectF(10, 40, 100, 21) << icon << true << QPointF(13, 58)
-                                           << QRectF(13, 42, 16, 16) << QRectF(31, 41, 81, 17);
-    QTest::newRow("not flipped") << QRectF(0, 0, 100, 21) << icon << false << QPointF(3, 2)
-                                 << QRectF(3, 2, 16, 16) << QRectF(21, 1, 81, 17);
-    QTest::newRow("no image") << QRectF(0, 0, 100, 20) << QSizeF(0, 0) << true << QPointF(3, 9)
-                              << QRectF(3, 9, 0, 0) << QRectF(5, 1, 97, 16);
-}
+    void geometry() {
+        const auto row = ImageAndTextGeometry::forFrame(QRectF(0, 0, 100, 20), QSizeF(16, 16), true);
+        QCOMPARE(row.imagePoint, QPointF(3, 17));
+        QCOMPARE(row.imageFrame, QRectF(3, 1, 16, 16));
+        QCOMPARE(row.textFrame, QRectF(21, 1, 81, 16));
+        const auto odd = ImageAndTextGeometry::forFrame(QRectF(10, 40, 100, 21), QSizeF(16, 16), true);
+        QCOMPARE(odd.imagePoint, QPointF(13, 58));
+        const auto upward = ImageAndTextGeometry::forFrame(QRectF(0, 0, 100, 21), QSizeF(16, 16), false);
+        QCOMPARE(upward.imageFrame, QRectF(3, 2, 16, 16));
+    }
 
-void TestCells::geometry() {
-    QFETCH(QRectF, frame);
-    QFETCH(QSizeF, image);
-    QFETCH(bool, isFlipped);
-    const auto lies = ImageAndTextGeometry::forFrame(frame, image, isFlipped);
-    QTEST(lies.imagePoint, "imagePoint");
-    QTEST(lies.imageFrame, "imageFrame");
-    QTEST(lies.textFrame, "textFrame");
-}
+    void imagesAreResizedForEveryHolder() {
+        const auto image = std::make_shared<Image>(chequeredIcon(), QSizeF(32, 32));
+        ImageAndTextCell cell;
+        LogLines log;
+        cell.setImage(image);
+        QCOMPARE(image->size(), QSizeF(16, 16));
+        image->setSize(QSizeF(64, 64));
+        cell.setImage(image);
+        QCOMPARE(image->size(), QSizeF(64, 64));
+        const auto copy = cell.copy();
+        QCOMPARE(dynamic_cast<ImageAndTextCell&>(*copy).image(), image);
+        const QStringList lines = log.taken();
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines[0], lines[1]);
+        QVERIFY(lines[0].startsWith(text("-[ImageAndTextCell setImage:] (105): Foo, imagep: 0x")));
+    }
 
-void TestCells::imagesAreResizedForEveryHolder() {
-    const auto image = std::make_shared<Image>(chequeredIcon(), QSizeF(32, 32));
-    ImageAndTextCell cell;
-    LogLines log;
-    cell.setImage(image);
-    QCOMPARE(image->size(), QSizeF(16, 16));
-    image->setSize(QSizeF(64, 64));
-    cell.setImage(image);
-    QCOMPARE(image->size(), QSizeF(64, 64));
-    const auto copy = cell.copy();
-    QCOMPARE(dynamic_cast<ImageAndTextCell&>(*copy).image(), image);
-    const QStringList lines = log.taken();
-    QCOMPARE(lines.size(), 2);
-    QCOMPARE(lines[0], lines[1]);
-    QVERIFY(lines[0].startsWith(QLatin1String("-[ImageAndTextCell setImage:] (105): Foo, imagep: 0x")));
-}
-
-void TestCells::sizesAndEditingLeaveRoomForTheImage() {
-    ImageAndTextCell cell;
-    cell.setTitle(QStringLiteral("Pictures"));
-    const QSizeF plain = static_cast<platform::TextFieldCell&>(cell).TextFieldCell::cellSize();
-    QCOMPARE(cell.cellSize(), plain + QSizeF(3, 0));
-    QVERIFY(cell.isGroupCell());
-    cell.setImage(std::make_shared<Image>(chequeredIcon()));
-    QCOMPARE(cell.cellSize(), plain + QSizeF(19, 0));
-    QVERIFY(!cell.isGroupCell());
-    QCOMPARE(cell.hitTestForEventInRectOfView(QPointF(-1, 900), QRectF(0, 0, 5, 5)), CellHit::contentArea);
-
-    QLineEdit editor;
-    cell.selectWithFrameInViewEditorStartLength(QRectF(0, 0, 100, 20), editor, 2, 3);
-    QCOMPARE(editor.geometry(), QRect(21, 1, 81, 16));
-    QCOMPARE(editor.selectedText(), QStringLiteral("ctu"));
-    cell.editWithFrameInViewEditor(QRectF(0, 20, 100, 20), editor);
-    QCOMPARE(editor.geometry(), QRect(21, 21, 81, 16));
-    QVERIFY(!editor.hasSelectedText());
-
-    SeparatorCell separator;
-    separator.selectWithFrameInViewEditorStartLength(QRectF(0, 0, 1, 1), editor, 0, 1);
-    QCOMPARE(editor.geometry(), QRect(21, 21, 81, 16));
-}
-
-void TestCells::whatIsDrawn_data() {
-    QTest::addColumn<bool>("hasImage");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QStringList>("messages");
-    QTest::addColumn<bool>("drawsAtTheEdge");
-    const auto lines = [](std::initializer_list<const char*> between) {
-        QStringList all{
-            QStringLiteral("(181): Start"),
-            QStringLiteral("(185): system font size is: %1")
-                .arg(static_cast<double>(platform::TextFieldCell::smallSystemFontSize()), 0, 'f', 6)};
-        for (const char* line : between)
-            all.append(QLatin1String(line));
-        return all << QStringLiteral("(232): End");
-    };
-    QTest::newRow("image and title") << true << QStringLiteral("MMM")
-                                     << lines({"(191): Image wasn't nil. Drawing image."}) << false;
-    QTest::newRow("group") << false << QStringLiteral("MMM")
-                           << lines({"(217): Image was nil.", "(220): isGroupCell"}) << true;
-    QTest::newRow("neither") << false << QString()
-                             << lines({"(217): Image was nil.", "(229): not isGroupCell"}) << false;
-}
-
-void TestCells::whatIsDrawn() {
-    QFETCH(bool, hasImage);
-    QFETCH(QString, title);
-    QFETCH(QStringList, messages);
-    QFETCH(bool, drawsAtTheEdge);
-    ImageAndTextCell cell;
-    cell.setTitle(title);
-    if (hasImage)
+    void sizesAndEditorsLeaveRoomForTheImage() {
+        ImageAndTextCell cell;
+        cell.setTitle(text("Pictures"));
+        const QSizeF plain = cell.TextFieldCell::cellSize();
+        QCOMPARE(cell.cellSize(), plain + QSizeF(3, 0));
         cell.setImage(std::make_shared<Image>(chequeredIcon()));
-    LogLines log;
-    const QRect ink = inked(drawn(cell, QRectF(10, 10, 100, 20)));
-    for (QString& message : messages)
-        message.prepend(QLatin1String("-[ImageAndTextCell drawWithFrame:inView:] "));
-    QCOMPARE(log.taken(), messages);
-    QCOMPARE(ink.isEmpty(), !hasImage && title.isEmpty());
-    if (hasImage) {
-        QCOMPARE(ink.topLeft(), QPoint(13, 11));
-        QVERIFY2(ink.right() > 31, "no text beside the icon");
+        QCOMPARE(cell.cellSize(), plain + QSizeF(19, 0));
+        QCOMPARE(cell.hitTestForEventInRectOfView(QPointF(-1, 900), QRectF(0, 0, 5, 5)),
+                 CellHit::contentArea);
+        QLineEdit editor;
+        cell.selectWithFrameInViewEditorStartLength(QRectF(0, 0, 100, 20), editor, 2, 3);
+        SeparatorCell().selectWithFrameInViewEditorStartLength(QRectF(0, 0, 1, 1), editor, 0, 1);
+        QCOMPARE(editor.geometry(), QRect(21, 1, 81, 16));
+        QCOMPARE(editor.selectedText(), text("ctu"));
     }
-    if (drawsAtTheEdge) {
-        QVERIFY(ink.left() < 14);
-        QVERIFY2(std::abs(ink.center().y() - 19) <= 2, "not in the middle of the row");
+
+    void whatIsDrawn() {
+        const QString size =
+            QString::number(static_cast<double>(platform::TextFieldCell::smallSystemFontSize()), 'f', 6);
+        const auto linesOf = [&](std::initializer_list<const char*> between) {
+            QStringList lines{text("(181): Start"), text("(185): system font size is: ") + size};
+            for (const char* line : between)
+                lines.append(text(line));
+            return (lines << text("(232): End"))
+                .replaceInStrings(QRegularExpression(text("^")),
+                                  text("-[ImageAndTextCell drawWithFrame:inView:] "));
+        };
+        const QRectF frame(10, 10, 100, 20);
+        ImageAndTextCell cell;
+        LogLines log;
+        QVERIFY(inked(drawn(cell, frame)).isEmpty());
+        QCOMPARE(log.taken(), linesOf({"(217): Image was nil.", "(229): not isGroupCell"}));
+        cell.setTitle(text("MMM"));
+        const QRect group = inked(drawn(cell, frame));
+        QVERIFY2(group.left() < 14 && std::abs(group.center().y() - 19) <= 2, "not in the row's middle");
+        QCOMPARE(log.taken(), linesOf({"(217): Image was nil.", "(220): isGroupCell"}));
+        cell.setImage(std::make_shared<Image>(chequeredIcon()));
+        log.taken();
+        const QRect both = inked(drawn(cell, frame));
+        QCOMPARE(both.topLeft(), QPoint(13, 11));
+        QVERIFY2(both.right() > 31, "no text beside the icon");
+        QCOMPARE(log.taken(), linesOf({"(191): Image wasn't nil. Drawing image."}));
     }
-}
 
-void TestCells::iconsAreSharp_data() {
-    QTest::addColumn<qreal>("ratio");
-    for (const qreal ratio : {1.0, 1.5, 2.0})
-        QTest::addRow("%.1f", ratio) << ratio;
-}
+    void iconsAreSharp() {
+        ImageAndTextCell cell;
+        cell.setImage(std::make_shared<Image>(chequeredIcon()));
+        for (const qreal ratio : {1.0, 1.5, 2.0}) {
+            const QImage picture = drawn(cell, QRectF(10, 11, 100, 20), ratio);
+            const int pixels = static_cast<int>(16 * ratio);
+            const QRect ink = inked(picture);
+            QCOMPARE(ink.size(), QSize(pixels, pixels));
+            QImage icon = picture.copy(ink);
+            icon.setDevicePixelRatio(1);
+            QCOMPARE(icon, chequeredIcon().pixmap(pixels, pixels).toImage().convertToFormat(icon.format()));
+        }
+    }
 
-void TestCells::iconsAreSharp() {
-    QFETCH(qreal, ratio);
-    ImageAndTextCell cell;
-    cell.setImage(std::make_shared<Image>(chequeredIcon()));
-    const QImage picture = drawn(cell, QRectF(10, 11, 100, 20), ratio);
-    const int pixels = static_cast<int>(16 * ratio);
-    const QRect ink = inked(picture);
-    QCOMPARE(ink.size(), QSize(pixels, pixels));
-    for (int x = ink.left(); x <= ink.right(); ++x)
-        for (int y = ink.top(); y <= ink.bottom(); ++y)
-            QCOMPARE(qGray(picture.pixel(x, y)), (x - ink.left() + y - ink.top()) % 2 == 0 ? 0 : 255);
-}
+    void rightToLeftIsTheMirrorImage() {
+        ImageAndTextCell cell;
+        cell.setTitle(text("MMM"));
+        cell.setImage(std::make_shared<Image>(chequeredIcon()));
+        const QRect there = inked(drawn(cell, QRectF(10, 10, 100, 20)));
+        CellContext context;
+        context.direction = Qt::RightToLeft;
+        const QRect here = inked(drawn(cell, QRectF(10, 10, 100, 20), 1, context));
+        QCOMPARE(here.right(), 119 - there.left());
+        QVERIFY2(std::abs(here.width() - there.width()) <= 2, "the text does not stand beside the icon");
+    }
 
-void TestCells::rightToLeftIsTheMirrorImage() {
-    ImageAndTextCell cell;
-    cell.setImage(std::make_shared<Image>(chequeredIcon()));
-    CellContext context;
-    context.direction = Qt::RightToLeft;
-    QCOMPARE(inked(drawn(cell, QRectF(10, 10, 100, 20), 1, context)), QRect(91, 11, 16, 16));
-    cell.setTitle(QStringLiteral("MMM"));
-    const QRect ink = inked(drawn(cell, QRectF(10, 10, 100, 20), 1, context));
-    QCOMPARE(ink.right(), 106);
-    QVERIFY2(ink.left() > 40 && ink.left() < 80, "the text does not stand beside the icon");
-}
-
-void TestCells::theSeparatorIsTwoLines() {
-    const auto lines = SeparatorCell::Lines::forFrame(QRectF(5, 10, 100, 21));
-    QCOMPARE(lines.upper, QRectF(5, 20, 100, 1));
-    QCOMPARE(lines.lower, QRectF(5, 21, 100, 1));
-    SeparatorCell cell;
-    cell.setTitle(QStringLiteral("not shown"));
-    const QImage picture = drawn(*cell.copy(), QRectF(5, 10, 100, 21));
-    QCOMPARE(inked(picture), QRect(5, 20, 100, 2));
-    QCOMPARE(QColor(picture.pixel(50, 21)).green(), 255);
-    const QColor upper(picture.pixel(50, 20));
-    QVERIFY2(std::abs(upper.red() - 53) <= 1 && std::abs(upper.green() - 92) <= 1, "not 0.6 of its blue");
-}
+    void theSeparatorIsTwoLines() {
+        const auto lines = SeparatorCell::Lines::forFrame(QRectF(5, 10, 100, 21));
+        QCOMPARE(lines.upper, QRectF(5, 20, 100, 1));
+        QCOMPARE(lines.lower, QRectF(5, 21, 100, 1));
+        SeparatorCell cell;
+        cell.setTitle(text("not shown"));
+        const QImage picture = drawn(*cell.copy(), QRectF(5, 10, 100, 21));
+        QCOMPARE(inked(picture), QRect(5, 20, 100, 2));
+        QCOMPARE(QColor(picture.pixel(50, 21)).green(), 255);
+        const QColor upper(picture.pixel(50, 20));
+        QVERIFY2(std::abs(upper.red() - 53) <= 1 && std::abs(upper.green() - 92) <= 1, "not 0.6 of its blue");
+    }
+};
 
 TAVLIN_TEST_MAIN(QApplication, TestCells)
 #include "tst_cells.moc"

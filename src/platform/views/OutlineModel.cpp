@@ -219,7 +219,9 @@ void OutlineModel::fetchMore(const QModelIndex& parent) {
 }
 
 OutlineModel::Node& OutlineModel::nodeForIndex(const QModelIndex& index) const {
-    return index.isValid() ? *static_cast<Node*>(index.internalPointer()) : *_root;
+    Node* node = index.isValid() ? static_cast<Node*>(index.internalPointer()) : _root.get();
+    Q_ASSERT(node);
+    return *node;
 }
 
 QModelIndex OutlineModel::indexForNode(const Node& node) const {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/views/OutlineView.h"
-#include "platform/views/TextFieldCell.h"
 
 #include <QMap>
 #include <QSet>
@@ -16,7 +15,11 @@
 /// listed once per item. Notes what it is asked; may be told to throw or to call back.
 class FakeTree : public platform::OutlineViewDataSource, public platform::OutlineViewDelegate {
  public:
-    struct Item : platform::OutlineItem {
+    using OutlineView = platform::OutlineView;
+    using OutlineItem = platform::OutlineItem;
+    using TableColumn = platform::TableColumn;
+
+    struct Item : OutlineItem {
         explicit Item(QString itsPath) : path(std::move(itsPath)) {}
         QString outlineIdentity() const override { return path; }
         QString path;
@@ -24,7 +27,7 @@ class FakeTree : public platform::OutlineViewDataSource, public platform::Outlin
         std::vector<platform::OutlineItemRef> children;
     };
 
-    static QString pathOf(const platform::OutlineItem* item) {
+    static QString pathOf(const OutlineItem* item) {
         return item ? static_cast<const Item*>(item)->path : QString();
     }
 
@@ -35,56 +38,47 @@ class FakeTree : public platform::OutlineViewDataSource, public platform::Outlin
     int selectionChanges = 0;
     QString throwing;
     std::function<void()> whenAskedForText;
-    std::function<void()> whenSelectionChanges;
 
-    int outlineViewNumberOfChildrenOfItem(platform::OutlineView&, platform::OutlineItem* item) override {
+    int outlineViewNumberOfChildrenOfItem(OutlineView&, OutlineItem* item) override {
         note("count", item);
         return leaves.contains(pathOf(item)) ? -1 : static_cast<int>(list(item).size());
     }
-    platform::OutlineItemRef outlineViewChildOfItem(platform::OutlineView&, int index,
-                                                    platform::OutlineItem* item) override {
+    platform::OutlineItemRef outlineViewChildOfItem(OutlineView&, int index, OutlineItem* item) override {
         note("child", item);
         return list(item)[static_cast<std::size_t>(index)];
     }
-    bool outlineViewIsItemExpandable(platform::OutlineView&, platform::OutlineItem* item) override {
+    bool outlineViewIsItemExpandable(OutlineView&, OutlineItem* item) override {
         note("expandable", item);
         return !leaves.contains(pathOf(item));
     }
-    QString outlineViewObjectValueForTableColumnByItem(platform::OutlineView&, platform::TableColumn&,
-                                                       platform::OutlineItem* item) override {
+    QString outlineViewObjectValueForTableColumnByItem(OutlineView&, TableColumn&,
+                                                       OutlineItem* item) override {
         note("text", item);
         if (whenAskedForText)
             whenAskedForText();
         return pathOf(item).section(u'/', -1);
     }
-    bool outlineViewShouldEditTableColumnItem(platform::OutlineView&, platform::TableColumn&,
-                                              platform::OutlineItem*) override {
+    bool outlineViewShouldEditTableColumnItem(OutlineView&, TableColumn&, OutlineItem*) override {
         return false;
     }
-    void outlineViewWillDisplayCellForTableColumnItem(platform::OutlineView&, platform::TextFieldCell& cell,
-                                                      platform::TableColumn&,
-                                                      platform::OutlineItem* item) override {
+    void outlineViewWillDisplayCellForTableColumnItem(OutlineView&, platform::TextFieldCell&, TableColumn&,
+                                                      OutlineItem* item) override {
         note("display", item);
-        displayed.append(cell.title());
     }
-    void outlineViewSelectionDidChange(platform::OutlineView&) override {
+    void outlineViewSelectionDidChange(OutlineView&) override {
         ++selectionChanges;
         note("selection", nullptr);
-        if (whenSelectionChanges)
-            whenSelectionChanges();
     }
 
-    QStringList displayed;
-
  private:
-    void note(const char* question, const platform::OutlineItem* item) {
+    void note(const char* question, const OutlineItem* item) {
         const QString what = QString::fromLatin1(question);
         asked.append(what + u' ' + pathOf(item));
         if (what == throwing)
             throw std::runtime_error("the fake was told to throw");
     }
 
-    const std::vector<platform::OutlineItemRef>& list(platform::OutlineItem* item) {
+    const std::vector<platform::OutlineItemRef>& list(OutlineItem* item) {
         std::vector<platform::OutlineItemRef>& items = item ? static_cast<Item*>(item)->children : _top;
         if (!item || !static_cast<Item*>(item)->isListed) {
             items.clear();
