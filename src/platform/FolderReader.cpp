@@ -1,176 +1,160 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/FolderReader.h"
 
-#include "platform/FileAccess.h"
 #include "platform/Guard.h"
 #include "platform/MountTable.h"
 #include "platform/PathBytes.h"
+#include "platform/VolumeWorkers.h"
+
+#include <unistd.h>
 
 #include <QAbstractEventDispatcher>
-#include <QCollator>
+#include <QDir>
 #include <QHash>
 #include <QObject>
 #include <QPointer>
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
+#include <array>
+#include <climits>
 #include <mutex>
-#include <thread>
 #include <utility>
+#include <vector>
 
 namespace platform {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = VolumeWorkers::Clock;
 
-/// A worker with nothing to do ends after this time.
-constexpr std::chrono::seconds workerPatience{10};
+/// How long a folder's visit waits for where one of its links leads, on another volume.
+constexpr auto linkBudget = FolderReader::turnBudget / 2;
 
-std::optional<double> modificationTime(const std::optional<FileStatus>& status) {
-    return status ? std::optional(status->modificationTime) : std::nullopt;
-}
+/// The workers of all volumes, told apart by their mount folders. Any thread.
+class Volumes {
+ public:
+    struct Workers {
+        QString mountFolder;
+        std::shared_ptr<VolumeWorkers> workers;
+    };
 
-FolderEntry askEntry(int folder, std::string_view name, EntryKind kind) {
-    FolderEntry entry;
-    entry.name = pathFromBytes(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
-    entry.isHidden = name.front() == '.';
-    const auto own = fileStatusAt(folder, name.data(), FollowLinks::no);
-    entry.modificationTime = modificationTime(own);
-    kind = own ? own->kind : kind;
-    const auto target = kind == EntryKind::link ? fileStatusAt(folder, name.data()) : own;
-    entry.exists = target.has_value();
-    entry.isFolder = target && target->kind == EntryKind::folder;
-    return entry;
-}
+    Workers workersOfPath(const QString& path) {
+        const std::lock_guard lock(_mutex);
+        const QString mountFolder = mountFolderOfPath(_mounts.mountFolders(), path);
+        std::shared_ptr<VolumeWorkers>& workers = _workers[mountFolder];
+        if (!workers)
+            workers = std::make_shared<VolumeWorkers>();
+        return {mountFolder, workers};
+    }
 
-bool mayBeVisibleFolder(std::string_view name, EntryKind kind) {
-    return name.front() != '.' && kind != EntryKind::regularFile && kind != EntryKind::other;
-}
-
-/// By the rules of the user's language; names it holds equal by their code units, so that the order is one.
-void sortByLanguage(std::vector<FolderEntry>& entries) {
-    if (entries.size() < 2)
-        return;
-    const QCollator collator;
-    std::vector<std::pair<QCollatorSortKey, std::size_t>> keys;
-    keys.reserve(entries.size());
-    for (std::size_t i = 0; i < entries.size(); ++i)
-        keys.emplace_back(collator.sortKey(entries[i].name), i);
-    std::sort(keys.begin(), keys.end(), [&](const auto& a, const auto& b) {
-        const int order = a.first.compare(b.first);
-        return order != 0 ? order < 0 : entries[a.second].name < entries[b.second].name;
-    });
-    std::vector<FolderEntry> sorted;
-    sorted.reserve(entries.size());
-    for (const auto& key : keys)
-        sorted.push_back(std::move(entries[key.second]));
-    entries = std::move(sorted);
-}
-
-struct Request {
-    QString path;
-    FolderDetail detail = FolderDetail::status;
-    FolderReader::Read read;
-    std::vector<FolderReader::LateAnswer> lateAnswers;
-    bool isLate = false;
-    bool isDone = false;
-    FolderContents contents;
+ private:
+    std::mutex _mutex;  ///< guards all below
+    MountTable _mounts;
+    QHash<QString, std::shared_ptr<VolumeWorkers>> _workers;
 };
 
-bool isStillWanted(const Request& request) {
-    return !request.isLate || std::any_of(request.lateAnswers.begin(), request.lateAnswers.end(),
-                                          [](const auto& answer) { return !answer.owner.expired(); });
+/// Asks where one link leads.
+class LinkJob final : public VolumeJob {
+ public:
+    explicit LinkJob(QString path) : _path(std::move(path)) {}
+    void run() override { _status = fileStatus(_path); }
+    const QString& path() const { return _path; }
+    const std::optional<FileStatus>& status() const { return _status; }
+
+ private:
+    const QString _path;
+    std::optional<FileStatus> _status;
+};
+
+/// The path that a link names, as far as its text tells.
+QString targetOfLink(const QString& path) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = ::readlink(bytesFromPath(path).constData(), target.data(), target.size());
+    if (length <= 0)
+        return path;
+    const QString text = pathFromBytes(QByteArrayView(target.data(), length));
+    return QDir::cleanPath(text.startsWith(u'/') ? text
+                                                 : pathByAppending(pathByDeletingLastComponent(path), text));
 }
 
-/// Where late answers go; outlives the reader in the hands of a worker that hangs.
+std::optional<FileStatus> statusOfLink(Volumes& volumes, const QString& path) {
+    const auto own = volumes.workersOfPath(path);
+    const auto target = volumes.workersOfPath(targetOfLink(path));
+    if (own.mountFolder == target.mountFolder)
+        return fileStatus(path);
+    const auto isAskedAlready = [&](const VolumeJob& each) {
+        const auto* link = dynamic_cast<const LinkJob*>(&each);
+        return link != nullptr && link->path() == path;
+    };
+    if (target.workers->findJob(isAskedAlready))
+        return std::nullopt;
+    const auto job = std::make_shared<LinkJob>(path);
+    const bool isDone = target.workers->runUntil(job, Clock::now() + linkBudget);
+    return isDone ? job->status() : std::nullopt;
+}
+
+/// Where late answers are delivered; outlives the reader in the hands of a worker that hangs.
 struct Mailbox {
     std::mutex mutex;
     QObject* receiver = nullptr;  ///< guarded by `mutex`; null when nobody reads any more
+};
 
-    void post(const std::shared_ptr<Request>& request) {
-        const std::lock_guard lock(mutex);
-        if (receiver == nullptr)
+/// Visits one folder.
+class FolderJob final : public VolumeJob, public std::enable_shared_from_this<FolderJob> {
+ public:
+    FolderJob(QString path, FolderDetail detail, FolderReader::Read read, LinkStatus linkStatus,
+              std::shared_ptr<Mailbox> mailbox)
+        : _path(std::move(path)),
+          _detail(detail),
+          _read(std::move(read)),
+          _linkStatus(std::move(linkStatus)),
+          _mailbox(std::move(mailbox)) {}
+
+    void run() override { _contents = _read(_path, _detail, _linkStatus); }
+    bool isWantedLate() const override {
+        return std::any_of(_lateAnswers.begin(), _lateAnswers.end(),
+                           [](const auto& answer) { return !answer.owner.expired(); });
+    }
+    void deliverLate() override {
+        const std::lock_guard lock(_mailbox->mutex);
+        if (_mailbox->receiver == nullptr)
             return;
         QMetaObject::invokeMethod(
-            receiver,
-            [request] {
-                for (const auto& answer : request->lateAnswers) {
-                    if (const auto owner = answer.owner.lock())
-                        guarded("a late folder", [&] { answer.deliver(request->contents); });
-                }
-            },
-            Qt::QueuedConnection);
+            _mailbox->receiver, [self = shared_from_this()] { self->tellOwners(); }, Qt::QueuedConnection);
     }
-};
 
-/// The queue of one volume, and its worker.
-struct Lane {
-    std::mutex
-        mutex;  ///< guards everything below, and the requests' isLate, isDone, lateAnswers and contents
-    std::condition_variable workArrived;
-    std::condition_variable answerArrived;
-    std::deque<std::shared_ptr<Request>> queue;
-    std::shared_ptr<Request> running;
-    bool hasWorker = false;
-};
+    bool isVisitTo(const QString& path, FolderDetail detail) const {
+        return _path == path && _detail == detail;
+    }
+    /// Before the job is queued, or from within VolumeWorkers::findJob.
+    void addLateAnswer(FolderReader::LateAnswer answer) {
+        std::erase_if(_lateAnswers, [](const auto& each) { return each.owner.expired(); });
+        _lateAnswers.push_back(std::move(answer));
+    }
+    FolderContents takeContents() { return std::move(_contents); }
 
-void runWorker(const std::shared_ptr<Lane>& lane, const std::shared_ptr<Mailbox>& mailbox) {
-    std::unique_lock lock(lane->mutex);
-    while (lane->workArrived.wait_for(lock, workerPatience, [&] { return !lane->queue.empty(); })) {
-        const std::shared_ptr<Request> request = std::move(lane->queue.front());
-        lane->queue.pop_front();
-        if (!isStillWanted(*request))
-            continue;
-        lane->running = request;
-        lock.unlock();
-        FolderContents contents = guarded("reading a folder", FolderContents(),
-                                          [&] { return request->read(request->path, request->detail); });
-        lock.lock();
-        lane->running.reset();
-        request->contents = std::move(contents);
-        request->isDone = true;
-        if (request->isLate) {
-            lock.unlock();
-            mailbox->post(request);
-            lock.lock();
-        } else {
-            lane->answerArrived.notify_one();
+ private:
+    void tellOwners() const {
+        for (const auto& answer : _lateAnswers) {
+            if (const auto owner = answer.owner.lock())
+                guarded("a late folder", [&] { answer.deliver(_contents); });
         }
     }
-    lane->hasWorker = false;
-}
+
+    const QString _path;
+    const FolderDetail _detail;
+    const FolderReader::Read _read;
+    const LinkStatus _linkStatus;
+    const std::shared_ptr<Mailbox> _mailbox;
+    std::vector<FolderReader::LateAnswer> _lateAnswers;
+    FolderContents _contents;
+};
 
 }  // namespace
 
-FolderContents readFolder(const QString& path, FolderDetail detail) {
-    FolderContents contents;
-    const auto own = fileStatus(path, FollowLinks::no);
-    contents.modificationTime = modificationTime(own);
-    const auto target = own && own->kind == EntryKind::link ? fileStatus(path) : own;
-    contents.isFolder = target && target->kind == EntryKind::folder;
-    if (!contents.isFolder || detail == FolderDetail::status)
-        return contents;
-    const ScopedFileDescriptor folder = openFolder(path);
-    if (!folder.isValid())
-        return contents;
-    contents.isListed = visitFolder(folder.get(), [&](std::string_view name, EntryKind kind) {
-        if (detail == FolderDetail::subfolders && !mayBeVisibleFolder(name, kind))
-            return true;
-        FolderEntry entry = askEntry(folder.get(), name, kind);
-        if (detail == FolderDetail::everyEntry || entry.isFolder)
-            contents.entries.push_back(std::move(entry));
-        return true;
-    });
-    sortByLanguage(contents.entries);
-    return contents;
-}
-
 struct FolderReader::Private {
-    Read read;
-    MountTable mounts;
-    QHash<QString, std::shared_ptr<Lane>> lanes;
+    Read read = readFolder;
+    std::shared_ptr<Volumes> volumes = std::make_shared<Volumes>();
     std::shared_ptr<Mailbox> mailbox = std::make_shared<Mailbox>();
     QObject receiver;
     QPointer<QAbstractEventDispatcher> dispatcher;
@@ -178,8 +162,11 @@ struct FolderReader::Private {
     Clock::duration spentThisTurn{};
 
     void watchTurns();
-    std::shared_ptr<Lane> laneOfPath(const QString& path);
-    static bool joinQueued(Lane& lane, const QString& path, FolderDetail detail, LateAnswer& late);
+    LinkStatus linkStatus() const {
+        return [volumes = volumes](const QString& link) {
+            return statusOfLink(*volumes, link);
+        };
+    }
 };
 
 void FolderReader::Private::watchTurns() {
@@ -194,33 +181,12 @@ void FolderReader::Private::watchTurns() {
                      [this] { spentThisTurn = {}; });
 }
 
-std::shared_ptr<Lane> FolderReader::Private::laneOfPath(const QString& path) {
-    std::shared_ptr<Lane>& lane = lanes[mountFolderOfPath(mounts.mountFolders(), path)];
-    if (!lane)
-        lane = std::make_shared<Lane>();
-    return lane;
-}
-
-/// Adds the late answer to a queued visit of the same folder, so that a dead volume gathers no heap of them.
-bool FolderReader::Private::joinQueued(Lane& lane, const QString& path, FolderDetail detail,
-                                       LateAnswer& late) {
-    for (const auto& request : lane.queue) {
-        if (request->path != path || request->detail != detail)
-            continue;
-        std::erase_if(request->lateAnswers, [](const auto& answer) { return answer.owner.expired(); });
-        request->lateAnswers.push_back(std::move(late));
-        return true;
-    }
-    return false;
-}
-
 FolderReader& FolderReader::shared() {
     static FolderReader* reader = new FolderReader;  // never destroyed: a worker may hang until the very end
     return *reader;
 }
 
-FolderReader::FolderReader(Read read) : _d(std::make_unique<Private>()) {
-    _d->read = std::move(read);
+FolderReader::FolderReader() : _d(std::make_unique<Private>()) {
     _d->mailbox->receiver = &_d->receiver;
 }
 
@@ -238,31 +204,22 @@ std::optional<FolderContents> FolderReader::contents(const QString& path, Folder
                                                      LateAnswer late) {
     _d->watchTurns();
     const Clock::time_point start = Clock::now();
-    const std::shared_ptr<Lane> lane = _d->laneOfPath(path);
-    const auto request = std::make_shared<Request>();
-    request->path = path;
-    request->detail = detail;
-    request->read = _d->read;
+    const auto workers = _d->volumes->workersOfPath(path).workers;
+    const auto isJoined = [&](VolumeJob& each) {
+        auto* visit = dynamic_cast<FolderJob*>(&each);
+        if (visit == nullptr || !visit->isVisitTo(path, detail))
+            return false;
+        visit->addLateAnswer(std::move(late));
+        return true;
+    };
+    if (workers->findJob(isJoined))
+        return std::nullopt;
 
-    std::unique_lock lock(lane->mutex);
-    const bool owesAnswer = lane->running || !lane->queue.empty();
-    const bool canWait = !owesAnswer && _d->spentThisTurn < _d->budget;
-    const bool isHopeless = !canWait && late.owner.expired();
-    if (isHopeless || (owesAnswer && Private::joinQueued(*lane, path, detail, late)))
-        return std::nullopt;
-    if (!lane->hasWorker)
-        std::thread(runWorker, lane, _d->mailbox).detach();
-    lane->hasWorker = true;
-    request->isLate = !canWait;
-    request->lateAnswers.push_back(std::move(late));
-    lane->queue.push_back(request);
-    lane->workArrived.notify_one();
-    if (!canWait)
-        return std::nullopt;
-    request->isLate = !lane->answerArrived.wait_until(lock, start + _d->budget - _d->spentThisTurn,
-                                                      [&] { return request->isDone; });
+    const auto job = std::make_shared<FolderJob>(path, detail, _d->read, _d->linkStatus(), _d->mailbox);
+    job->addLateAnswer(std::move(late));
+    const bool isDone = workers->runUntil(job, start + _d->budget - _d->spentThisTurn);
     _d->spentThisTurn += Clock::now() - start;
-    return request->isLate ? std::nullopt : std::optional(std::move(request->contents));
+    return isDone ? std::optional(job->takeContents()) : std::nullopt;
 }
 
 }  // namespace platform

@@ -1,51 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/FolderContents.h"
+
 #include <QString>
 
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace platform {
 
-/// One entry of a folder, as the places outline needs it.
-struct FolderEntry {
-    QString name;
-    bool exists = false;    ///< links followed
-    bool isFolder = false;  ///< links followed
-    bool isHidden = false;  ///< its name starts with a dot
-    /// Seconds since 1970 of the entry itself, not of what a link leads to; nothing when it cannot be asked.
-    std::optional<double> modificationTime;
-};
-
-/// What one visit tells of a folder.
-struct FolderContents {
-    bool isFolder = false;                   ///< an existing folder, links followed
-    std::optional<double> modificationTime;  ///< of the path itself, in seconds since 1970
-    bool isListed = false;                   ///< false where the listing was not asked for, or failed
-    std::vector<FolderEntry> entries;        ///< in the order of the user's language
-};
-
-enum class FolderDetail {
-    status,      ///< no listing
-    subfolders,  ///< the visible folders alone: the files of a huge folder are neither asked nor sorted
-    everyEntry,
-};
-
-/// Visits a folder. Any thread; blocks as long as the file system does.
-FolderContents readFolder(const QString& path, FolderDetail detail);
-
-/// Visits folders without ever holding up the main thread for long: a worker for each mounted volume does it,
-/// and the caller waits for at most 40 ms in each turn of the event loop, all its calls together. A volume
-/// that owes an answer is not waited for at all; what is asked of it queues behind. A worker that hangs in
-/// the kernel is left alone: there is never more than one for a volume, and none is waited for at the end.
-/// Belongs to the main thread.
+/// Visits folders without ever holding up the main thread for long: workers for each mounted volume do it
+/// (VolumeWorkers), and the caller waits for at most 40 ms in each turn of the event loop, all its calls
+/// together. A volume whose workers are all late is not waited for at all. A link that leads to another
+/// volume is asked of that volume's workers, so that a dead one hides the link and not the folder that it
+/// stands in. Belongs to the main thread.
 class FolderReader {
  public:
-    using Read = std::function<FolderContents(const QString& path, FolderDetail detail)>;
+    using Read =
+        std::function<FolderContents(const QString& path, FolderDetail detail, const LinkStatus& linkStatus)>;
     static constexpr std::chrono::milliseconds turnBudget{40};
 
     /// What becomes of an answer that comes too late: `deliver` is called with it from the event loop while
@@ -57,7 +32,7 @@ class FolderReader {
 
     static FolderReader& shared();
 
-    explicit FolderReader(Read read = readFolder);
+    FolderReader();
     ~FolderReader();
     FolderReader(const FolderReader&) = delete;
     FolderReader& operator=(const FolderReader&) = delete;

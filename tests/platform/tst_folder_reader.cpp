@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
+#include "platform/VolumeWorkers.h"
 #include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
 
@@ -18,6 +19,7 @@ using platform::FolderContents;
 using platform::FolderDetail;
 using platform::FolderReader;
 using platform::readFolder;
+using platform::VolumeWorkers;
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -55,7 +57,8 @@ class TestFolderReader : public QObject {
     void tellsWhatIsNoFolder();
     void answersAtOnce();
     void waitsOnceInATurn();
-    void keepsOneWorkerForAVolume();
+    void boundsItsWorkers();
+    void asksAnotherVolumeWhereALinkLeads();
     void visitsOnceForAllWhoWait();
     void leavesOutWhatNobodyWaitsFor();
     void survivesItsHungWorker();
@@ -146,7 +149,8 @@ void TestFolderReader::answersAtOnce() {
 
 void TestFolderReader::waitsOnceInATurn() {
     SlowPlace slow;
-    FolderReader reader(slow.read());
+    FolderReader reader;
+    reader.setRead(slow.read());
     const auto owner = std::make_shared<int>();
     int delivered = 0;
     const auto ask = [&](const QString& path) {
@@ -172,9 +176,10 @@ void TestFolderReader::waitsOnceInATurn() {
     QTRY_COMPARE(delivered, 5);
 }
 
-void TestFolderReader::keepsOneWorkerForAVolume() {
+void TestFolderReader::boundsItsWorkers() {
     SlowPlace slow;
-    FolderReader reader(slow.read());
+    FolderReader reader;
+    reader.setRead(slow.read());
     const auto owner = std::make_shared<int>();
     int delivered = 0;
     for (int i = 0; i < 20; ++i) {
@@ -185,16 +190,39 @@ void TestFolderReader::keepsOneWorkerForAVolume() {
                                       }}));
         QCoreApplication::processEvents();
     }
-    QTRY_COMPARE(slow.visited().size(), 2);
-    QCOMPARE(slow.mostAtOnce(), 2);
+    const int most = 2 * static_cast<int>(VolumeWorkers::mostWorkers);
+    QTRY_COMPARE(slow.mostAtOnce(), most);
     slow.answer();
     QTRY_COMPARE(delivered, 40);
-    QVERIFY(slow.mostAtOnce() <= 2);
+    QCOMPARE(slow.mostAtOnce(), most);
+}
+
+void TestFolderReader::asksAnotherVolumeWhereALinkLeads() {
+    const QTemporaryDir home;
+    makeFolder(home.filePath(u"folder"_s));
+    makeLink("/proc/sys", home.filePath(u"link"_s));
+    SlowPlace slow(u"/proc"_s);
+    FolderReader reader;
+    reader.setRead(slow.read());
+    const auto owner = std::make_shared<int>();
+    for (std::size_t i = 0; i < VolumeWorkers::mostWorkers; ++i)
+        QVERIFY(!reader.contents(u"/proc/"_s + QString::number(i), FolderDetail::status,
+                                 {owner, [](const FolderContents&) {
+                                  }}));
+    reader.setRead(slow.read(), 10s);
+    const auto withoutLink = reader.contents(home.path(), FolderDetail::subfolders);
+    QVERIFY(withoutLink);
+    QCOMPARE(names(*withoutLink), QStringList{u"folder"_s});
+
+    slow.answer();
+    QTRY_COMPARE(names(*reader.contents(home.path(), FolderDetail::subfolders)),
+                 (QStringList{u"folder"_s, u"link"_s}));
 }
 
 void TestFolderReader::visitsOnceForAllWhoWait() {
     SlowPlace slow;
-    FolderReader reader(slow.read());
+    FolderReader reader;
+    reader.setRead(slow.read());
     const auto owner = std::make_shared<int>();
     int delivered = 0;
     const FolderReader::LateAnswer late{owner, [&](const FolderContents&) {
@@ -210,7 +238,8 @@ void TestFolderReader::visitsOnceForAllWhoWait() {
 
 void TestFolderReader::leavesOutWhatNobodyWaitsFor() {
     SlowPlace slow;
-    FolderReader reader(slow.read());
+    FolderReader reader;
+    reader.setRead(slow.read());
     const auto owner = std::make_shared<int>();
     auto goner = std::make_shared<int>();
     int delivered = 0;
@@ -220,14 +249,21 @@ void TestFolderReader::leavesOutWhatNobodyWaitsFor() {
                                                          ++count;
                                                      }});
     };
-    ask(u"/running"_s, goner, deliveredToNobody);
+    QStringList expected;
+    for (std::size_t i = 0; i < VolumeWorkers::mostWorkers; ++i) {
+        expected.append(u"/running"_s + QString::number(i));
+        ask(expected.last(), goner, deliveredToNobody);
+    }
+    QTRY_COMPARE(slow.visited().size(), expected.size());
     ask(u"/queued"_s, goner, deliveredToNobody);
     ask(u"/wanted"_s, owner, delivered);
     goner.reset();
     slow.answer();
     QTRY_COMPARE(delivered, 1);
     QCOMPARE(deliveredToNobody, 0);
-    QCOMPARE(slow.visited(), (QStringList{u"/running"_s, u"/wanted"_s}));
+    QStringList visited = slow.visited();
+    visited.sort();
+    QCOMPARE(visited, expected + QStringList{u"/wanted"_s});
 }
 
 void TestFolderReader::survivesItsHungWorker() {
@@ -236,12 +272,12 @@ void TestFolderReader::survivesItsHungWorker() {
     const auto owner = std::make_shared<int>();
     int delivered = 0;
     {
-        FolderReader reader(
-            [slow, &isFinished, read = slow->read()](const QString& path, FolderDetail detail) {
-                const FolderContents contents = read(path, detail);
-                isFinished = true;
-                return contents;
-            });
+        FolderReader reader;
+        reader.setRead([slow, &isFinished, read = slow->read()](const auto&... arguments) {
+            const FolderContents contents = read(arguments...);
+            isFinished = true;
+            return contents;
+        });
         QVERIFY(!reader.contents(u"/usr"_s, FolderDetail::status, {owner, [&](const FolderContents&) {
                                                                        ++delivered;
                                                                    }}));
@@ -254,10 +290,9 @@ void TestFolderReader::survivesItsHungWorker() {
 
 void TestFolderReader::answersNeutrallyAfterAnException() {
     FolderReader reader;
-    reader.setRead([](const QString&, FolderDetail) -> FolderContents { throw std::runtime_error("disk"); },
-                   10s);
+    reader.setRead([](const auto&...) -> FolderContents { throw std::runtime_error("disk"); }, 10s);
     for (int i = 0; i < 2; ++i) {
-        QTest::ignoreMessage(QtWarningMsg, "reading a folder ended early: disk");
+        QTest::ignoreMessage(QtWarningMsg, "asking a volume ended early: disk");
         const auto contents = reader.contents(u"/any"_s, FolderDetail::status);
         QVERIFY(contents && !contents->isFolder);
     }

@@ -20,10 +20,11 @@ class SlowPlace {
     SlowPlace& operator=(const SlowPlace&) = delete;
 
     platform::FolderReader::Read read() {
-        return [this](const QString& path, platform::FolderDetail detail) {
+        return [this](const QString& path, platform::FolderDetail detail,
+                      const platform::LinkStatus& linkStatus) {
             if (path.startsWith(_below))
                 waitForAnswer(path);
-            return platform::readFolder(path, detail);
+            return platform::readFolder(path, detail, linkStatus);
         };
     }
     void answer() {

@@ -87,10 +87,11 @@ void TestWorkspace::iconsAreNewObjectsOfOnePicture() {
 
 void TestWorkspace::asksForUnknownKindsOnly() {
     int visits = 0;
-    FolderReader::shared().setRead([&](const QString& path, FolderDetail detail) {
-        ++visits;
-        return platform::readFolder(path, detail);
-    });
+    FolderReader::shared().setRead(
+        [&](const QString& path, FolderDetail detail, const platform::LinkStatus&) {
+            ++visits;
+            return platform::readFolder(path, detail);
+        });
     _workspace->iconForFile(u"/gone/volume"_s, FileKind::folder);
     _workspace->iconForFile(platform::homeFolder());
     QCOMPARE(visits, 0);
