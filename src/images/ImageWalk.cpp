@@ -150,7 +150,7 @@ bool ImageWalk::mayEnter(const platform::FileStatus& status, Way way) {
         return true;
     }
     const Identity identity{status.device, status.inode};
-    if (identity.device != _folders.back().identity.device) {
+    if (status.device != _folders.back().identity.first) {
         const long fileSystem = fileSystemOfDescriptor(_descriptor.get());
         if (isKernelsOwn(fileSystem) && fileSystem != _startFileSystem)
             return false;

@@ -9,7 +9,6 @@
 #include <QString>
 
 #include <atomic>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -42,11 +41,7 @@ class ImageWalk {
     ImageList takeImages() { return std::exchange(_images, {}); }
 
  private:
-    struct Identity {
-        std::uint64_t device = 0;
-        std::uint64_t inode = 0;
-        auto operator<=>(const Identity&) const = default;
-    };
+    using Identity = std::pair<std::uint64_t, std::uint64_t>;  ///< device and inode
     enum class Way { direct, throughLink };
     struct Entry {
         QByteArrayView name;  ///< NUL-terminated
