@@ -10,8 +10,7 @@
 #include <QRegularExpression>
 #include <QTest>
 
-#include <array>
-
+using namespace Qt::StringLiterals;
 using platform::PropertyDictionary;
 using platform::PropertyValue;
 
@@ -19,158 +18,87 @@ class GeneralHelpersTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase();
-    void checksIPv4Addresses_data();
-    void checksIPv4Addresses();
-    void listsTheHostsAddresses();
-    void escapesForUrls_data();
-    void escapesForUrls();
-    void copiesContainersOnly();
-    void drawsProgress_data();
-    void drawsProgress();
-    void copiesAsciiThatFits();
-};
-
-void GeneralHelpersTest::initTestCase() {
-    appGlobals = PreferencesDictionary::dictionary();
-    appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
-}
-
-void GeneralHelpersTest::checksIPv4Addresses_data() {
-    QTest::addColumn<std::optional<QString>>("address");
-    QTest::addColumn<QStringList>("problems");
-    const QString ok = QStringLiteral("OK");
-    const QString illegal = QStringLiteral("illegal characters");
-    const QString invalid = QStringLiteral("invalid characters");
-    const QString dots = QStringLiteral("wrong count of dots");
-    const QString numeric = QStringLiteral("invalid numeric component");
-    const auto row = [](const QString& address, const QStringList& problems) {
-        QTest::newRow(qPrintable(address.left(30))) << std::optional(address) << problems;
-    };
-    QTest::newRow("none") << std::optional<QString>() << QStringList{illegal};
-    row(QStringLiteral("192.168.0.1"), {ok});
-    row(QStringLiteral("..."), {ok});
-    row(QStringLiteral("000255.0.0.0"), {ok});
-    row(QStringLiteral("256.1.1.1"), {numeric});
-    row(QStringLiteral("1.1.1.99999999999999999999"), {numeric});
-    row(QStringLiteral("1.2.3"), {dots});
-    row(QStringLiteral("1.2.3.a"), {invalid});
-    row(QStringLiteral("::1"), {invalid, dots});
-    row(QStringLiteral("1.2.3.ä"), {illegal});
-    row(QString(252, u'0') + QStringLiteral("..."), {ok});
-    row(QString(253, u'0') + QStringLiteral("..."), {illegal});
-}
-
-void GeneralHelpersTest::checksIPv4Addresses() {
-    QFETCH(std::optional<QString>, address);
-    QFETCH(QStringList, problems);
-    const QString shown = address.value_or(QStringLiteral("(null)"));
-    const bool isOk = problems.first() == u"OK";
-    QStringList expected;
-    for (const QString& problem : problems)
-        expected +=
-            isOk ? QStringLiteral("isIPv4AddressString: Addressstring %1 is OK!").arg(shown)
-                 : QStringLiteral("isIPv4AddressString: Addressstring: %1 is no valid IPv4 address, %2.")
-                       .arg(shown, problem);
-    LogLines log;
-    QCOMPARE(isIPv4AddressString(address), isOk);
-    QCOMPARE(log.taken().replaceInStrings(QRegularExpression(QStringLiteral(" \\(\\d+\\): ")),
-                                          QStringLiteral(": ")),
-             expected);
-}
-
-void GeneralHelpersTest::listsTheHostsAddresses() {
-    const LogLines log;
-    const QStringList all = getAllAddresses();
-    QCOMPARE(getPrimaryAddress(), all.isEmpty() ? std::nullopt : std::optional(all.first()));
-    QStringList withDots;
-    for (const QString& address : all)
-        if (!address.contains(u':'))
-            withDots += address;
-    QCOMPARE(getAllIPv4Addresses(), withDots);
-    if (!withDots.contains(QStringLiteral("127.0.0.1")))
-        QSKIP("This host has no loopback address.");
-    QVERIFY(all.first() == u"127.0.0.1" || !all.first().startsWith(u"127."));
-}
-
-void GeneralHelpersTest::escapesForUrls_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("escaped");
-    QTest::newRow("legal") << QStringLiteral("aZ09-_.!~*'();/?:@=+$,")
-                           << QStringLiteral("aZ09-_.!~*'();/?:@=+$,");
-    QTest::newRow("ampersand") << QStringLiteral("a&b") << QStringLiteral("a%26b");
-    QTest::newRow("illegal") << QStringLiteral(" \"#%<>[]^`{|}\\")
-                             << QStringLiteral("%20%22%23%25%3C%3E%5B%5D%5E%60%7B%7C%7D%5C");
-    QTest::newRow("UTF-8") << QStringLiteral("ä€") << QStringLiteral("%C3%A4%E2%82%AC");
-    QTest::newRow("not UTF-8") << QString(QChar(0xDCE4)) << QStringLiteral("%E4");
-    QTest::newRow("empty") << QString() << QString();
-}
-
-void GeneralHelpersTest::escapesForUrls() {
-    QFETCH(QString, text);
-    QFETCH(QString, escaped);
-    QCOMPARE(urlencode(text), escaped);
-    QCOMPARE(urldecode(escaped), text);
-    QCOMPARE(urldecode(escaped.toLower()), text.toLower());
-    QCOMPARE(urldecode(escaped + QStringLiteral("%g0%1")), text + QStringLiteral("%g0%1"));
-}
-
-void GeneralHelpersTest::copiesContainersOnly() {
-    const PropertyValue text(QStringLiteral("text"));
-    const PropertyValue plain = PropertyValue::Array{{text}, PropertyValue::ArrayKind::plain};
-    const PropertyValue array = PropertyValue::Array{{text, PropertyValue::Array{}, 7}};
-    const PropertyValue dictionary = PropertyValue::Dictionary{
-        {{QStringLiteral("n"), 1}, {QStringLiteral("a"), array}, {QStringLiteral("p"), plain}}};
-    LogLines log;
-    const PropertyValue copy = PropertyValue::Array{mutableCopyOfArray({text, array, plain, dictionary, 7})};
-    QCOMPARE(copy.description(), QStringLiteral("((()), {n = 1; a = (()); p = (text); })"));
-    QCOMPARE(log.taken().filter(QStringLiteral("): Foo...")).size(), 5);
-
-    PropertyDictionary entries{{QStringLiteral("d"), dictionary}, {QStringLiteral("t"), text}};
-    QCOMPARE(&makeAllContainedDictionaryObjectsMutable(entries), &entries);
-    QCOMPARE(PropertyValue(PropertyValue::Dictionary{entries}).description(),
-             QStringLiteral("{d = {n = 1; a = (()); p = (text); }; t = text; }"));
-    QCOMPARE(log.taken().filter(QStringLiteral("): ...bar")).size(), 2);
-}
-
-void GeneralHelpersTest::drawsProgress_data() {
-    QTest::addColumn<int>("percent");
-    QTest::addColumn<int>("barEnd");
-    // The bar starts after one pixel and ends one before its share of 100 pixels.
-    QTest::newRow("0") << 0 << 1;
-    QTest::newRow("below 0") << -50 << 1;
-    QTest::newRow("2") << 2 << 1;
-    QTest::newRow("3") << 3 << 2;
-    QTest::newRow("50") << 50 << 49;
-    QTest::newRow("100") << 100 << 99;
-    QTest::newRow("200") << 200 << 100;
-    QTest::newRow("most") << std::numeric_limits<int>::max() << 100;
-}
-
-void GeneralHelpersTest::drawsProgress() {
-    QFETCH(int, percent);
-    QFETCH(int, barEnd);
-    const QImage image = progressImageWithPercent(percent, 100, 9);
-    QCOMPARE(image.size(), QSize(100, 9));
-    const QColor bar = QPalette().color(QPalette::Highlight);
-    for (int x = 0; x < 100; ++x) {
-        const bool isFrame = x == 0 || x == 99;
-        const QColor rest = isFrame ? QColor(Qt::black) : QColor(170, 170, 170);
-        QCOMPARE(image.pixelColor(x, 4), x >= 1 && x < barEnd ? bar : rest);
-        QCOMPARE(image.pixelColor(x, 0), QColor(Qt::black));
+    void initTestCase() {
+        appGlobals = PreferencesDictionary::dictionary();
+        appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
     }
-    QVERIFY(progressImageWithPercent(percent, 0, 9).isNull());
-}
 
-void GeneralHelpersTest::copiesAsciiThatFits() {
-    std::array<char, 4> buffer{'x', 'x', 'x', 'x'};
-    QVERIFY(!getCString(QStringLiteral("abcd"), buffer.data(), 4));
-    QVERIFY(!getCString(QStringLiteral("ä"), buffer.data(), 4));
-    QVERIFY(!getCString(QString(), buffer.data(), 0));
-    QCOMPARE(buffer, (std::array{'x', 'x', 'x', 'x'}));
-    QVERIFY(getCString(QStringLiteral("abc"), buffer.data(), 4));
-    QCOMPARE(buffer, (std::array{'a', 'b', 'c', '\0'}));
-}
+    void checksIPv4Addresses() {
+        const std::pair<std::optional<QString>, QString> rows[]{
+            {std::nullopt, u"illegal characters"_s},
+            {u"192.168.0.1"_s, {}},
+            {u"..."_s, {}},
+            {u"256.1.1.1"_s, u"invalid numeric component"_s},
+            {u"1.1.1.99999999999999999999"_s, u"invalid numeric component"_s},
+            {u"1.2.3"_s, u"wrong count of dots"_s},
+            {u"1.2.3.a"_s, u"invalid characters"_s},
+            {u"::1"_s, u"invalid characters, wrong count of dots"_s},
+            {u"1.2.3.ä"_s, u"illegal characters"_s},
+            {QString(252, u'0') + u"..."_s, {}},
+            {QString(253, u'0') + u"..."_s, u"illegal characters"_s}};
+        for (const auto& [address, problems] : rows) {
+            const QString shown = address.value_or(u"(null)"_s);
+            QStringList expected;
+            for (const QString& problem : problems.split(u", "_s, Qt::SkipEmptyParts))
+                expected += u"Addressstring: %1 is no valid IPv4 address, %2."_s.arg(shown, problem);
+            if (problems.isNull())
+                expected += u"Addressstring %1 is OK!"_s.arg(shown);
+            LogLines log;
+            QCOMPARE(isIPv4AddressString(address), problems.isNull());
+            const QRegularExpression prefix(u"^isIPv4AddressString \\(\\d+\\): "_s);
+            QCOMPARE(log.taken().replaceInStrings(prefix, {}), expected);
+        }
+    }
+
+    void listsTheHostsAddresses() {
+        const LogLines log;
+        const QStringList all = getAllAddresses();
+        QCOMPARE(getPrimaryAddress().value_or(QString()), all.value(0));
+        QCOMPARE(getAllIPv4Addresses(), all.filter(QRegularExpression(u"^[0-9.]+$"_s)));
+    }
+
+    void escapesForUrls() {
+        const QString legal = u"aZ09-_.!~*'();/?:@=+$,"_s;
+        const QString other = u"& \"#%<>[]^`{|}\\ä"_s + QChar(0xDCE4);
+        const QString escaped = u"%26%20%22%23%25%3C%3E%5B%5D%5E%60%7B%7C%7D%5C%C3%A4%E4"_s;
+        QCOMPARE(urlencode(legal + other), legal + escaped);
+        QCOMPARE(urldecode(legal + escaped + u"%2f%g0%1"_s), legal + other + u"/%g0%1"_s);
+    }
+
+    void copiesContainersOnly() {
+        const PropertyValue text(u"text"_s);
+        const PropertyValue plain = PropertyValue::Array{{text}, PropertyValue::ArrayKind::plain};
+        const PropertyValue array = PropertyValue::Array{{text, PropertyValue::Array{}, 7}};
+        const PropertyValue dictionary =
+            PropertyValue::Dictionary{{{u"n"_s, 1}, {u"a"_s, array}, {u"p"_s, plain}}};
+        LogLines log;
+        const PropertyValue copy =
+            PropertyValue::Array{mutableCopyOfArray({text, array, plain, dictionary, 7})};
+        QCOMPARE(copy.description(), u"((()), {n = 1; a = (()); p = (text); })"_s);
+        QCOMPARE(log.taken().filter(u"): Foo..."_s).size(), 5);
+
+        PropertyDictionary entries{{u"d"_s, dictionary}, {u"t"_s, text}};
+        QCOMPARE(&makeAllContainedDictionaryObjectsMutable(entries), &entries);
+        QCOMPARE(PropertyValue(PropertyValue::Dictionary{entries}).description(),
+                 u"{d = {n = 1; a = (()); p = (text); }; t = text; }"_s);
+    }
+
+    /// The bar starts after one pixel and ends one before its share of 100 pixels.
+    void drawsProgress() {
+        const QColor bar = QPalette().color(QPalette::Highlight);
+        for (const auto& [percent, barEnd] :
+             {std::pair(0, 1), {-50, 1}, {2, 1}, {3, 2}, {100, 99}, {INT_MAX, 100}}) {
+            const QImage image = progressImageWithPercent(percent, 100, 9);
+            QCOMPARE(image.size(), QSize(100, 9));
+            for (int x = 0; x < 100; ++x) {
+                const QColor rest = x % 99 == 0 ? QColor(Qt::black) : QColor(170, 170, 170);
+                QCOMPARE(image.pixelColor(x, 4), x >= 1 && x < barEnd ? bar : rest);
+                QCOMPARE(image.pixelColor(x, 0), QColor(Qt::black));
+            }
+        }
+        QVERIFY(progressImageWithPercent(50, 0, 9).isNull());
+    }
+};
 
 TAVLIN_TEST_MAIN(QGuiApplication, GeneralHelpersTest)
 #include "tst_general_helpers.moc"

@@ -3,103 +3,69 @@
 #include "testing/TestHome.h"
 
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using platform::Bundle;
-
-namespace {
-
-const QString builtPrefix = QStringLiteral(TAVLIN_BUILD_DIR);
-const QString columnKey = QStringLiteral("MainWindowFileBrowserColumnFolders");
-
-}  // namespace
 
 class BundleTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void speaksTheFirstLanguageThatIsShipped_data();
-    void speaksTheFirstLanguageThatIsShipped();
-    void answersMissingTextsAndFiles();
-    void bothLanguagesHaveTheSameKeys();
-    void givesCompiledInterfacesItsTexts();
-    void listsResourcesByType();
-};
-
-void BundleTest::speaksTheFirstLanguageThatIsShipped_data() {
-    QTest::addColumn<QStringList>("languages");
-    QTest::addColumn<QString>("text");
-    const QString english = QStringLiteral("Folders");
-    const QString german = QStringLiteral("Ordner");
-    const auto list = [](const char* languages) {
-        return QString::fromLatin1(languages).split(u' ', Qt::SkipEmptyParts);
-    };
-    QTest::newRow("German") << list("de") << german;
-    QTest::newRow("a country's German") << list("de-AT") << german;
-    QTest::newRow("a script's German") << list("de-Latn-DE de-DE de") << german;
-    QTest::newRow("English before German") << list("en-US de") << english;
-    QTest::newRow("unknown before German") << list("xx-YY de") << german;
-    QTest::newRow("unknown") << list("xx") << english;
-    QTest::newRow("no locale") << list("C") << english;
-    QTest::newRow("nothing") << list("") << english;
-}
-
-void BundleTest::speaksTheFirstLanguageThatIsShipped() {
-    QFETCH(QStringList, languages);
-    QTEST(Bundle(builtPrefix, languages).localizedString(columnKey), "text");
-}
-
-void BundleTest::answersMissingTextsAndFiles() {
-    const QTemporaryDir nothing;
-    for (const QString& prefix : {builtPrefix, nothing.path()}) {
-        const Bundle bundle(prefix, {QStringLiteral("de")});
-        QCOMPARE(bundle.localizedString(QStringLiteral("NoSuchKey")), QStringLiteral(""));
-        QVERIFY(bundle.pathForResourceOfType(QStringLiteral("none"), QStringLiteral("html")).isNull());
-        QVERIFY(bundle.objectForInfoDictionaryKey(QStringLiteral("NoSuchKey")).isNull());
-        QVERIFY(bundle.objectForInfoDictionaryKey(QStringLiteral("CFBundleGetInfoString"))
-                    .startsWith(QStringLiteral("Tavlin " TAVLIN_VERSION)));
+    void speaksTheFirstLanguageThatIsShipped() {
+        const std::pair<QString, QString> rows[]{{u"de-AT"_s, u"Ordner"_s},
+                                                 {u"xx-YY de"_s, u"Ordner"_s},
+                                                 {u"en-US de"_s, u"Folders"_s},
+                                                 {u"C"_s, u"Folders"_s}};
+        for (const auto& [languages, text] : rows) {
+            const Bundle bundle(_built, languages.split(u' '));
+            QCOMPARE(bundle.localizedString(_key), text);
+            QCOMPARE(bundle.localizedString(u"NoSuchKey"_s), u""_s);
+        }
     }
-    QCOMPARE(Bundle(nothing.path(), {QStringLiteral("de")}).localizedString(columnKey), QStringLiteral(""));
-}
 
-void BundleTest::bothLanguagesHaveTheSameKeys() {
-    const auto keys = [](const char* language) {
-        QFile file(QStringLiteral(TAVLIN_SOURCE_DIR "/resources/translations/tavlin_%1.ts")
-                       .arg(QString::fromLatin1(language)));
-        if (!file.open(QIODevice::ReadOnly))
-            return QStringList();
-        QStringList found;
-        static const QRegularExpression message(QStringLiteral("<message id=\"([^\"]+)\""));
-        for (auto match = message.globalMatch(QString::fromUtf8(file.readAll())); match.hasNext();)
-            found += match.next().captured(1);
-        found.sort();
-        return found;
-    };
-    QVERIFY(keys("en").contains(columnKey));
-    QCOMPARE(keys("de"), keys("en"));
-    QCOMPARE(keys("en").removeDuplicates(), 0);
-}
+    void bothLanguagesHaveTheSameKeys() {
+        const auto keys = [](const QString& language) {
+            QFile file(
+                QStringLiteral(TAVLIN_SOURCE_DIR "/resources/translations/tavlin_%1.ts").arg(language));
+            QStringList found;
+            static const QRegularExpression message(u"<message id=\"([^\"]+)\""_s);
+            if (file.open(QIODevice::ReadOnly))
+                for (auto match = message.globalMatch(QString::fromUtf8(file.readAll())); match.hasNext();)
+                    found += match.next().captured(1);
+            found.sort();
+            return found;
+        };
+        QStringList english = keys(u"en"_s);
+        QVERIFY(english.contains(_key));
+        QCOMPARE(keys(u"de"_s), english);
+        QCOMPARE(english.removeDuplicates(), 0);
+    }
 
-void BundleTest::givesCompiledInterfacesItsTexts() {
-    const Bundle bundle(builtPrefix, {QStringLiteral("de")});
-    QCOMPARE(qtTrId("MainWindowFileBrowserColumnFolders"), columnKey);
-    bundle.installTranslators();
-    QCOMPARE(qtTrId("MainWindowFileBrowserColumnFolders"), QStringLiteral("Ordner"));
-}
+    void givesCompiledInterfacesItsTexts() {
+        const Bundle bundle(_built, {u"de"_s});
+        bundle.installTranslators();
+        QCOMPARE(qtTrId("MainWindowFileBrowserColumnFolders"), u"Ordner"_s);
+    }
 
-void BundleTest::listsResourcesByType() {
-    const QTemporaryDir prefix;
-    const QString folder = prefix.filePath(QStringLiteral("share/tavlin"));
-    QVERIFY(QDir().mkpath(folder + QStringLiteral("/folder.sh")));
-    for (const char* name : {"b.sh", "_a.sh", "c.py", "sh", "d.sh.txt"})
-        QVERIFY(QFile(folder + u'/' + QString::fromLatin1(name)).open(QIODevice::WriteOnly));
-    const Bundle bundle(prefix.path(), {});
-    QCOMPARE(bundle.pathsForResourcesOfType(QStringLiteral("sh")),
-             QStringList({folder + QStringLiteral("/_a.sh"), folder + QStringLiteral("/b.sh")}));
-    QCOMPARE(bundle.pathForResourceOfType(QStringLiteral("c"), QStringLiteral("py")),
-             folder + QStringLiteral("/c.py"));
-}
+    void listsResourcesByType() {
+        const QTemporaryDir prefix;
+        const QString folder = prefix.filePath(u"share/tavlin/"_s);
+        QVERIFY(QDir().mkpath(folder + u"folder.sh"_s));
+        for (const char* name : {"b.sh", "_a.sh", "c.py", "sh", "d.sh.txt"})
+            QVERIFY(QFile(folder + QString::fromLatin1(name)).open(QIODevice::WriteOnly));
+        const Bundle bundle(prefix.path(), {});
+        QCOMPARE(bundle.pathsForResourcesOfType(u"sh"_s),
+                 QStringList({folder + u"_a.sh"_s, folder + u"b.sh"_s}));
+        QCOMPARE(bundle.pathForResourceOfType(u"c"_s, u"py"_s), folder + u"c.py"_s);
+        QVERIFY(bundle.pathForResourceOfType(u"c"_s, u"sh"_s).isNull());
+        QCOMPARE(bundle.localizedString(_key), u""_s);
+    }
+
+ private:
+    const QString _built = QStringLiteral(TAVLIN_BUILD_DIR);
+    const QString _key = u"MainWindowFileBrowserColumnFolders"_s;
+};
 
 TAVLIN_TEST_MAIN(QCoreApplication, BundleTest)
 #include "tst_bundle.moc"

@@ -4,27 +4,16 @@
 #include "testing/TestHome.h"
 
 #include <sys/resource.h>
-#include <csignal>
 
-#include <QRegularExpression>
 #include <QTest>
 
+#include <csignal>
 #include <limits>
 
-using platform::boolReading;
-using platform::integerReading;
+using namespace Qt::StringLiterals;
 using platform::UserDefaults;
 
 namespace {
-
-const QString group = QStringLiteral("PreferencesGlobals");
-const QVariantMap someSettings{{QStringLiteral("aSetting"), true}, {QStringLiteral("bSetting"), -5}};
-
-void writeFile(const QString& path, const QByteArray& contents) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), contents.size());
-}
 
 QByteArray readFile(const QString& path) {
     QFile file(path);
@@ -32,21 +21,13 @@ QByteArray readFile(const QString& path) {
 }
 
 /// The greatest size that a file of this process can grow to, as a stand-in for a full disk.
-class FileSizeLimit {
- public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &_former);
-        const rlimit limit{bytes, _former.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &_former); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-    rlimit _former{};
-};
+void limitFileSize(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+}
 
 }  // namespace
 
@@ -54,143 +35,108 @@ class UserDefaultsTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init();
-    void readsValuesOfEveryKind_data();
-    void readsValuesOfEveryKind();
-    void writesNothingUntilSomethingIsSet();
-    void replacesADictionaryAsAWhole();
-    void writesTheLastOfManyChanges();
-    void keepsACorruptFileOnce();
-    void goesOnWithAFileThatCannotBeWritten_data();
-    void goesOnWithAFileThatCannotBeWritten();
+    void readsValuesOfEveryKind() {
+        constexpr int most = std::numeric_limits<int>::max();
+        const std::tuple<QVariant, bool, int> values[]{{{}, false, 0},
+                                                       {true, true, 1},
+                                                       {-3, true, -3},
+                                                       {-0.9, true, 0},
+                                                       {1e12, true, most},
+                                                       {qQNaN(), true, 0},
+                                                       {QStringList{u"1"_s}, false, 0}};
+        for (const auto& [value, boolean, integer] : values) {
+            QCOMPARE(platform::boolReading(value), boolean);
+            QCOMPARE(platform::integerReading(value), integer);
+        }
+        const std::tuple<const char*, bool, int> texts[]{{"true", true, 1},
+                                                         {"false", false, 0},
+                                                         {"", false, 0},
+                                                         {"yes", true, 0},
+                                                         {"T", true, 0},
+                                                         {" -05x", true, -5},
+                                                         {"+000", false, 0},
+                                                         {"- 7", false, 0},
+                                                         {"--1", false, 0},
+                                                         {"99999999999", true, most},
+                                                         {"-99999999999", true, -most - 1}};
+        for (const auto& [text, boolean, integer] : texts) {
+            QVERIFY2(platform::boolReading(QString::fromLatin1(text)) == boolean, text);
+            QVERIFY2(platform::integerReading(QString::fromLatin1(text)) == integer, text);
+        }
+    }
+
+    void init() {
+        _folder = std::make_unique<QTemporaryDir>();
+        _path = _folder->filePath(u"tavlin.conf"_s);
+    }
+
+    void replacesADictionaryAsAWhole() {
+        {
+            UserDefaults defaults(_path);
+            QVERIFY(!defaults.dictionaryForKey(_group));
+            defaults.setDictionaryForKey(_settings, u"Other"_s);
+            for (int i = 0; i < 100; ++i)
+                defaults.setDictionaryForKey({{u"old/%1"_s.arg(i), 1}}, _group);
+            defaults.setDictionaryForKey(_settings, _group);
+            QCOMPARE(defaults.dictionaryForKey(_group), _settings);
+        }
+        QCOMPARE(readFile(_path), QByteArray("[Other]\naSetting=true\nbSetting=-5\n\n"
+                                             "[PreferencesGlobals]\naSetting=true\nbSetting=-5\n"));
+        const QVariantMap asText{{u"aSetting"_s, u"true"_s}, {u"bSetting"_s, u"-5"_s}};
+        QCOMPARE(UserDefaults(_path).dictionaryForKey(_group), asText);
+    }
+
+    void keepsACorruptFileOnce() {
+        const QByteArray first("[PreferencesGlobals]\naSetting=true\nno equals sign\n");
+        const QByteArray second("\x01\x02garbage\n");
+        LogLines log;
+        writeFile(first);
+        QCOMPARE(UserDefaults(_path).dictionaryForKey(_group)->size(), 1);
+        QCOMPARE(readFile(_path), first);
+        writeFile(second);
+        UserDefaults(_path).setDictionaryForKey(_settings, _group);
+        QVERIFY(readFile(_path).contains("bSetting=-5"));
+        writeFile(second);
+        QVERIFY(!UserDefaults(_path).dictionaryForKey(_group));
+
+        QCOMPARE(readFile(_path + u".corrupt"_s), first);
+        QCOMPARE(readFile(_path + u".corrupt.2"_s), second);
+        QVERIFY(!QFile::exists(_path + u".corrupt.3"_s));
+        QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 2);
+    }
+
+    void goesOnWhereNothingCanBeWritten_data() {
+        QTest::addColumn<bool>("isDiskFull");
+        QTest::newRow("full disk") << true;
+        QTest::newRow("no folder can be made") << false;
+    }
+    void goesOnWhereNothingCanBeWritten() {
+        QFETCH(bool, isDiskFull);
+        const QString path = isDiskFull ? _path : _path + u"/below/a/file"_s;
+        writeFile("[PreferencesGlobals]\naSetting=true\n");
+        const QByteArray before = readFile(_path);
+        const QVariantMap more{{u"long"_s, QString(500, u'x')}};
+        LogLines log;
+        UserDefaults defaults(path);
+        limitFileSize(isDiskFull ? static_cast<rlim_t>(before.size()) : RLIM_INFINITY);
+        defaults.setDictionaryForKey(more, _group);
+        defaults.synchronize();
+        limitFileSize(RLIM_INFINITY);
+        QCOMPARE(defaults.dictionaryForKey(_group), more);
+        QCOMPARE(log.taken(), QStringList(u"The settings cannot be written to %1."_s.arg(path)));
+        QCOMPARE(readFile(_path), before);
+    }
 
  private:
+    void writeFile(const QByteArray& contents) {
+        QFile file(_path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
+    }
+    const QString _group = u"PreferencesGlobals"_s;
+    const QVariantMap _settings{{u"aSetting"_s, true}, {u"bSetting"_s, -5}};
     std::unique_ptr<QTemporaryDir> _folder;
     QString _path;
 };
-
-void UserDefaultsTest::init() {
-    _folder = std::make_unique<QTemporaryDir>();
-    _path = _folder->filePath(QStringLiteral("tavlin/tavlin.conf"));
-}
-
-void UserDefaultsTest::readsValuesOfEveryKind_data() {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<bool>("boolean");
-    QTest::addColumn<int>("integer");
-    constexpr int most = std::numeric_limits<int>::max();
-    constexpr int least = std::numeric_limits<int>::min();
-    QTest::newRow("absent") << QVariant() << false << 0;
-    QTest::newRow("true") << QVariant(true) << true << 1;
-    QTest::newRow("false") << QVariant(false) << false << 0;
-    QTest::newRow("number") << QVariant(-3) << true << -3;
-    QTest::newRow("fraction") << QVariant(-0.9) << true << 0;
-    QTest::newRow("great number") << QVariant(1e12) << true << most;
-    QTest::newRow("great long") << QVariant(std::numeric_limits<qlonglong>::min()) << true << least;
-    QTest::newRow("no number") << QVariant(std::numeric_limits<double>::quiet_NaN()) << true << 0;
-    QTest::newRow("list") << QVariant(QStringList{QStringLiteral("1")}) << false << 0;
-    const auto text = [](const char* latin1, bool boolean, int integer) {
-        QTest::newRow(latin1) << QVariant(QString::fromLatin1(latin1)) << boolean << integer;
-    };
-    text("true", true, 1);
-    text("false", false, 0);
-    text("", false, 0);
-    text("yes", true, 0);
-    text("No", false, 0);
-    text("T", true, 0);
-    text("1", true, 1);
-    text(" -05x", true, -5);
-    text("+000", false, 0);
-    text("- 7", false, 0);
-    text("0.9", false, 0);
-    text("--1", false, 0);
-    text("99999999999", true, most);
-    text("-99999999999", true, least);
-}
-
-void UserDefaultsTest::readsValuesOfEveryKind() {
-    QFETCH(QVariant, value);
-    QTEST(boolReading(value), "boolean");
-    QTEST(integerReading(value), "integer");
-}
-
-void UserDefaultsTest::writesNothingUntilSomethingIsSet() {
-    UserDefaults defaults(_path);
-    QVERIFY(!defaults.dictionaryForKey(group));
-    defaults.synchronize();
-    QVERIFY(!QFileInfo::exists(QFileInfo(_path).path()));
-}
-
-void UserDefaultsTest::replacesADictionaryAsAWhole() {
-    UserDefaults defaults(_path);
-    defaults.setDictionaryForKey(someSettings, QStringLiteral("Other"));
-    defaults.setDictionaryForKey({{QStringLiteral("old"), 1}, {QStringLiteral("a/b"), 1}}, group);
-    defaults.setDictionaryForKey(someSettings, group);
-    QCOMPARE(defaults.dictionaryForKey(group), someSettings);
-    defaults.synchronize();
-    for (const QString& key : {group, QStringLiteral("Other")}) {
-        const auto again = UserDefaults(_path).dictionaryForKey(key);
-        QVERIFY(again);
-        QCOMPARE(again->keys(), someSettings.keys());
-        QCOMPARE(integerReading(again->value(QStringLiteral("aSetting"))), 1);
-        QCOMPARE(integerReading(again->value(QStringLiteral("bSetting"))), -5);
-    }
-}
-
-void UserDefaultsTest::writesTheLastOfManyChanges() {
-    {
-        UserDefaults defaults(_path);
-        for (int i = 0; i <= 500; ++i)
-            defaults.setDictionaryForKey({{QStringLiteral("n"), i}}, group);
-    }
-    QCOMPARE(UserDefaults(_path).dictionaryForKey(group)->value(QStringLiteral("n")).toInt(), 500);
-}
-
-void UserDefaultsTest::keepsACorruptFileOnce() {
-    const QByteArray first("[PreferencesGlobals]\naSetting=true\nno equals sign\n");
-    const QByteArray second("\x01\x02garbage\n");
-    QDir().mkpath(QFileInfo(_path).path());
-    LogLines log;
-    writeFile(_path, first);
-    QCOMPARE(UserDefaults(_path).dictionaryForKey(group)->size(), 1);
-    QCOMPARE(readFile(_path + QStringLiteral(".corrupt")), first);
-    QCOMPARE(readFile(_path), first);
-
-    writeFile(_path, second);
-    UserDefaults(_path).setDictionaryForKey(someSettings, group);
-    QCOMPARE(readFile(_path + QStringLiteral(".corrupt")), first);
-    QCOMPARE(readFile(_path + QStringLiteral(".corrupt.2")), second);
-    QVERIFY(readFile(_path).contains("bSetting=-5"));
-
-    writeFile(_path, second);
-    QVERIFY(!UserDefaults(_path).dictionaryForKey(group));
-    QVERIFY(!QFileInfo::exists(_path + QStringLiteral(".corrupt.3")));
-    QCOMPARE(log.taken().filter(QStringLiteral("it is kept as")).size(), 2);
-}
-
-void UserDefaultsTest::goesOnWithAFileThatCannotBeWritten_data() {
-    QTest::addColumn<bool>("isDiskFull");
-    QTest::newRow("full disk") << true;
-    QTest::newRow("no folder can be made") << false;
-}
-
-void UserDefaultsTest::goesOnWithAFileThatCannotBeWritten() {
-    QFETCH(bool, isDiskFull);
-    const QString path = isDiskFull ? _path : _path + QStringLiteral("/below/a/file");
-    UserDefaults(_path).setDictionaryForKey(someSettings, group);
-    const QByteArray before = readFile(_path);
-    LogLines log;
-    {
-        UserDefaults defaults(path);
-        const FileSizeLimit limit(isDiskFull ? before.size() : RLIM_INFINITY);
-        const QVariantMap more{{QStringLiteral("long"), QString(500, u'x')}};
-        defaults.setDictionaryForKey(more, group);
-        defaults.synchronize();
-        QCOMPARE(defaults.dictionaryForKey(group), more);
-    }
-    QCOMPARE(log.taken().filter(QStringLiteral("cannot be written to ") + path).size(), 1);
-    QCOMPARE(readFile(_path), before);
-}
 
 TAVLIN_TEST_MAIN(QCoreApplication, UserDefaultsTest)
 #include "tst_user_defaults.moc"
