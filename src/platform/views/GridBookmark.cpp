@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/GridBookmark.h"
 
-#include "platform/Guard.h"
 #include "platform/views/GridSelection.h"
 #include "platform/views/ImageBrowserView.h"
 
@@ -14,10 +13,6 @@ namespace {
 
 /// How many neighbours are noted to stand in for an item that goes.
 constexpr std::size_t standInCount = 64;
-
-QString uidOf(const ImageBrowserItem* item) {
-    return item ? guarded("imageUID", QString(), [item] { return item->imageUID(); }) : QString();
-}
 
 /// The first indexes outside the selection from `start` on, upwards or downwards, jumping over its runs.
 void appendUnselected(std::vector<std::size_t>& indexes, const GridSelection& selection, std::size_t start,
@@ -42,13 +37,9 @@ void appendUnselected(std::vector<std::size_t>& indexes, const GridSelection& se
 
 }  // namespace
 
-GridBookmark::Noted GridBookmark::noteItem(std::size_t index, const ItemAt& itemAt) {
+GridBookmark::Serial GridBookmark::serialAt(std::size_t index, const ItemAt& itemAt) {
     const ImageBrowserItem* const item = itemAt(index);
-    return {item, uidOf(item), 0};
-}
-
-bool GridBookmark::isSame(const Noted& noted, const ImageBrowserItem* item) {
-    return item && noted.object == item && noted.uid == uidOf(item);
+    return item ? item->serialNumber() : 0;
 }
 
 std::vector<std::size_t> GridBookmark::standIns(std::size_t index, const GridSelection& selection) {
@@ -66,101 +57,90 @@ GridBookmark GridBookmark::note(const GridSelection& selection, std::optional<In
     bookmark._currentBefore = selection.current();
     bookmark._selected.reserve(selection.indexes().count());
     selection.indexes().forEach(
-        [&](std::size_t index) { bookmark._selected.push_back(noteItem(index, itemAt)); });
+        [&](std::size_t index) { bookmark._selected.push_back(serialAt(index, itemAt)); });
     if (selection.anchor())
-        bookmark._anchor = noteItem(*selection.anchor(), itemAt);
+        bookmark._anchor = serialAt(*selection.anchor(), itemAt);
     if (selection.current()) {
-        bookmark._currents.push_back(noteItem(*selection.current(), itemAt));
+        bookmark._currents.push_back(serialAt(*selection.current(), itemAt));
         for (const std::size_t index : standIns(*selection.current(), selection))
-            bookmark._currents.push_back(noteItem(index, itemAt));
+            bookmark._currents.push_back(serialAt(index, itemAt));
     }
-    if (visible) {
-        bookmark._firstVisible = visible->first;
-        for (std::size_t index = visible->first; index <= visible->last; ++index) {
-            Noted noted = noteItem(index, itemAt);
-            noted.y = rowTopOf(index);
-            bookmark._visible.push_back(noted);
-        }
-        bookmark._tops = bookmark._visible;
-        for (const std::size_t index : standIns(visible->last, selection)) {
-            Noted noted = noteItem(index, itemAt);
-            noted.y = rowTopOf(visible->first);
-            bookmark._tops.push_back(std::move(noted));
-        }
+    if (!visible)
+        return bookmark;
+    bookmark._firstVisible = visible->first;
+    for (std::size_t index = visible->first; index <= visible->last; ++index) {
+        bookmark._visible.push_back(serialAt(index, itemAt));
+        bookmark._tops.push_back({bookmark._visible.back(), rowTopOf(index)});
     }
+    for (const std::size_t index : standIns(visible->last, selection))
+        bookmark._tops.push_back({serialAt(index, itemAt), rowTopOf(visible->first)});
     return bookmark;
 }
 
 GridBookmark::Found GridBookmark::find(std::size_t count, const ItemAt& itemAt) const {
-    // The few single items, by object; nothing found yet.
+    // The few single items; nothing found yet.
     constexpr auto nowhere = static_cast<std::size_t>(-1);
-    std::unordered_map<const ImageBrowserItem*, std::size_t> places;
-    for (const std::vector<Noted>* list : {&_currents, &_tops})
-        for (const Noted& noted : *list)
-            places.emplace(noted.object, nowhere);
-    if (_anchor)
-        places.emplace(_anchor->object, nowhere);
-    places.erase(nullptr);
+    std::unordered_map<Serial, std::size_t> places{{_anchor, nowhere}};
+    for (const Serial serial : _currents)
+        places.emplace(serial, nowhere);
+    for (const Noted& noted : _tops)
+        places.emplace(noted.serial, nowhere);
+    places.erase(0);
 
     // Of the selected ones most still follow one another as before; only where one does not is a table made.
-    std::unordered_map<const ImageBrowserItem*, const Noted*> selectedByObject;
+    std::unordered_map<Serial, std::size_t> selectedBySerial;
     std::size_t nextSelected = 0;
-    std::size_t selectedLeft = _selected.size();
-    const auto selectedItem = [&](const ImageBrowserItem* item) -> const Noted* {
-        if (nextSelected < _selected.size() && _selected[nextSelected].object == item)
-            return &_selected[nextSelected++];
-        if (selectedByObject.empty()) {
-            selectedByObject.reserve(_selected.size());
-            for (const Noted& noted : _selected)
-                selectedByObject.emplace(noted.object, &noted);
+    const auto isSelected = [&](Serial serial) {
+        if (nextSelected < _selected.size() && _selected[nextSelected] == serial) {
+            ++nextSelected;
+            return true;
         }
-        const auto known = selectedByObject.find(item);
-        if (known == selectedByObject.end())
-            return nullptr;
-        nextSelected = std::size_t(known->second - _selected.data()) + 1;
-        return known->second;
+        if (selectedBySerial.empty())
+            for (std::size_t i = 0; i < _selected.size(); ++i)
+                selectedBySerial.emplace(_selected[i], i);
+        const auto known = selectedBySerial.find(serial);
+        if (known == selectedBySerial.end())
+            return false;
+        nextSelected = known->second + 1;
+        return true;
     };
 
     Found found;
     std::size_t placesLeft = places.size();
+    std::size_t selectedLeft = _selected.size();
     for (std::size_t index = 0; index < count && (placesLeft > 0 || selectedLeft > 0); ++index) {
-        const ImageBrowserItem* const item = itemAt(index);
-        if (!item)
+        const Serial serial = serialAt(index, itemAt);
+        if (serial == 0)
             continue;
-        if (const auto place = places.find(item); place != places.end() && place->second == nowhere) {
+        if (const auto place = places.find(serial); place != places.end()) {
             place->second = index;
             --placesLeft;
         }
-        if (selectedLeft == 0)
-            continue;
-        if (const Noted* noted = selectedItem(item)) {
+        if (selectedLeft > 0 && isSelected(serial)) {
+            found.selected.insert(index);
             --selectedLeft;
-            if (isSame(*noted, item))
-                found.selected.insert(index);
         }
     }
-    const auto placeOf = [&](const Noted& noted) -> std::optional<std::size_t> {
-        const auto place = places.find(noted.object);
-        if (place == places.end() || place->second == nowhere || !isSame(noted, itemAt(place->second)))
-            return std::nullopt;
-        return place->second;
+    const auto placeOf = [&](Serial serial) -> std::optional<std::size_t> {
+        const auto place = places.find(serial);
+        return place == places.end() || place->second == nowhere ? std::nullopt
+                                                                 : std::optional(place->second);
     };
-    for (const Noted& noted : _currents)
+    for (const Serial serial : _currents)
         if (!found.current)
-            found.current = placeOf(noted);
+            found.current = placeOf(serial);
     for (const Noted& noted : _tops)
         if (!found.top) {
-            found.top = placeOf(noted);
+            found.top = placeOf(noted.serial);
             found.topY = noted.y;
         }
-    if (_anchor)
-        found.anchor = placeOf(*_anchor);
+    found.anchor = placeOf(_anchor);
     return found;
 }
 
 bool GridBookmark::showedAt(std::size_t index, const ImageBrowserItem* item) const {
-    return index >= _firstVisible && index - _firstVisible < _visible.size() &&
-           isSame(_visible[index - _firstVisible], item);
+    return item && index >= _firstVisible && index - _firstVisible < _visible.size() &&
+           _visible[index - _firstVisible] == item->serialNumber();
 }
 
 }  // namespace platform

@@ -3,9 +3,8 @@
 
 #include "platform/IndexSet.h"
 
-#include <QString>
-
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -16,10 +15,8 @@ class GridSelection;
 class ImageBrowserItem;
 
 /// What a grid notes of its list before that changes, and finds again in the changed one: what was selected,
-/// current, the anchor, and what stood at the top. An item is the same one when it is the same object with
-/// the same imageUID: a list that keeps its objects is so searched without making a string per item, and an
-/// object made later at the same address is not taken for another. The cost of noting goes with what is
-/// selected and visible, that of finding with the list. A value; objects are compared, never touched.
+/// current, the anchor, and what stood at the top. Items are told by their serial numbers. The cost of noting
+/// goes with what is selected and visible, that of finding with the list. A value.
 class GridBookmark {
  public:
     using ItemAt = std::function<ImageBrowserItem*(std::size_t index)>;
@@ -45,23 +42,22 @@ class GridBookmark {
     std::optional<std::size_t> currentBefore() const { return _currentBefore; }
 
  private:
+    using Serial = std::uint64_t;  ///< 0 for no item
     struct Noted {
-        const ImageBrowserItem* object = nullptr;
-        QString uid;
+        Serial serial = 0;
         int y = 0;
     };
-    static Noted noteItem(std::size_t index, const ItemAt& itemAt);
-    static bool isSame(const Noted& noted, const ImageBrowserItem* item);
+    static Serial serialAt(std::size_t index, const ItemAt& itemAt);
     static std::vector<std::size_t> standIns(std::size_t index, const GridSelection& selection);
 
     IndexSet _selectedBefore;
     std::optional<std::size_t> _currentBefore;
-    std::vector<Noted> _selected;
-    std::optional<Noted> _anchor;
-    std::vector<Noted> _currents;  ///< the current item, then those to take its place, best first
-    std::vector<Noted> _tops;      ///< likewise for the top
+    std::vector<Serial> _selected;
+    Serial _anchor = 0;
+    std::vector<Serial> _currents;  ///< the current item, then those to take its place, best first
+    std::vector<Noted> _tops;       ///< likewise for the top
     std::size_t _firstVisible = 0;
-    std::vector<Noted> _visible;
+    std::vector<Serial> _visible;
 };
 
 }  // namespace platform

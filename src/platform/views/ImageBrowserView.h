@@ -6,7 +6,9 @@
 #include <QAbstractItemView>
 #include <QIcon>
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -15,19 +17,31 @@ namespace platform {
 class ImageBrowserView;
 class ThumbnailQueue;
 
-/// One item of the grid; owned by the data source, and valid until it changes its list.
+/// One item of the grid; owned by the data source, and valid until it changes its list. Made on any thread.
 class ImageBrowserItem {
  public:
     enum class RepresentationType { path };
 
+    ImageBrowserItem() = default;
     virtual ~ImageBrowserItem() = default;
+    ImageBrowserItem(const ImageBrowserItem&) = delete;
+    ImageBrowserItem& operator=(const ImageBrowserItem&) = delete;
+
+    /// Which object this is, unlike its address never used again: so the grid knows after a reload, without
+    /// a string per item, which items have stayed.
+    std::uint64_t serialNumber() const { return _serialNumber; }
+
     virtual RepresentationType imageRepresentationType() const = 0;
     /// The file's path.
     virtual QString imageRepresentation() const = 0;
-    /// What makes this item the same one after a reload, if it also is the same object.
+    /// What tells this item from all others; never changes.
     virtual QString imageUID() const = 0;
     virtual QString imageTitle() const = 0;
     virtual QString imageSubtitle() const = 0;
+
+ private:
+    inline static std::atomic<std::uint64_t> _lastSerialNumber = 0;
+    const std::uint64_t _serialNumber = _lastSerialNumber.fetch_add(1, std::memory_order_relaxed) + 1;
 };
 
 /// Feeds the grid; asked nothing before the first reloadData().
@@ -79,9 +93,8 @@ class ImageBrowserView : public QAbstractItemView {
     /// The data source is about to change its list: the view notes what is selected, current and at its top.
     void prepareForReload();
     /// The list has changed: counts anew; keeps selection, current item, scroll position and thumbnails of
-    /// the items that stay (the same object with the same imageUID), and has the visible cells' files checked
-    /// again. Where the current item went, the next one becomes current. Without prepareForReload() nothing
-    /// stays selected.
+    /// the items that stay (the same objects), and has the visible cells' files checked again. Where the
+    /// current item went, the next one becomes current. Without prepareForReload() nothing stays selected.
     void reloadData();
     /// Dims what is shown while a load of another folder runs; nothing is removed.
     void setLoading(bool loading);
