@@ -88,13 +88,16 @@ GridBookmark::Found GridBookmark::find(std::size_t count, const ItemAt& itemAt) 
     places.erase(0);
 
     // Of the selected ones most still follow one another as before; only where one does not is a table made.
+    constexpr std::size_t lookAhead = 16;  // a few may have gone in between
     std::unordered_map<Serial, std::size_t> selectedBySerial;
     std::size_t nextSelected = 0;
     const auto isSelected = [&](Serial serial) {
-        if (nextSelected < _selected.size() && _selected[nextSelected] == serial) {
-            ++nextSelected;
-            return true;
-        }
+        const std::size_t end = std::min(nextSelected + lookAhead, _selected.size());
+        for (std::size_t i = nextSelected; i < end; ++i)
+            if (_selected[i] == serial) {
+                nextSelected = i + 1;
+                return true;
+            }
         if (selectedBySerial.empty())
             for (std::size_t i = 0; i < _selected.size(); ++i)
                 selectedBySerial.emplace(_selected[i], i);
