@@ -4,6 +4,7 @@
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/CommandLine.h"
 #include "platform/desktop/MainMenu.h"
+#include "platform/desktop/RunningInstance.h"
 #include "platform/desktop/SystemLog.h"
 #include "platform/desktop/TerminationSignals.h"
 #include "platform/desktop/WindowOrder.h"
@@ -88,6 +89,7 @@ void putHelpersOnSearchPath() {
 }  // namespace
 
 struct Application::Private {
+    std::unique_ptr<RunningInstance> instance;
     std::unique_ptr<MainInterface> interface;
     std::unique_ptr<WindowOrder> windowOrder;
     TerminationSignals signals_;
@@ -122,7 +124,12 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
         return statusMisuse;
     }
 
+    auto instance = RunningInstance::become(commandLine.path);
+    if (instance == nullptr)
+        return EXIT_SUCCESS;
+
     auto d = std::make_unique<Private>();
+    d->instance = std::move(instance);
     Bundle::mainBundle().installTranslators();
     d->windowOrder = std::make_unique<WindowOrder>(application);
     d->interface = mainInterface();
@@ -149,6 +156,8 @@ Application::Application(std::unique_ptr<Private> d) : _d(std::move(d)) {
             guarded("applicationWillBecomeActive", [this] { _d->delegate().applicationWillBecomeActive(); });
     });
 
+    connect(_d->instance.get(), &RunningInstance::asked, this, &Application::openForOtherStart);
+
     MainMenu& menu = _d->interface->mainMenu();
     menu.setValidator([this](const MenuItem& item) { return _d->delegate().validateMenuItem(item); });
     connect(_d->windowOrder.get(), &WindowOrder::windowPolished, &menu, &MainMenu::attachTo);
@@ -171,6 +180,16 @@ void Application::launch(const QString& folder) {
     guarded("awakeFromNib", [&] { interface.awake(); });
     guarded("applicationDidFinishLaunching", [&] { _d->delegate().applicationDidFinishLaunching(); });
     guarded("openFolder", [&] { interface.openFolder(folder); });
+}
+
+void Application::openForOtherStart(const QString& folder) {
+    QWidget& window = _d->interface->mainWindow();
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+    if (!folder.isNull())
+        guarded("openFolder", [&] { _d->interface->openFolder(folder); });
 }
 
 int Application::enterEventLoop() {

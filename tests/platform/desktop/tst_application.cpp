@@ -161,6 +161,27 @@ class TestApplication : public QObject {
         QVERIFY(!output.contains("close event"));
     }
 
+    void aSecondStartRaisesTheFirst() {
+        QProcess first;
+        start(first, "signal", {QStringLiteral("/one")});
+        QByteArray output;
+        QTRY_VERIFY((output += first.readAllStandardOutput()).contains("ready"));
+        QProcess second;
+        start(second, "terminate", {QStringLiteral("/two")});
+        QVERIFY(second.waitForFinished());
+        QCOMPARE(second.exitCode(), 0);
+        QVERIFY(second.readAllStandardOutput().isEmpty());
+        QTRY_VERIFY((output += first.readAllStandardOutput()).contains("open /two\n"));
+        first.kill();
+        QVERIFY(first.waitForFinished());
+
+        // What a killed program leaves behind must not make the next start hand over to nobody.
+        QProcess third;
+        start(third, "terminate", {QStringLiteral("/three")});
+        QVERIFY(third.waitForFinished());
+        QVERIFY(third.readAllStandardOutput().contains("open /three\n"));
+    }
+
     void anIgnoredSignalStaysIgnored() {
         QProcess child;
         child.setChildProcessModifier([] { ::signal(SIGHUP, SIG_IGN); });
