@@ -96,29 +96,52 @@ QDBusMessage call(const QString& connection, const Reference& object, const QStr
     return QDBusConnection(connection).call(message, QDBus::Block, 3000);
 }
 
+QString nameOf(const QString& connection, const Reference& reference) {
+    const auto answer = call(connection, reference, QStringLiteral("org.freedesktop.DBus.Properties"),
+                             QStringLiteral("Get"), {accessible, QStringLiteral("Name")});
+    return answer.type() == QDBusMessage::ReplyMessage
+               ? answer.arguments().constFirst().value<QDBusVariant>().variant().toString()
+               : QString();
+}
+
+QString roleOf(const QString& connection, const Reference& reference) {
+    const auto answer = call(connection, reference, accessible, QStringLiteral("GetRoleName"));
+    return answer.type() == QDBusMessage::ReplyMessage ? answer.arguments().constFirst().toString()
+                                                       : QString();
+}
+
+QRect extentsOf(const QString& connection, const Reference& reference) {
+    const auto answer = call(connection, reference, QStringLiteral("org.a11y.atspi.Component"),
+                             QStringLiteral("GetExtents"), {QVariant::fromValue(quint32{0})});
+    if (answer.type() != QDBusMessage::ReplyMessage)
+        return {};
+    const auto box = answer.arguments().constFirst().value<QDBusArgument>();
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    box.beginStructure();
+    box >> x >> y >> width >> height;
+    box.endStructure();
+    return {x, y, width, height};
+}
+
 AccessibleObject describe(const QString& connection, const Reference& reference) {
-    AccessibleObject object{reference.service, reference.path, {}, {}, {}};
-    const auto name = call(connection, reference, QStringLiteral("org.freedesktop.DBus.Properties"),
-                           QStringLiteral("Get"), {accessible, QStringLiteral("Name")});
-    if (name.type() == QDBusMessage::ReplyMessage)
-        object.name = name.arguments().constFirst().value<QDBusVariant>().variant().toString();
-    const auto role = call(connection, reference, accessible, QStringLiteral("GetRoleName"));
-    if (role.type() == QDBusMessage::ReplyMessage)
-        object.role = role.arguments().constFirst().toString();
-    const auto extents = call(connection, reference, QStringLiteral("org.a11y.atspi.Component"),
-                              QStringLiteral("GetExtents"), {QVariant::fromValue(quint32{0})});
-    if (extents.type() == QDBusMessage::ReplyMessage) {
-        const auto box = extents.arguments().constFirst().value<QDBusArgument>();
-        int x = 0;
-        int y = 0;
-        int width = 0;
-        int height = 0;
-        box.beginStructure();
-        box >> x >> y >> width >> height;
-        box.endStructure();
-        object.extents = QRect(x, y, width, height);
-    }
-    return object;
+    return {reference.service, reference.path, nameOf(connection, reference), roleOf(connection, reference),
+            extentsOf(connection, reference)};
+}
+
+/// Whether objects of one role can stand below one of another: a search need not go through every row.
+bool canHold(const QString& role, const QString& wanted) {
+    if (role == u"tree" || role == u"tree table")
+        return wanted == u"tree item" || wanted == u"table cell";
+    if (role == u"list")
+        return wanted == u"list item";
+    if (role == u"table")
+        return wanted == u"table cell";
+    if (role == u"menu bar" || role == u"menu")
+        return wanted == u"menu item" || wanted == u"menu";
+    return true;
 }
 
 }  // namespace
@@ -142,16 +165,16 @@ AccessibleObject AccessibilityBus::application() const {
     const Reference registry{QStringLiteral("org.a11y.atspi.Registry"),
                              QStringLiteral("/org/a11y/atspi/accessible/root")};
     for (const Reference& reference :
-         references(call(_connection, registry, accessible, QStringLiteral("GetChildren")))) {
-        const AccessibleObject object = describe(_connection, reference);
-        if (object.name.compare(QStringLiteral("tavlin"), Qt::CaseInsensitive) == 0)
-            return object;
-    }
+         references(call(_connection, registry, accessible, QStringLiteral("GetChildren"))))
+        if (nameOf(_connection, reference).compare(QStringLiteral("tavlin"), Qt::CaseInsensitive) == 0)
+            return {reference.service, reference.path, QStringLiteral("tavlin"), {}, {}};
     return {};
 }
 
 QList<AccessibleObject> AccessibilityBus::children(const AccessibleObject& object) const {
     QList<AccessibleObject> result;
+    if (!object.isValid())
+        return result;
     const auto answer =
         call(_connection, {object.service, object.path}, accessible, QStringLiteral("GetChildren"));
     for (const Reference& reference : references(answer))
@@ -159,35 +182,35 @@ QList<AccessibleObject> AccessibilityBus::children(const AccessibleObject& objec
     return result;
 }
 
-QList<AccessibleObject> AccessibilityBus::below(const AccessibleObject& object, int limit) const {
-    QList<AccessibleObject> result{object};
-    for (qsizetype i = 0; i < result.size() && result.size() < limit; ++i)
-        result += children(result[i]);
+QStringList AccessibilityBus::names(const AccessibleObject& parent, const QString& role) const {
+    QStringList result;
+    const auto answer =
+        call(_connection, {parent.service, parent.path}, accessible, QStringLiteral("GetChildren"));
+    for (const Reference& reference : references(answer))
+        if (roleOf(_connection, reference) == role)
+            result += nameOf(_connection, reference);
     return result;
 }
 
-QStringList AccessibilityBus::names(const AccessibleObject& parent, const QString& role) const {
-    QStringList result;
-    for (const AccessibleObject& child : children(parent))
-        if (child.role == role)
-            result += child.name;
-    return result;
+AccessibleObject AccessibilityBus::search(const QString& role, const QString& name) const {
+    const AccessibleObject root = application();
+    if (!root.isValid())
+        return {};
+    QList<Reference> open{{root.service, root.path}};
+    constexpr qsizetype most = 2000;
+    for (qsizetype i = 0; i < open.size() && i < most; ++i) {
+        const Reference reference = open[i];
+        const QString seen = i == 0 ? QString() : roleOf(_connection, reference);
+        if (seen == role && nameOf(_connection, reference) == name)
+            return describe(_connection, reference);
+        if (canHold(seen, role))
+            open += references(call(_connection, reference, accessible, QStringLiteral("GetChildren")));
+    }
+    return {};
 }
 
 AccessibleObject AccessibilityBus::find(const QString& role, const QString& name, int milliseconds) const {
     AccessibleObject found;
-    (void)QTest::qWaitFor(
-        [&] {
-            const AccessibleObject root = application();
-            if (!root.isValid())
-                return false;
-            for (const AccessibleObject& object : below(root))
-                if (object.role == role && object.name == name) {
-                    found = object;
-                    return true;
-                }
-            return false;
-        },
-        milliseconds);
+    std::ignore = QTest::qWaitFor([&] { return (found = search(role, name)).isValid(); }, milliseconds);
     return found;
 }

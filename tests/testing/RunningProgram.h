@@ -52,13 +52,12 @@ class AccessibilityBus {
 
     /// The first object of the running program "tavlin" with this role and name, waited for.
     AccessibleObject find(const QString& role, const QString& name, int milliseconds = 10000) const;
-    /// All objects below one, itself first, at most `limit`.
-    QList<AccessibleObject> below(const AccessibleObject& object, int limit = 2000) const;
     QList<AccessibleObject> children(const AccessibleObject& object) const;
     /// All children of a role, by what their names are.
     QStringList names(const AccessibleObject& parent, const QString& role) const;
 
  private:
     AccessibleObject application() const;
+    AccessibleObject search(const QString& role, const QString& name) const;
     QString _connection;
 };
