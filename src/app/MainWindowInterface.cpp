@@ -87,9 +87,8 @@ void MainWindowInterface::connectOutlets() {
     grid.setDataSource(&_images);
     grid.setBrowserDelegate(&_images);
     grid.setThumbnailQueue(&_thumbnails);
-    grid.setIconProvider([](const QString& path) {
-        return platform::Workspace::sharedWorkspace().iconForFile(path)->icon();
-    });
+    grid.setIconProvider(
+        [](const QString& path) { return platform::Workspace::sharedWorkspace().iconForFile(path)->icon(); });
 
     _scripts.setScriptsTableView(&_window.scriptsTable());
     _scripts.setMainWindow(&_window);

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr qint64 largestFile = 64 * 1024;  // bytes; a real one has less than one KiB
+constexpr qint64 largestFile = 65536;  // bytes; a real one has less than one KiB
 
 QByteArray bytes(const QJsonObject& object, const QString& key) {
     return QByteArray::fromBase64(object.value(key).toString().toLatin1());

@@ -18,6 +18,8 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 MainWindowInterface* mainInterface = nullptr;
@@ -69,11 +71,6 @@ class FakeBridge : public platform::NotificationBridge {
     bool isPlain = false;
 };
 
-/// The messages of one class, without the file system's or the views' part in them.
-QStringList linesOf(const QStringList& lines, const QString& prefix) {
-    return lines.filter(prefix);
-}
-
 }  // namespace
 
 /// Runs inside the program's own event loop, with the real main interface.
@@ -99,13 +96,12 @@ class TestAppDelegate : public QObject {
     void cleanupTestCase() { logLines.reset(); }
 
     void startUpOrder() {
-        const QStringList marks{
-            QStringLiteral("-[PreferencesDictionary plausibilitaetsTest] (210): foo"),
-            QStringLiteral("-[PreferencesDictionary load] (121): "),
-            QStringLiteral("-[TavlinAppDelegate applicationDidFinishLaunching:] (43): Starting up!"),
-            QStringLiteral("-[FileBrowserDataSource outlineView:numberOfChildrenOfItem:] (139): "),
-            QStringLiteral("-[TavlinAppDelegate applicationDidFinishLaunching:] (101): Started up!"),
-            QStringLiteral("-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: ")};
+        const QStringList marks{u"-[PreferencesDictionary plausibilitaetsTest] (210): foo"_s,
+                                u"-[PreferencesDictionary load] (121): "_s,
+                                u"-[TavlinAppDelegate applicationDidFinishLaunching:] (43): Starting up!"_s,
+                                u"-[FileBrowserDataSource outlineView:numberOfChildrenOfItem:] (139): "_s,
+                                u"-[TavlinAppDelegate applicationDidFinishLaunching:] (101): Started up!"_s,
+                                u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: "_s};
         qsizetype from = 0;
         for (const QString& mark : marks) {
             const auto found = std::find_if(startUpLog.begin() + from, startUpLog.end(),
@@ -113,7 +109,7 @@ class TestAppDelegate : public QObject {
             QVERIFY2(found != startUpLog.end(), qPrintable(mark + u'\n' + startUpLog.join(u'\n')));
             from = found - startUpLog.begin();
         }
-        QCOMPARE(linesOf(startUpLog, QStringLiteral("applicationDidFinishLaunching")).size(), 2);
+        QCOMPARE(startUpLog.filter(u"applicationDidFinishLaunching"_s).size(), 2);
     }
 
     void startUpResults() {
@@ -124,12 +120,9 @@ class TestAppDelegate : public QObject {
         QCOMPARE(icon(PreferenceKeys::imageFolder), icon(PreferenceKeys::imageURL));
         QCOMPARE(icon(PreferenceKeys::imageFolder)->size(), QSizeF(16, 16));
         QCOMPARE(appGlobals->objectForKey(PreferenceKeys::growlIsReady), QVariant(false));
-        QCOMPARE(outline().tableColumnWithIdentifier(QStringLiteral("folders"))->headerTitle(),
-                 QStringLiteral("Folders"));
-        QCOMPARE(delegate()
-                     .scriptsTableView->tableColumnWithIdentifier(QStringLiteral("scriptNames"))
-                     ->headerTitle(),
-                 QStringLiteral("Scripts"));
+        QCOMPARE(outline().tableColumnWithIdentifier(u"folders"_s)->headerTitle(), u"Folders"_s);
+        QCOMPARE(delegate().scriptsTableView->tableColumnWithIdentifier(u"scriptNames"_s)->headerTitle(),
+                 u"Scripts"_s);
         QVERIFY(window().isVisible());
     }
 
@@ -170,16 +163,16 @@ class TestAppDelegate : public QObject {
             window().hide();
         logLines->taken();
         QTEST(validates(keyEquivalent), "isEnabled");
-        const QStringList lines = linesOf(logLines->taken(), QStringLiteral("validateMenuItem:] "));
-        QVERIFY(lines.constFirst().endsWith(
-            QStringLiteral("(230): Start validation for menu item with key equiv.: ") + keyEquivalent));
+        const QStringList lines = logLines->taken().filter(u"validateMenuItem:] "_s);
+        QVERIFY(lines.constFirst().endsWith(u"(230): Start validation for menu item with key equiv.: "_s +
+                                            keyEquivalent));
         QVERIFY2(lines.constLast().contains(lastLog), qPrintable(lines.constLast()));
 
         for (QWidget* other : platform::Application::shared()->orderedWindows())
             if (other != &window())
                 other->close();
         window().show();
-        QVERIFY(validates(QStringLiteral(",")) && validates(QStringLiteral("i")));
+        QVERIFY(validates(u","_s) && validates(u"i"_s));
     }
 
     /// The shared actions, and with them the shortcuts, follow without a menu being opened.
@@ -190,8 +183,8 @@ class TestAppDelegate : public QObject {
         QVERIFY(!action("ZoomIn").isEnabled());
         logLines->taken();
         platform::Application::shared()->orderedWindows().constFirst()->close();
-        QCOMPARE(linesOf(logLines->taken(), QStringLiteral("WindowDidClose")),
-                 QStringList(QStringLiteral("-[TavlinAppDelegate preferencesWindowDidClose:] (148): Start")));
+        QCOMPARE(logLines->taken().filter(u"WindowDidClose"_s),
+                 QStringList(u"-[TavlinAppDelegate preferencesWindowDidClose:] (148): Start"_s));
         QTRY_VERIFY(action("Preferences").isEnabled());
         QVERIFY(action("ZoomIn").isEnabled());
 
@@ -199,8 +192,8 @@ class TestAppDelegate : public QObject {
         QTRY_VERIFY(!action("About").isEnabled());
         logLines->taken();
         platform::Application::shared()->orderedWindows().constFirst()->close();
-        QCOMPARE(linesOf(logLines->taken(), QStringLiteral("WindowDidClose")),
-                 QStringList(QStringLiteral("-[TavlinAppDelegate aboutWindowDidClose:] (223): Start")));
+        QCOMPARE(logLines->taken().filter(u"WindowDidClose"_s),
+                 QStringList(u"-[TavlinAppDelegate aboutWindowDidClose:] (223): Start"_s));
     }
 
     void comingToTheFront() {
@@ -212,35 +205,26 @@ class TestAppDelegate : public QObject {
                      "-[TavlinAppDelegate applicationWillBecomeActive:] (309): Since we will now become "
                      "foreground, maybe the user changed something in the filesystem. Reload the "
                      "currently selected stuff."));
-        QVERIFY(
-            lines.at(1).startsWith(QStringLiteral("-[FileBrowserDataSource reloadContentsOfSelectedItem]")));
+        QVERIFY(lines.at(1).startsWith(u"-[FileBrowserDataSource reloadContentsOfSelectedItem]"_s));
     }
 
     void mountSelectsAndExpandsBesideTheSelection() {
         mainInterface->places().revealFolder(qEnvironmentVariable("HOME"));
         QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
         logLines->taken();
-        Q_EMIT platform::Workspace::sharedWorkspace().didMount(QStringLiteral("/"), QStringLiteral("Root"));
+        Q_EMIT platform::Workspace::sharedWorkspace().didMount(u"/"_s, u"Root"_s);
         const QStringList lines = logLines->taken();
-        const auto indexOf = [&lines](const char* text) {
-            const auto found = std::find_if(lines.begin(), lines.end(), [&](const QString& line) {
-                return line.contains(QString::fromLatin1(text));
-            });
-            return found == lines.end() ? -1 : found - lines.begin();
-        };
         QCOMPARE(
-            lines.at(0),
-            QStringLiteral("-[TavlinAppDelegate didMount:] (326): Heyho someone mounted something at /"));
-        QCOMPARE(lines.at(1),
-                 QStringLiteral("-[TavlinAppDelegate didMount:] (328): Localized volume name: Root"));
-        QCOMPARE(lines.at(2), QStringLiteral("-[TavlinAppDelegate notifyUsingGrowl:] (467): Start: message: "
-                                             "The volume “Root” is there now."));
-        QVERIFY(lines.at(3).contains(QStringLiteral("(469): appGlobals: ")));
-        QCOMPARE(lines.at(4),
-                 QStringLiteral("-[TavlinAppDelegate notifyUsingGrowl:] (493): Growl is not available?"));
-        QCOMPARE(lines.at(5), QStringLiteral("-[TavlinAppDelegate notifyUsingGrowl:] (496): Ente"));
-        QVERIFY(indexOf("rescanFileSystems") > 5);
-        QVERIFY(indexOf("indexOfVolumeWithURL") > indexOf("rescanFileSystems"));
+            lines.mid(0, 3),
+            QStringList(
+                {u"-[TavlinAppDelegate didMount:] (326): Heyho someone mounted something at /"_s,
+                 u"-[TavlinAppDelegate didMount:] (328): Localized volume name: Root"_s,
+                 u"-[TavlinAppDelegate notifyUsingGrowl:] (467): Start: message: The volume “Root” is there now."_s}));
+        QVERIFY(lines.at(3).contains(u"(469): appGlobals: "_s));
+        QCOMPARE(lines.mid(4, 2),
+                 QStringList({u"-[TavlinAppDelegate notifyUsingGrowl:] (493): Growl is not available?"_s,
+                              u"-[TavlinAppDelegate notifyUsingGrowl:] (496): Ente"_s}));
+        QVERIFY(lines.at(6).contains(u"rescanFileSystems"_s));
         QTRY_COMPARE(outline().selectionModel()->selectedRows().size(), 2);
         QVERIFY(outline().isExpanded(outline().model()->index(0, 0)));
     }
@@ -248,7 +232,7 @@ class TestAppDelegate : public QObject {
     void mountOfAnUnlistedVolumeSelectsNothing() {
         mainInterface->places().revealFolder(qEnvironmentVariable("HOME"));
         QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
-        Q_EMIT platform::Workspace::sharedWorkspace().didMount(QStringLiteral("/not/listed"), QString());
+        Q_EMIT platform::Workspace::sharedWorkspace().didMount(u"/not/listed"_s, QString());
         QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
         QCOMPARE(outline().selectionModel()->selectedRows().size(), 1);
     }
@@ -257,28 +241,26 @@ class TestAppDelegate : public QObject {
         mainInterface->places().revealFolder(qEnvironmentVariable("HOME"));
         QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
         logLines->taken();
-        Q_EMIT platform::Workspace::sharedWorkspace().didUnmount(QStringLiteral("/media/x"),
-                                                                 QStringLiteral("x"));
+        Q_EMIT platform::Workspace::sharedWorkspace().didUnmount(u"/media/x"_s, u"x"_s);
         const QStringList lines = logLines->taken();
-        QVERIFY(lines.at(0).endsWith(QStringLiteral("(365): Heyho someone unmounted something at /media/x")));
-        QVERIFY(lines.at(1).endsWith(QStringLiteral("(367): Localized volume name: x")));
+        QVERIFY(lines.at(0).endsWith(u"(365): Heyho someone unmounted something at /media/x"_s));
+        QVERIFY(lines.at(1).endsWith(u"(367): Localized volume name: x"_s));
         QTRY_COMPARE(outline().selectedRow(), -1);
     }
 
     void notifications() {
         FakeBridge bridge;
         delegate().notificationBridge = &bridge;
-        delegate().notifyUsingGrowl(QStringLiteral("lost"));
+        delegate().notifyUsingGrowl(u"lost"_s);
         QVERIFY(bridge.sent.isEmpty());
         appGlobals->setObjectForKey(true, PreferenceKeys::growlIsReady);
         logLines->taken();
-        delegate().notifyUsingGrowl(QStringLiteral("news"));
+        delegate().notifyUsingGrowl(u"news"_s);
         QCOMPARE(bridge.sent,
-                 QStringList({QStringLiteral("Tavlin"), QStringLiteral("news"),
-                              QStringLiteral("GrowlNotificationNameKey"), QStringLiteral("egal, eggad!")}));
+                 QStringList({u"Tavlin"_s, u"news"_s, u"GrowlNotificationNameKey"_s, u"egal, eggad!"_s}));
         QVERIFY(bridge.isPlain);
-        QVERIFY(logLines->taken().at(2).endsWith(
-            QStringLiteral("(482): Growl is up and running -> sending notification.")));
+        QVERIFY(
+            logLines->taken().at(2).endsWith(u"(482): Growl is up and running -> sending notification."_s));
         appGlobals->setObjectForKey(false, PreferenceKeys::growlIsReady);
         delegate().notificationBridge = nullptr;
     }
@@ -300,8 +282,8 @@ class TestAppDelegate : public QObject {
     /// From a folder to its parent's row, and from a top-level place to where another place holds its parent.
     void parentFolder() {
         const QString home = qEnvironmentVariable("HOME");
-        mainInterface->places().revealFolder(home + QStringLiteral("/a/b"));
-        for (const QString& parent : {home + QStringLiteral("/a"), home, testHome->path()}) {
+        mainInterface->places().revealFolder(home + u"/a/b"_s);
+        for (const QString& parent : {home + u"/a"_s, home, testHome->path()}) {
             QTRY_VERIFY(!selectedPath().isEmpty());
             action("GoToParentFolder").trigger();
             QTRY_COMPARE(selectedPath(), parent);
@@ -311,18 +293,18 @@ class TestAppDelegate : public QObject {
     void statusLineTellsCounts() {
         const QString home = qEnvironmentVariable("HOME");
         for (int i = 0; i < 1200; ++i)
-            QVERIFY(QFile(home + QStringLiteral("/many/%1.txt").arg(i)).open(QIODevice::WriteOnly));
-        mainInterface->places().revealFolder(home + QStringLiteral("/many"));
-        const auto* status = window().findChild<QLabel*>(QStringLiteral("_statusLabel"));
-        QTRY_COMPARE(status->text(), QStringLiteral("1,200 items"));
-        QCOMPARE(window().windowTitle(), QStringLiteral("many"));
+            QVERIFY(QFile(home + u"/many/%1.txt"_s.arg(i)).open(QIODevice::WriteOnly));
+        mainInterface->places().revealFolder(home + u"/many"_s);
+        const auto* status = window().findChild<QLabel*>(u"_statusLabel"_s);
+        QTRY_COMPARE(status->text(), u"1,200 items"_s);
+        QCOMPARE(window().windowTitle(), u"many"_s);
         action("SelectAll").trigger();
-        QTRY_COMPARE(status->text(), QStringLiteral("1,200 of 1,200 selected"));
+        QTRY_COMPARE(status->text(), u"1,200 of 1,200 selected"_s);
 
-        QVERIFY(QFile::remove(home + QStringLiteral("/many/0.txt")));
+        QVERIFY(QFile::remove(home + u"/many/0.txt"_s));
         window().grid().setSelectionIndexes({}, false);
         action("Reload").trigger();
-        QTRY_COMPARE(status->text(), QStringLiteral("1,199 items"));
+        QTRY_COMPARE(status->text(), u"1,199 items"_s);
     }
 };
 
@@ -331,7 +313,7 @@ int main(int argc, char** argv) {
     testHome = &home;
     qputenv("LC_ALL", "en_US.UTF-8");
     platform::UserDefaults::standardUserDefaults().setDictionaryForKey({{PreferenceKeys::debugLogging, true}},
-                                                                       QStringLiteral("PreferencesGlobals"));
+                                                                       u"PreferencesGlobals"_s);
     for (const char* name : {"AboutWindow", "PreferencesWindow"})
         platform::InterfaceDescriptions::shared().add(
             QString::fromLatin1(name),

@@ -10,6 +10,8 @@
 
 #include <csignal>
 
+using namespace Qt::StringLiterals;
+
 /// The built program as a process of its own, with no screen.
 class TestProgram : public QObject {
     Q_OBJECT
@@ -24,13 +26,13 @@ class TestProgram : public QObject {
     bool waitFor(QProcess& program, const QByteArray& text) {
         return QTest::qWaitFor([&] { return (_log += program.readAll()).contains(text); }, 20000);
     }
-    /// Starts the program, waits until it loads the folder, and ends it by a signal.
-    void runUntilLoaded(const QStringList& arguments, const QString& folder, int signal = SIGTERM) {
+    /// Starts the program, waits until it loads the folder, and ends it as a session does.
+    void runUntilLoaded(const QStringList& arguments, const QString& folder) {
         QProcess program;
         _log.clear();
         start(program, arguments);
         QVERIFY2(waitFor(program, "Reloading for path: " + folder.toUtf8() + '\n'), _log.constData());
-        ::kill(static_cast<pid_t>(program.processId()), signal);
+        ::kill(static_cast<pid_t>(program.processId()), SIGTERM);
         QVERIFY(program.waitForFinished());
         _log += program.readAll();
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
@@ -41,34 +43,27 @@ class TestProgram : public QObject {
  private Q_SLOTS:
     void initTestCase() {
         platform::UserDefaults::standardUserDefaults().setDictionaryForKey(
-            {{PreferenceKeys::debugLogging, true}}, QStringLiteral("PreferencesGlobals"));
+            {{PreferenceKeys::debugLogging, true}}, u"PreferencesGlobals"_s);
         for (const char* folder : {"one", "two", "Pictures"})
             QVERIFY(QDir(home()).mkpath(QString::fromLatin1(folder)));
     }
 
-    void everySignalSavesOnce_data() {
-        QTest::addColumn<int>("signal");
-        QTest::newRow("SIGTERM") << SIGTERM;
-        QTest::newRow("SIGINT") << SIGINT;
-        QTest::newRow("SIGHUP") << SIGHUP;
-    }
-    void everySignalSavesOnce() {
-        QFETCH(const int, signal);
-        runUntilLoaded({home() + QStringLiteral("/one")}, home() + QStringLiteral("/one"), signal);
+    void theEndOfTheSessionSavesOnce() {
+        runUntilLoaded({home() + u"/one"_s}, home() + u"/one"_s);
         QCOMPARE(_log.count("-[TavlinAppDelegate applicationWillTerminate:] (109): Start"), 1);
         QCOMPARE(_log.count("-[PreferencesDictionary save] (129): "), 1);
         QCOMPARE(_log.count("-[TavlinAppDelegate applicationWillTerminate:] (136): End."), 1);
     }
 
     void folderOfTheLastRunComesBack() {
-        const QString one = home() + QStringLiteral("/one");
-        const QString two = home() + QStringLiteral("/two");
+        const QString one = home() + u"/one"_s;
+        const QString two = home() + u"/two"_s;
         runUntilLoaded({two}, two);
         runUntilLoaded({}, two);
         runUntilLoaded({one}, one);
         QCOMPARE(WindowState::read(WindowState::defaultFilePath()).folder, one);
 
-        const QString absent = home() + QStringLiteral("/absent");
+        const QString absent = home() + u"/absent"_s;
         runUntilLoaded({absent}, one);
         QVERIFY2(_log.contains("tavlin: there is no folder \"" + absent.toUtf8() + '"'), _log.constData());
     }
@@ -79,29 +74,8 @@ class TestProgram : public QObject {
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write("{\"geometry\": \"AdnQywADAAD////wAAAA\", \"splitter\": \"////AAAA\", \"zoom\": 1e300,");
         file.close();
-        runUntilLoaded({}, home() + QStringLiteral("/Pictures"));
-        QCOMPARE(WindowState::read(WindowState::defaultFilePath()).folder,
-                 home() + QStringLiteral("/Pictures"));
-    }
-
-    void answersOnTheCommandLine_data() {
-        QTest::addColumn<QString>("argument");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("help") << QStringLiteral("--help") << 0 << QByteArray("Usage: tavlin");
-        QTest::newRow("version") << QStringLiteral("--version") << 0 << QByteArray("tavlin " TAVLIN_VERSION);
-        QTest::newRow("unknown") << QStringLiteral("--bogus") << 2
-                                 << QByteArray("unknown option \"--bogus\"");
-    }
-    void answersOnTheCommandLine() {
-        QFETCH(const QString, argument);
-        QFETCH(const QByteArray, answer);
-        QProcess program;
-        start(program, {argument});
-        QVERIFY(program.waitForFinished());
-        QTEST(program.exitCode(), "status");
-        const QByteArray output = program.readAll();
-        QVERIFY2(output.contains(answer), output.constData());
+        runUntilLoaded({}, home() + u"/Pictures"_s);
+        QCOMPARE(WindowState::read(WindowState::defaultFilePath()).folder, home() + u"/Pictures"_s);
     }
 };
 

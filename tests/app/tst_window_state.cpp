@@ -10,11 +10,13 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 class TestWindowState : public QObject {
     Q_OBJECT
 
     QTemporaryDir _folder;
-    QString _file = _folder.filePath(QStringLiteral("deep/below/window.json"));
+    QString _file = _folder.filePath(u"deep/below/window.json"_s);
 
     static bool isEmpty(const WindowState& state) {
         return state.geometry.isEmpty() && state.splitter.isEmpty() && state.placesSplitter.isEmpty() &&
@@ -47,7 +49,7 @@ class TestWindowState : public QObject {
     }
     void corruptFilesAreHarmless() {
         QFETCH(const QByteArray, content);
-        QFile file(_folder.filePath(QStringLiteral("corrupt.json")));
+        QFile file(_folder.filePath(u"corrupt.json"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(content);
         file.close();
@@ -56,21 +58,21 @@ class TestWindowState : public QObject {
 
     /// A FIFO must not hold the start, and a folder in the file's place must not break the end.
     void otherThingsInItsPlace() {
-        const QString fifo = _folder.filePath(QStringLiteral("fifo"));
+        const QString fifo = _folder.filePath(u"fifo"_s);
         QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
         QVERIFY(isEmpty(WindowState::read(fifo)));
         QVERIFY(isEmpty(WindowState::read(_folder.path())));
         QVERIFY(!WindowState().write(_folder.path()));
-        QVERIFY(isEmpty(WindowState::read(_folder.filePath(QStringLiteral("absent")))));
+        QVERIFY(isEmpty(WindowState::read(_folder.filePath(u"absent"_s))));
     }
 
     void livesInTheStateFolder() {
         const QString file = WindowState::defaultFilePath();
-        QCOMPARE(file, qEnvironmentVariable("XDG_STATE_HOME") + QStringLiteral("/tavlin/window.json"));
+        QCOMPARE(file, qEnvironmentVariable("XDG_STATE_HOME") + u"/tavlin/window.json"_s);
         const QByteArray former = qgetenv("XDG_STATE_HOME");
         qputenv("XDG_STATE_HOME", "relative");
         QCOMPARE(WindowState::defaultFilePath(),
-                 qEnvironmentVariable("HOME") + QStringLiteral("/.local/state/tavlin/window.json"));
+                 qEnvironmentVariable("HOME") + u"/.local/state/tavlin/window.json"_s);
         qputenv("XDG_STATE_HOME", former);
     }
 };

@@ -8,8 +8,8 @@ InterfaceDescriptions& InterfaceDescriptions::shared() {
     return descriptions;
 }
 
-void InterfaceDescriptions::add(const QString& windowNibName, Factory factory) {
-    _factories.insert(windowNibName, std::move(factory));
+void InterfaceDescriptions::add(const QString& windowNibName, const Factory& factory) {
+    _factories.insert(windowNibName, factory);
 }
 
 std::unique_ptr<WindowController> InterfaceDescriptions::open(const WindowRequest& request) const {

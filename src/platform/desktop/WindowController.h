@@ -43,7 +43,7 @@ class InterfaceDescriptions {
 
     static InterfaceDescriptions& shared();
 
-    void add(const QString& windowNibName, Factory factory);
+    void add(const QString& windowNibName, const Factory& factory);
     bool contains(const QString& windowNibName) const { return _factories.contains(windowNibName); }
     /// Builds and shows the window; null for an unknown name.
     std::unique_ptr<WindowController> open(const WindowRequest& request) const;

@@ -14,6 +14,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void say(const char* text) {
@@ -33,7 +35,7 @@ class TellingWindow : public QWidget {
 class TellingInterface : public platform::MainInterface, public platform::ApplicationDelegate {
  public:
     explicit TellingInterface(const QByteArray& ending) : _ending(ending) {
-        _menu.addMenu(QStringLiteral("File"), QStringLiteral("File"));
+        _menu.addMenu(u"File"_s, u"File"_s);
         say("created");
     }
 
@@ -86,7 +88,7 @@ class TestApplication : public QObject {
 
     static QProcessEnvironment environment(const char* ending) {
         QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
-        result.insert(QStringLiteral("TAVLIN_TEST_ENDING"), QString::fromLatin1(ending));
+        result.insert(u"TAVLIN_TEST_ENDING"_s, QString::fromLatin1(ending));
         return result;
     }
     static void start(QProcess& child, const char* ending, const QStringList& arguments = {}) {
@@ -113,18 +115,17 @@ class TestApplication : public QObject {
         QFETCH(const QByteArray, ending);
         QFETCH(const bool, isClosed);
         QProcess child;
-        start(child, ending.constData(), {QStringLiteral("/some/folder/")});
+        start(child, ending.constData(), {u"/some/folder/"_s});
         QVERIFY(child.waitForFinished());
         QCOMPARE(child.exitStatus(), QProcess::NormalExit);
         QCOMPARE(child.exitCode(), 0);
         QStringList lines = linesOf(child);
-        lines.removeAll(QStringLiteral("will become active"));
-        QStringList expected{QStringLiteral("created"), QStringLiteral("restore state"),
-                             QStringLiteral("awake"), QStringLiteral("did finish launching"),
-                             QStringLiteral("open /some/folder")};
+        lines.removeAll(u"will become active"_s);
+        QStringList expected{u"created"_s, u"restore state"_s, u"awake"_s, u"did finish launching"_s,
+                             u"open /some/folder"_s};
         if (isClosed)
-            expected += QStringLiteral("close event");
-        expected << QStringLiteral("save state") << QStringLiteral("will terminate");
+            expected += u"close event"_s;
+        expected << u"save state"_s << u"will terminate"_s;
         QCOMPARE(lines, expected);
     }
 
@@ -163,11 +164,11 @@ class TestApplication : public QObject {
 
     void aSecondStartRaisesTheFirst() {
         QProcess first;
-        start(first, "signal", {QStringLiteral("/one")});
+        start(first, "signal", {u"/one"_s});
         QByteArray output;
         QTRY_VERIFY((output += first.readAllStandardOutput()).contains("ready"));
         QProcess second;
-        start(second, "terminate", {QStringLiteral("/two")});
+        start(second, "terminate", {u"/two"_s});
         QVERIFY(second.waitForFinished());
         QCOMPARE(second.exitCode(), 0);
         QVERIFY(second.readAllStandardOutput().isEmpty());
@@ -177,7 +178,7 @@ class TestApplication : public QObject {
 
         // What a killed program leaves behind must not make the next start hand over to nobody.
         QProcess third;
-        start(third, "terminate", {QStringLiteral("/three")});
+        start(third, "terminate", {u"/three"_s});
         QVERIFY(third.waitForFinished());
         QVERIFY(third.readAllStandardOutput().contains("open /three\n"));
     }

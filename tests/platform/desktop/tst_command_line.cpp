@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using platform::CommandLine;
 using Request = CommandLine::Request;
 
@@ -50,7 +52,7 @@ class TestCommandLine : public QObject {
         QFETCH(const int, request);
         QFETCH(const QByteArray, path);
         const auto argv = pointers(words);
-        const CommandLine line = CommandLine::parse(argv, QStringLiteral("/now"));
+        const CommandLine line = CommandLine::parse(argv, u"/now"_s);
         QCOMPARE(static_cast<int>(line.request), request);
         QCOMPARE(line.problem.isEmpty(), line.request != Request::misuse);
         QCOMPARE(platform::bytesFromPath(line.path), path);

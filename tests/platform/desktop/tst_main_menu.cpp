@@ -13,6 +13,8 @@
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 using platform::MainMenu;
 using platform::MenuItem;
 
@@ -46,10 +48,10 @@ class TestMainMenu : public QObject {
                 throw std::runtime_error("no answer");
             return item.keyEquivalent() != u",";
         });
-        _menu->addMenu(QStringLiteral("File"), QStringLiteral("&File"));
+        _menu->addMenu(u"File"_s, u"&File"_s);
         add("print", "p");
         add("broken", "!");
-        _menu->addMenu(QStringLiteral("Edit"), QStringLiteral("&Edit"));
+        _menu->addMenu(u"Edit"_s, u"&Edit"_s);
         add("preferences", ",");
         add("selectAll", "a", [this] { return _hasTarget; });
     }
@@ -69,22 +71,20 @@ class TestMainMenu : public QObject {
 
     void everyCommandIsAsked() {
         _menu->validate();
-        QCOMPARE(_asked, QStringList({QStringLiteral("print"), QStringLiteral("broken"),
-                                      QStringLiteral("preferences"), QStringLiteral("selectAll")}));
-        QVERIFY(_menu->action(QStringLiteral("print"))->isEnabled());
-        QVERIFY(!_menu->action(QStringLiteral("preferences"))->isEnabled());
-        QVERIFY2(!_menu->action(QStringLiteral("broken"))->isEnabled(),
-                 "a validator that throws must disable");
+        QCOMPARE(_asked, QStringList({u"print"_s, u"broken"_s, u"preferences"_s, u"selectAll"_s}));
+        QVERIFY(_menu->action(u"print"_s)->isEnabled());
+        QVERIFY(!_menu->action(u"preferences"_s)->isEnabled());
+        QVERIFY2(!_menu->action(u"broken"_s)->isEnabled(), "a validator that throws must disable");
     }
 
     void withoutATargetNobodyIsAsked() {
         _hasTarget = false;
         _menu->validate();
-        QVERIFY(!_asked.contains(QStringLiteral("selectAll")));
-        QVERIFY(!_menu->action(QStringLiteral("selectAll"))->isEnabled());
+        QVERIFY(!_asked.contains(u"selectAll"_s));
+        QVERIFY(!_menu->action(u"selectAll"_s)->isEnabled());
         _hasTarget = true;
         _menu->validate();
-        QVERIFY(_menu->action(QStringLiteral("selectAll"))->isEnabled());
+        QVERIFY(_menu->action(u"selectAll"_s)->isEnabled());
     }
 
     void aMenuAsksForItsOwnBeforeItShows() {
@@ -93,7 +93,7 @@ class TestMainMenu : public QObject {
         window.show();
         QMenu* edit = window.menuBar()->actions().at(1)->menu();
         edit->popup(QPoint(10, 10));
-        QCOMPARE(_asked, QStringList({QStringLiteral("preferences"), QStringLiteral("selectAll")}));
+        QCOMPARE(_asked, QStringList({u"preferences"_s, u"selectAll"_s}));
         edit->close();
     }
 
@@ -127,7 +127,7 @@ class TestMainMenu : public QObject {
             QVERIFY(QTest::qWaitForWindowActive(window));
             QTest::keyClick(window, Qt::Key_P, Qt::ControlModifier);
         }
-        QCOMPARE(_run, QStringList({QStringLiteral("print"), QStringLiteral("print")}));
+        QCOMPARE(_run, QStringList({u"print"_s, u"print"_s}));
         _menu->validate();
         QTest::keyClick(&second, Qt::Key_Comma, Qt::ControlModifier);
         QCOMPARE(_run.size(), 2);
