@@ -15,7 +15,7 @@ namespace decoder {
 
 namespace {
 
-constexpr qsizetype kSearchedBytes = 64 * 1024;
+constexpr qsizetype kSearchedBytes = 1 << 16;
 constexpr int kLargestPreview = 1024;  // pixels of the longer side; cameras write 160 to 640
 constexpr double kShapeTolerance = 0.03;
 constexpr int kDarkestContent = 28;  // mean grey of 255 that a bar stays below, JPEG's ringing included

@@ -10,7 +10,7 @@ namespace decoder {
 namespace {
 
 constexpr int kGzipWindow = 16 + MAX_WBITS;
-constexpr qsizetype kStep = 64 * 1024;
+constexpr qsizetype kStep = 1 << 16;
 
 struct Inflated {
     QByteArray bytes;

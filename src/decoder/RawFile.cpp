@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kMaximumDirectories = 32;
 constexpr std::size_t kMaximumSubDirectories = 16;
-constexpr qsizetype kPreviewHeadBytes = 128 * 1024;  // a preview's own EXIF block stands before its size
+constexpr qsizetype kPreviewHeadBytes = 1 << 17;  // a preview's own EXIF block stands before its size
 
 int longerSide(QSize size) {
     return std::max(size.width(), size.height());
@@ -29,7 +29,7 @@ qint64 area(QSize size) {
 
 TiffFile::Source sourceOf(const InputDevice& device, std::uint64_t base = 0) {
     return [&device, base](std::uint64_t offset, qsizetype bytes) {
-        return device.bytesAt(static_cast<qint64>(base + offset), bytes);
+        return device.bytesAt(qint64(base) + qint64(offset), bytes);
     };
 }
 

@@ -64,7 +64,7 @@ std::optional<TiffFile::Directory> TiffFile::directory(std::uint64_t offset) con
     const auto count = ByteReader(countBytes, _order).u16(0);
     if (!count || *count == 0 || *count > kMaximumEntries)
         return std::nullopt;
-    const QByteArray bytes = _source(offset + 2, qsizetype(*count * kEntryBytes + 4));
+    const QByteArray bytes = _source(offset + 2, qsizetype(*count) * qsizetype(kEntryBytes) + 4);
     const ByteReader reader(bytes, _order);
     Directory result;
     for (std::uint64_t at = 0; at < *count * kEntryBytes; at += kEntryBytes) {
@@ -86,7 +86,7 @@ std::vector<std::uint32_t> TiffFile::numbers(const Entry& entry, std::size_t max
     if (size == 0)
         return values;
     const std::uint64_t count = std::min<std::uint64_t>(entry.count, maximum);
-    const QByteArray bytes = _source(entry.valueOffset, qsizetype(count * size));
+    const QByteArray bytes = _source(entry.valueOffset, qsizetype(count) * qsizetype(size));
     const ByteReader reader(bytes, _order);
     for (std::uint64_t at = 0; at + size <= static_cast<std::uint64_t>(bytes.size()); at += size) {
         if (size == 1)

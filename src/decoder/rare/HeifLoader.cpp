@@ -85,7 +85,7 @@ QColorSpace colorSpaceOf(const heif_image_handle* handle) {
     if (size > 0 && size <= kLargestProfile) {
         QByteArray profile(static_cast<qsizetype>(size), Qt::Uninitialized);
         if (heif_image_handle_get_raw_color_profile(handle, profile.data()).code == heif_error_Ok) {
-            const QColorSpace space = QColorSpace::fromIccProfile(profile);
+            QColorSpace space = QColorSpace::fromIccProfile(profile);
             if (space.isValid())
                 return space;
         }

@@ -31,7 +31,7 @@ using decoder::Role;
 using decoder::Status;
 
 /// A picture of fewer bytes is copied, as a mapping costs the process one of its 65,530.
-constexpr std::uint64_t kSmallestMapping = 64 * 1024;
+constexpr std::uint64_t kSmallestMapping = 1 << 16;
 
 struct Mapping {
     void* address;

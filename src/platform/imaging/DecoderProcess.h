@@ -34,7 +34,8 @@ struct DecodeFailure {
     QString message;  ///< the loader's own words, untrusted plain text
 };
 
-/// A picture: upright, sRGB, in sealed shared memory that lives as long as the image or a copy of it.
+/// A picture: upright, sRGB. A large one stays in sealed shared memory, which lives as long as the image or a
+/// shallow copy of it; writing to the image copies it first.
 struct DecodedPicture {
     QImage image;
     QSize fullSize;  ///< the upright size of the whole picture in pixels
@@ -59,6 +60,10 @@ struct DecodeRequest {
 /// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline
 /// passes, started again when it has died, and a request on which it died is tried once more in a fresh
 /// process. Used by one thread at a time (each worker owns one); cancel() alone may come from another thread.
+/// A decoder dies with the thread that started it; another thread's next request starts a new one.
+///
+/// There are two roles: the common decoder serves the everyday formats, a second one, started when the common
+/// one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
 class DecoderProcess {
  public:
     /// `program`: the path of the tavlin-decoder executable.
@@ -71,7 +76,7 @@ class DecoderProcess {
     DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
     /// Ends a decode() under way with `cancelled`; the process is killed. Any thread.
     void cancel();
-    /// The process id of the decoder, 0 when none runs.
+    /// The process id of the common decoder, 0 when none runs. Any thread.
     int processId() const;
 
  private:
