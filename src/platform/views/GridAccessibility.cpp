@@ -113,8 +113,8 @@ QString GridCellAccessible::text(QAccessible::Text kind) const {
         case QAccessible::Name:
             return _view->_d->model.title(_index);
         case QAccessible::Description:
-            return _view->_d->positionText.arg(locale.toString(qulonglong(_index + 1)),
-                                               locale.toString(qulonglong(_view->_d->model.count())));
+            return _view->_d->positionText.arg(locale.toString(qulonglong{_index} + 1),
+                                               locale.toString(qulonglong{_view->_d->model.count()}));
         default:
             return {};
     }

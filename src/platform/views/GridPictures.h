@@ -78,7 +78,7 @@ class GridPictures {
     int _side = 128;
     qreal _devicePixelRatio = 1;
     int _pixels = 128;
-    QCache<QString, Entry> _entries{64 * 1024};
+    QCache<QString, Entry> _entries{65536};  ///< in units of bytesPerCost
 };
 
 }  // namespace platform

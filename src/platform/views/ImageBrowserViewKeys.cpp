@@ -54,10 +54,12 @@ void ImageBrowserView::keyPressEvent(QKeyEvent* event) {
     const bool isLetter =
         isSearchable(*event) && (d.search.isTyping() || event->text() != QStringLiteral(" "));
     const double zoomStep = d.search.isTyping() ? 0 : Private::zoomStepForKey(*event);
-    event->accept();
     if (event->modifiers().testFlag(Qt::AltModifier)) {
         event->ignore();
-    } else if (const std::optional<GridStep> step = stepForKey(event->key())) {
+        return;
+    }
+    event->accept();
+    if (const std::optional<GridStep> step = stepForKey(event->key())) {
         d.search.stop();
         d.moveByKey(*step, event->modifiers());
     } else if (event->matches(QKeySequence::SelectAll)) {

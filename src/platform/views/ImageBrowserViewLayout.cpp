@@ -170,11 +170,6 @@ void ImageBrowserView::doItemsLayout() {
     _d->relayout();
 }
 
-void ImageBrowserView::resizeEvent(QResizeEvent* event) {
-    QAbstractScrollArea::resizeEvent(event);
-    _d->relayout();
-}
-
 void ImageBrowserView::showEvent(QShowEvent* event) {
     QAbstractItemView::showEvent(event);
     _d->relayout();

@@ -100,9 +100,12 @@ QString ImageBrowserView::Private::toolTip(std::size_t index) {
     const CellPicture picture = pictures.picture(model.path(index));
     if (picture.kind == CellPicture::Kind::broken && !picture.failure.isEmpty())
         return picture.failure;
-    const QString title = model.title(index);
-    const bool isWhole = (cellsStyle & cellsStyleTitled) != 0 && titles.lines(title).join(QString()) == title;
-    return isWhole ? QString() : title;
+    QString title = model.title(index);
+    if ((cellsStyle & cellsStyleTitled) == 0)
+        return title;
+    // Where a line was broken, the blank went.
+    const QString shown = titles.lines(title).join(QString());
+    return QString(shown).remove(u' ') == QString(title).remove(u' ') ? QString() : title;
 }
 
 void ImageBrowserView::Private::updateCell(std::size_t index) {

@@ -135,7 +135,8 @@ class GridSelectionTest : public QObject {
         clock.start();
         for (std::size_t i = 500'000; i < 500'010; ++i)
             QCOMPARE(selection.select(i, Mode::toggle), IndexSet{i});
-        QVERIFY2(clock.elapsed() < 10 * 50, qPrintable(QString::number(clock.elapsed())));
+        // A few milliseconds; the bound leaves room for the sanitizers, not for a square.
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(selection.selectAll().count(), std::size_t(1'000'000 - 50'000 - 10));
         QCOMPARE(selection.indexes().ranges().size(), std::size_t(1));
     }
