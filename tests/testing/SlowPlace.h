@@ -16,15 +16,18 @@ class SlowPlace {
  public:
     explicit SlowPlace(QString below = QStringLiteral("/")) : _below(std::move(below)) {}
     ~SlowPlace() { answer(); }
-    SlowPlace(const SlowPlace&) = delete;
-    SlowPlace& operator=(const SlowPlace&) = delete;
 
     platform::FolderReader::Read read() {
-        return [this](const QString& path, platform::FolderDetail detail,
-                      const platform::LinkStatus& linkStatus) {
-            if (path.startsWith(_below))
-                waitForAnswer(path);
-            return platform::readFolder(path, detail, linkStatus);
+        return [this](const QString& path, const auto&... arguments) {
+            std::unique_lock guard(_lock);
+            if (path.startsWith(_below)) {
+                _visited.append(path);
+                _mostAtOnce = std::max(_mostAtOnce, ++_atOnce);
+                _changed.wait(guard, [this] { return _answers; });
+                --_atOnce;
+            }
+            guard.unlock();
+            return platform::readFolder(path, arguments...);
         };
     }
     void answer() {
@@ -42,14 +45,6 @@ class SlowPlace {
     }
 
  private:
-    void waitForAnswer(const QString& path) {
-        std::unique_lock guard(_lock);
-        _visited.append(path);
-        _mostAtOnce = std::max(_mostAtOnce, ++_atOnce);
-        _changed.wait(guard, [this] { return _answers; });
-        --_atOnce;
-    }
-
     const QString _below;
     std::mutex _lock;  ///< guards all below
     std::condition_variable _changed;
