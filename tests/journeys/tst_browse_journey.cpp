@@ -76,9 +76,14 @@ void BrowseJourney::browsesAFolder() {
     desktop.run(QStringLiteral("xdotool"),
                 {QStringLiteral("windowminimize"), QStringLiteral("--sync"), window});
     makePicture(folder + QStringLiteral("/000 new.jpg"), colourOf(0));
+    // The toolkit takes a tenth of a second to believe that the focus is gone, and nothing tells when it
+    // does.
+    QTest::qWait(500);
     desktop.run(QStringLiteral("xdotool"),
                 {QStringLiteral("windowactivate"), QStringLiteral("--sync"), window});
-    QTRY_VERIFY_WITH_TIMEOUT(cells(bus).contains(QStringLiteral("000 new.jpg")), 15000);
+    QVERIFY(bus.find(QStringLiteral("label"), QStringLiteral("1 of 61 selected")).isValid());
+    desktop.key(QStringLiteral("Home"));
+    QTRY_VERIFY(cells(bus).contains(QStringLiteral("000 new.jpg")));
 
     desktop.key(QStringLiteral("ctrl+q"));
     QCOMPARE(program.waitForEnd(), 0);
