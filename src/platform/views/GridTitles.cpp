@@ -45,7 +45,12 @@ QStringList GridTitles::breakIntoLines(const QString& title) const {
         QTextLine line = layout.createLine();
         line.setLineWidth(_width);
         layout.endLayout();
-        const int length = line.textLength();
+        // An extension is never torn: it goes to the next line whole.
+        constexpr qsizetype longestExtension = 6;
+        const qsizetype dot = rest.lastIndexOf(u'.');
+        const bool tearsExtension =
+            dot > 0 && dot < line.textLength() && rest.size() - dot <= longestExtension;
+        const qsizetype length = tearsExtension ? dot : line.textLength();
         if (length <= 0 || length >= rest.size())
             break;
         lines += rest.left(length).trimmed();

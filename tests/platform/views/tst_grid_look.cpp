@@ -2,6 +2,7 @@
 #include "platform/views/ImageBrowserView.h"
 
 #include "platform/views/GridTestParts.h"
+#include "platform/views/GridTitles.h"
 #include "testing/TestHome.h"
 
 #include <QApplication>
@@ -56,6 +57,24 @@ class GridLookTest : public QObject {
     int wantedPixels() const { return QueueScript::shared().visible.front().pixelSize; }
 
  private Q_SLOTS:
+    void titles_data() {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("lines");
+        QTest::newRow("short") << QStringLiteral("a.jpg") << QStringLiteral("a.jpg");
+        QTest::newRow("words") << QStringLiteral("aaaaa bbbbb.jpg") << QStringLiteral("aaaaa|bbbbb.jpg");
+        QTest::newRow("extension") << QStringLiteral("aaaaaaaaa.jpg") << QStringLiteral("aaaaaaaaa|.jpg");
+        QTest::newRow("long") << QStringLiteral("aaaaa ") + QString(2000, u'b') + QStringLiteral(".jpg")
+                              << QStringLiteral("aaaaa|bbbb\u2026.jpg");
+    }
+    void titles() {
+        QFETCH(QString, title);
+        platform::GridTitles titles;
+        QFont font(QStringLiteral("monospace"));
+        font.setFixedPitch(true);
+        titles.setFormat(font, 9 * QFontMetrics(font).horizontalAdvance(u'a') + 2, 2);
+        QTEST(titles.lines(title).join(u'|'), "lines");
+    }
+
     void init() {
         QueueScript::shared() = {};
         _source.items.clear();

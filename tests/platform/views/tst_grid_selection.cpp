@@ -12,7 +12,6 @@
 using platform::GridSelection;
 using platform::IndexSet;
 using Mode = GridSelection::Mode;
-using BandMode = GridSelection::BandMode;
 
 namespace {
 
@@ -72,16 +71,9 @@ class GridSelectionTest : public QObject {
         const auto row = [](const char* name, const Acts& acts, const QString& selected, int current) {
             QTest::newRow(name) << acts << selected << current;
         };
-        row("one replaces all", {{1, Mode::toggle}, {3, Mode::toggle}, {7, Mode::replace}},
-            QStringLiteral("(7)"), 7);
-        row("toggle in and out", {{1, Mode::replace}, {3, Mode::toggle}, {1, Mode::toggle}},
-            QStringLiteral("(3)"), 1);
-        row("range upwards", {{2, Mode::replace}, {5, Mode::range}}, QStringLiteral("(2-5)"), 5);
         row("range turns round its anchor", {{4, Mode::replace}, {7, Mode::range}, {2, Mode::range}},
             QStringLiteral("(2-4)"), 2);
         row("range without an anchor", {{4, Mode::range}}, QStringLiteral("(4)"), 4);
-        row("added range", {{1, Mode::replace}, {6, Mode::toggle}, {8, Mode::addRange}},
-            QStringLiteral("(1, 6-8)"), 8);
         row("range drops what was picked before", {{1, Mode::replace}, {6, Mode::toggle}, {8, Mode::range}},
             QStringLiteral("(6-8)"), 8);
         row("moving on selects nothing", {{1, Mode::replace}, {4, Mode::moveCurrent}}, QStringLiteral("(1)"),
@@ -101,26 +93,6 @@ class GridSelectionTest : public QObject {
         }
         QTEST(selection.indexes().description(), "selected");
         QTEST(int(selection.current().value()), "current");
-    }
-
-    void bands_data() {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QString>("selected");
-        QTest::newRow("replace") << int(BandMode::replace) << QStringLiteral("(3-5)");
-        QTest::newRow("add") << int(BandMode::add) << QStringLiteral("(1, 3-5, 8)");
-        QTest::newRow("toggle") << int(BandMode::toggle) << QStringLiteral("(1, 3, 5, 8)");
-    }
-    void bands() {
-        QFETCH(int, mode);
-        GridSelection selection;
-        selection.reset(10);
-        selection.setIndexes({1, 4, 8});
-        selection.beginBand(BandMode(mode));
-        selection.setBand({3, 4, 5, 6, 7});  // the band may shrink again
-        selection.setBand({3, 4, 5});
-        QTEST(selection.indexes().description(), "selected");
-        selection.cancelBand();
-        QCOMPARE(selection.indexes(), IndexSet({1, 4, 8}));
     }
 
     // The toolkit's own selection model needs minutes for this.
