@@ -51,6 +51,7 @@ class TestFileBrowserDataSource : public QObject {
     int homeRow() const { return static_cast<int>(platform::mountedVolumes().size()); }
     QStringList paths() const;
 
+    std::unique_ptr<PreferencesDictionary> _store;
     std::unique_ptr<FileBrowserDataSource> _source;
     std::unique_ptr<OutlineView> _outline;
     std::unique_ptr<QAbstractItemModelTester> _tester;
@@ -66,7 +67,8 @@ void TestFileBrowserDataSource::initTestCase() {
 }
 
 void TestFileBrowserDataSource::init() {
-    appGlobals = PreferencesDictionary::dictionary();
+    _store.reset(PreferencesDictionary::dictionary());
+    appGlobals = _store.get();
     FolderReader::shared().setRead(platform::readFolder, 10s);
     _tester.reset();
     _outline.reset();

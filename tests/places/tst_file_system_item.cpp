@@ -63,12 +63,14 @@ class TestFileSystemItem : public QObject {
     }
     void makeFile(const QString& name) const { QVERIFY(QFile(path(name)).open(QFile::WriteOnly)); }
 
+    std::unique_ptr<PreferencesDictionary> _store;
     std::unique_ptr<QTemporaryDir> _folder;
 };
 
 void TestFileSystemItem::init() {
     QLocale::setDefault(QLocale(QLocale::English));
-    appGlobals = PreferencesDictionary::dictionary();
+    _store.reset(PreferencesDictionary::dictionary());
+    appGlobals = _store.get();
     _folder = std::make_unique<QTemporaryDir>();
     FolderReader::shared().setRead(platform::readFolder, 10s);
 }
