@@ -21,7 +21,6 @@
 #include <utility>
 
 using platform::ImageBrowserView;
-using platform::IndexSet;
 using platform::Thumbnail;
 
 namespace {
