@@ -149,7 +149,7 @@ QString FileBrowserDataSource::outlineViewObjectValueForTableColumnByItem(Outlin
     constexpr const char* method = "-[FileBrowserDataSource outlineView:objectValueForTableColumn:byItem:]";
     if (item == nullptr)
         logWithMethodName(method, 194, u"Why???????????", &column, item);
-    const QString text = item == nullptr ? QStringLiteral("/") : fileSystemItem(item)->name();
+    QString text = item == nullptr ? QStringLiteral("/") : fileSystemItem(item)->name();
     logWithMethodName(method, 202, u"Returning text for item: %@", text);
     return text;
 }

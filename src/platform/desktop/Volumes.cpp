@@ -26,7 +26,7 @@ struct UserOptions {
 
 QString unescapedUriText(const QByteArray& escaped) {
     char* plain = g_uri_unescape_string(escaped.constData(), nullptr);
-    const QString text = pathFromBytes(plain == nullptr ? escaped : QByteArray(plain));
+    QString text = pathFromBytes(plain == nullptr ? escaped : QByteArray(plain));
     g_free(plain);
     return text;
 }
@@ -76,7 +76,7 @@ QString labelOfLinkName(const QByteArray& name) {
 
 QByteArray resolvedDevice(const QByteArray& path) {
     char* resolved = path.startsWith("/dev/") ? ::realpath(path.constData(), nullptr) : nullptr;
-    const QByteArray device = resolved == nullptr ? path : QByteArray(resolved);
+    QByteArray device = resolved == nullptr ? path : QByteArray(resolved);
     ::free(resolved);
     return device;
 }

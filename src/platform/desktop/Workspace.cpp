@@ -70,7 +70,7 @@ IconNames contentTypeIcon(const char* contentType) {
 
 IconNames fileNameIcon(const QString& name) {
     char* contentType = g_content_type_guess(bytesFromPath(name).constData(), nullptr, 0, nullptr);
-    const IconNames names = contentTypeIcon(contentType);
+    IconNames names = contentTypeIcon(contentType);
     g_free(contentType);
     return names;
 }
