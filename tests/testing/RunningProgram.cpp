@@ -81,7 +81,8 @@ QList<Reference> references(const QDBusMessage& answer) {
         list >> reference.service >> path;
         list.endStructure();
         reference.path = path.path();
-        result += reference;
+        if (reference.path != u"/org/a11y/atspi/null")
+            result += reference;
     }
     list.endArray();
     return result;
@@ -134,11 +135,11 @@ AccessibleObject describe(const QString& connection, const Reference& reference)
 /// Whether objects of one role can stand below one of another: a search need not go through every row.
 bool canHold(const QString& role, const QString& wanted) {
     if (role == u"tree" || role == u"tree table")
-        return wanted == u"tree item" || wanted == u"table cell";
+        return wanted == u"tree item" || wanted == u"cell";
     if (role == u"list")
         return wanted == u"list item";
     if (role == u"table")
-        return wanted == u"table cell";
+        return wanted == u"cell";
     if (role == u"menu bar" || role == u"menu")
         return wanted == u"menu item" || wanted == u"menu";
     return true;
