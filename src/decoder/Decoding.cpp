@@ -9,6 +9,8 @@
 #include "decoder/Inflate.h"
 #include "decoder/InputDevice.h"
 #include "decoder/LoaderMessages.h"
+#include "decoder/properties/PropertiesModule.h"
+#include "decoder/protocol/PackedProperties.h"
 #include "decoder/rare/RareFormats.h"
 #include "decoder/RawFile.h"
 #include "decoder/ToolkitLoader.h"
@@ -24,20 +26,35 @@ namespace decoder {
 
 namespace {
 
-constexpr qint64 kLargestRareFile = 256 << 20;  // bytes: these formats are read whole
-constexpr qsizetype kLargestSvg = 16 << 20;     // bytes, unpacked
+constexpr qint64 kLargestRareFile = 256 << 20;        // bytes: these formats are read whole
+constexpr qint64 kLargestPropertiesFile = 512 << 20;  // bytes: metadata may stand at a file's end
+constexpr qsizetype kLargestSvg = 16 << 20;           // bytes, unpacked
 
-const RareFormats* rareFormats = nullptr;  // set once by prepare(), in the rare role only
+// Set once by prepare(), each in its own role only.
+const RareFormats* rareFormats = nullptr;
+ReadProperties readProperties = nullptr;
+
+/// A function of a module beside the executable; null where that is impossible.
+template <typename Function>
+Function loadFunction(const char* moduleName, const char* functionName) {
+    const QByteArray path = QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + moduleName;
+    void* module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
+    return module ? reinterpret_cast<Function>(::dlsym(module, functionName)) : nullptr;
+}
 
 bool loadRareFormats() {
-    const QByteArray path = QFile::encodeName(QCoreApplication::applicationDirPath()) + '/' + kRareModule;
-    void* module = ::dlopen(path.constData(), RTLD_NOW | RTLD_LOCAL);
-    const auto function = module ? reinterpret_cast<RareFunction>(::dlsym(module, kRareFunction)) : nullptr;
+    const auto function = loadFunction<RareFunction>(kRareModule, kRareFunction);
     if (!function)
         return false;
     rareFormats = function();
     rareFormats->prepare();
     return true;
+}
+
+bool loadProperties() {
+    const auto function = loadFunction<PropertiesFunction>(kPropertiesModule, kPropertiesFunction);
+    readProperties = function ? function() : nullptr;
+    return readProperties != nullptr;
 }
 
 Result decodeRare(const InputDevice& device, Format format, int pixelSize) {
@@ -114,6 +131,17 @@ Result decodeStoredThumbnail(InputDevice& device) {
     return loadStoredThumbnail(device);
 }
 
+Result decodeProperties(const InputDevice& device) {
+    if (!readProperties)
+        return Failure{Status::otherRole, {}};
+    if (device.size() > kLargestPropertiesFile)
+        return Failure{Status::tooLarge, {}};
+    const auto properties = readProperties(device.head(static_cast<qsizetype>(device.size())));
+    if (!properties)
+        return Failure{Status::notImage, {}};
+    return PackedProperties{packProperties(*properties)};
+}
+
 Result dispatch(const Request& request, InputDevice& device) {
     switch (request.kind) {
         case RequestKind::thumbnail:
@@ -122,6 +150,8 @@ Result dispatch(const Request& request, InputDevice& device) {
             return decodeStoredThumbnail(device);
         case RequestKind::embeddedPreview:
             return embeddedPreview(device);
+        case RequestKind::properties:
+            return decodeProperties(device);
     }
     return Failure{Status::damaged, "unknown request"};
 }
@@ -129,6 +159,8 @@ Result dispatch(const Request& request, InputDevice& device) {
 }  // namespace
 
 bool prepare(Role role) {
+    if (role == Role::properties)
+        return loadProperties();
     loadToolkitFormats();
     return role == Role::common || loadRareFormats();
 }

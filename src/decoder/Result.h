@@ -23,7 +23,12 @@ struct Failure {
     QByteArray message;  ///< UTF-8, cut to the response's room when it is sent
 };
 
-using Result = std::variant<Picture, Failure>;
+/// A picture's metadata, by packProperties().
+struct PackedProperties {
+    QByteArray bytes;
+};
+
+using Result = std::variant<Picture, PackedProperties, Failure>;
 
 /// Above these a picture is refused before any memory is asked for: pixels of a picture that is decoded
 /// whole, in bytes; pixels of one that is decoded at a fraction of its size, in number.

@@ -59,6 +59,19 @@ platform::ScopedFileDescriptor share(const Picture& picture, Response& response)
     return memory;
 }
 
+/// The same for properties.
+platform::ScopedFileDescriptor share(const PackedProperties& properties, Response& response) {
+    const auto size = static_cast<std::size_t>(properties.bytes.size());
+    platform::ScopedFileDescriptor memory(
+        ::memfd_create("tavlin-properties", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!memory.isValid() || !writeAll(memory.get(), properties.bytes.constData(), size) ||
+        !sealMemory(memory.get()))
+        return platform::ScopedFileDescriptor();
+    response.status = Status::properties;
+    response.textBytes = size;
+    return memory;
+}
+
 bool answer(int socket, std::uint64_t id, const Result& result) {
     Response response;
     response.id = id;
@@ -67,6 +80,10 @@ bool answer(int socket, std::uint64_t id, const Result& result) {
         memory = share(*picture, response);
         if (!memory.isValid())
             setFailure(response, Status::tooLarge, "no memory for the picture");
+    } else if (const auto* properties = std::get_if<PackedProperties>(&result)) {
+        memory = share(*properties, response);
+        if (!memory.isValid())
+            setFailure(response, Status::tooLarge, "no memory for the properties");
     } else {
         const auto& failure = std::get<Failure>(result);
         setFailure(response, failure.status, failure.message);

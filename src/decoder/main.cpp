@@ -18,7 +18,7 @@ namespace {
 std::optional<decoder::Role> roleOf(int argc, char** argv) {
     if (argc != 3 || std::string_view(argv[1]) != "--role")
         return std::nullopt;
-    for (const decoder::Role role : {decoder::Role::common, decoder::Role::rare}) {
+    for (const decoder::Role role : {decoder::Role::common, decoder::Role::rare, decoder::Role::properties}) {
         if (std::string_view(argv[2]) == decoder::roleName(role))
             return role;
     }
@@ -27,7 +27,7 @@ std::optional<decoder::Role> roleOf(int argc, char** argv) {
 
 /// Drawings need fonts, and those an application with a display: the one that shows nothing and costs least.
 std::unique_ptr<QCoreApplication> makeApplication(decoder::Role role, int& argc, char** argv) {
-    if (role == decoder::Role::common)
+    if (role != decoder::Role::rare)
         return std::make_unique<QCoreApplication>(argc, argv);
     qputenv("QT_QPA_PLATFORM", "minimal:enable_fonts");
     return std::make_unique<QGuiApplication>(argc, argv);

@@ -30,7 +30,15 @@ std::optional<std::uint32_t> takeNumber(QByteArrayView& bytes) {
 }  // namespace
 
 const char* roleName(Role role) {
-    return role == Role::rare ? "rare" : "common";
+    switch (role) {
+        case Role::common:
+            break;
+        case Role::rare:
+            return "rare";
+        case Role::properties:
+            return "properties";
+    }
+    return "common";
 }
 
 bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id) {

@@ -24,11 +24,16 @@ inline constexpr std::size_t kMaximumTexts = 32;
 inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its text
 
 /// The names of the roles on the command line: `tavlin-decoder --role common`. The common one starts quickly;
-/// the rare one loads the libraries of the rarer formats.
-enum class Role : std::uint16_t { common, rare };
+/// the rare one loads the libraries of the rarer formats; that of properties reads metadata and no pixels.
+enum class Role : std::uint16_t { common, rare, properties };
 const char* roleName(Role role);
 
-enum class RequestKind : std::uint16_t { thumbnail = 1, embeddedPreview = 2, storedThumbnail = 3 };
+enum class RequestKind : std::uint16_t {
+    thumbnail = 1,
+    embeddedPreview = 2,
+    storedThumbnail = 3,
+    properties = 4
+};
 
 enum class Status : std::uint16_t {
     ready = 1,  ///< said once, unasked, with id 0: everything is loaded and requests are served
@@ -37,7 +42,8 @@ enum class Status : std::uint16_t {
     damaged,
     tooLarge,
     noPreview,
-    otherRole,  ///< the format is for the rare role: ask that one
+    otherRole,   ///< the format is for the rare role: ask that one
+    properties,  ///< the memory holds textBytes bytes of packed properties and nothing else
 };
 
 /// 32 bits a pixel, as QImage's formats of these names lay them out.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/DecoderProcess.h"
 
+#include "decoder/protocol/PackedProperties.h"
 #include "decoder/protocol/Protocol.h"
 #include "decoder/protocol/SocketMessage.h"
 #include "platform/imaging/ChildProcess.h"
@@ -11,6 +12,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -53,6 +55,8 @@ decoder::RequestKind protocolKind(DecodeRequest::Kind kind) {
             return decoder::RequestKind::embeddedPreview;
         case DecodeRequest::Kind::storedThumbnail:
             return decoder::RequestKind::storedThumbnail;
+        case DecodeRequest::Kind::properties:
+            return decoder::RequestKind::properties;
         case DecodeRequest::Kind::thumbnail:
             break;
     }
@@ -97,6 +101,18 @@ std::optional<DecodedPicture> pictureOf(const Response& response, int descriptor
     return picture;
 }
 
+/// The properties in sealed shared memory, which is copied; nothing when the answer breaks the protocol.
+std::optional<DecodedProperties> propertiesOf(const Response& response, int descriptor) {
+    if (response.textBytes < 1 || response.textBytes > decoder::kMaximumPackedProperties ||
+        !decoder::isSealedMemory(descriptor, response.textBytes))
+        return std::nullopt;
+    QByteArray bytes(static_cast<qsizetype>(response.textBytes), Qt::Uninitialized);
+    if (::pread(descriptor, bytes.data(), response.textBytes, 0) != bytes.size())
+        return std::nullopt;
+    auto properties = decoder::unpackProperties(bytes);
+    return properties ? std::optional(DecodedProperties{std::move(*properties)}) : std::nullopt;
+}
+
 }  // namespace
 
 struct DecoderProcess::Private {
@@ -117,7 +133,7 @@ struct DecoderProcess::Private {
     explicit Private(QString programPath)
         : program(std::move(programPath)), cancelled(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-    Worker& worker(Role role) { return workers[role == Role::rare ? 1 : 0]; }
+    Worker& worker(Role role) { return workers[static_cast<std::size_t>(role)]; }
     void end(Role role) {
         worker(role) = Worker();
         if (role == Role::common)
@@ -133,7 +149,7 @@ struct DecoderProcess::Private {
 
     const QString program;
     const ScopedFileDescriptor cancelled;  // an event: cancel() was called
-    std::array<Worker, 2> workers;
+    std::array<Worker, 3> workers;         // by role
     std::atomic<int> commonProcessId = 0;
     std::uint64_t lastId = 0;
 };
@@ -229,8 +245,11 @@ DecoderProcess::Private::Outcome DecoderProcess::Private::ask(Role role, const D
 
 DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeRequest& request, Role role) {
     const bool anySize = request.kind != DecodeRequest::Kind::thumbnail;
+    const bool asksProperties = request.kind == DecodeRequest::Kind::properties;
     switch (answer.response.status) {
         case Status::picture:
+            if (asksProperties)
+                break;
             if (auto picture = pictureOf(answer.response, answer.memory.get(),
                                          anySize ? decoder::kMaximumPixelSize : request.pixelSize))
                 return *picture;
@@ -243,6 +262,12 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
             return failure(DecodeError::tooLarge, messageOf(answer.response));
         case Status::noPreview:
             return failure(DecodeError::noPreview, messageOf(answer.response));
+        case Status::properties:
+            if (!asksProperties)
+                break;
+            if (auto properties = propertiesOf(answer.response, answer.memory.get()))
+                return std::move(*properties);
+            break;
         case Status::ready:
         case Status::otherRole:
             break;
@@ -261,11 +286,11 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
     if (request.descriptor < 0 || request.pixelSize < 1 || request.pixelSize > decoder::kMaximumPixelSize)
         return failure(DecodeError::damaged, QStringLiteral("no picture can be asked for like this"));
     _d->takeCancellation();
-    Role role = Role::common;
+    Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
     for (int deaths = 0; deaths < 2;) {
         const auto outcome = _d->ask(role, request, deadline);
         if (const auto* answer = std::get_if<Private::Answer>(&outcome)) {
-            if (answer->response.status != Status::otherRole || role == Role::rare)
+            if (answer->response.status != Status::otherRole || role != Role::common)
                 return _d->result(*answer, request, role);
             role = Role::rare;
             continue;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/PropertyValue.h"
 #include "platform/ScopedFileDescriptor.h"
 
 #include <QByteArray>
@@ -43,7 +44,12 @@ struct DecodedPicture {
         texts;  ///< text chunks of a PNG ("Thumb::MTime", "Thumb::URI"), at most 32 of 4 KiB
 };
 
-using DecodeResult = std::variant<DecodedPicture, DecodeFailure>;
+/// What was asked for with Kind::properties: untrusted, but bounded and without control characters.
+struct DecodedProperties {
+    PropertyDictionary properties;  ///< in the file's order; "{IPTC}" and "{Exif}" are dictionaries in it
+};
+
+using DecodeResult = std::variant<DecodedPicture, DecodedProperties, DecodeFailure>;
 
 /// What is asked of a decoder: a value; the descriptor is borrowed for the length of the call.
 struct DecodeRequest {
@@ -51,6 +57,7 @@ struct DecodeRequest {
         thumbnail,        ///< the whole picture, its longer side at most pixelSize, never enlarged
         embeddedPreview,  ///< the preview inside the file's head (EXIF), at its own size; fast
         storedThumbnail,  ///< a PNG of the thumbnail store with its text chunks, at its own size
+        properties,       ///< the metadata; no pixels
     };
     Kind kind = Kind::thumbnail;
     int descriptor = -1;  ///< of a regular file, open for reading

@@ -88,6 +88,10 @@ void misbehave(const std::string& mode, const Request& request, int file) {
         response.textBytes = ~std::uint64_t(0) - kBytes + 1;
     if (mode == "garbled-texts")
         response.textBytes = 16;
+    if (mode.ends_with("-properties")) {
+        response.status = Status::properties;
+        response.textBytes = mode == "huge-properties" ? std::uint64_t(1) << 40 : kBytes;
+    }
     if (mode == "rude-message") {
         response.status = Status::damaged;
         std::ranges::fill(response.message, '\xff');
@@ -107,7 +111,8 @@ void misbehave(const std::string& mode, const Request& request, int file) {
         const std::size_t bytes = mode == "small-memory"   ? kBytes - 1
                                   : mode == "large-memory" ? kBytes + 1
                                                            : kBytes;
-        auto pixels = memory(bytes + (texts ? 16 : 0), mode != "no-seals" && !texts);
+        auto pixels =
+            memory(bytes + (texts ? 16 : 0), mode != "no-seals" && mode != "unsealed-properties" && !texts);
         if (texts) {
             const std::string garbage(16, '\xff');
             if (::pwrite(pixels.get(), garbage.data(), garbage.size(), kBytes) != 16 ||

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/imaging/DecodeThreads.h"
+
+#include "platform/FileAccess.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patienceAtEnd = 1s;
+
+QString& decoderProgram() {
+    static QString program;
+    return program;
+}
+
+DecodeResult decodeFile(DecoderProcess& process, const QString& path, DecodeRequest request,
+                        std::chrono::milliseconds deadline) {
+    const ScopedFileDescriptor file = openRegularFile(path);
+    if (!file.isValid())
+        return DecodeFailure{DecodeError::damaged, QString::fromLocal8Bit(std::strerror(errno))};
+    request.descriptor = file.get();
+    return process.decode(request, deadline);
+}
+
+}  // namespace
+
+struct DecodeThreads::Job {
+    const QString path;
+    const DecodeRequest request;
+    const std::chrono::milliseconds deadline;
+
+    std::mutex mutex;  ///< guards what follows
+    std::condition_variable answered;
+    QObject* receiver = nullptr;        ///< the task; null once it has been withdrawn
+    DecoderProcess* process = nullptr;  ///< at work on it
+    std::optional<DecodeResult> result;
+
+    Job(QString filePath, const DecodeRequest& asked, std::chrono::milliseconds limit, QObject* task)
+        : path(std::move(filePath)), request(asked), deadline(limit), receiver(task) {}
+
+    void run(DecoderProcess& decoder);
+    void withdraw();
+};
+
+/// Decodes outside the lock, so that a withdrawal never waits for it.
+void DecodeThreads::Job::run(DecoderProcess& decoder) {
+    {
+        const std::scoped_lock lock(mutex);
+        if (!receiver)
+            return;
+        process = &decoder;
+    }
+    DecodeResult answer = decodeFile(decoder, path, request, deadline);
+    const std::scoped_lock lock(mutex);
+    process = nullptr;
+    if (!receiver)
+        return;
+    result = std::move(answer);
+    answered.notify_all();
+    QMetaObject::invokeMethod(
+        receiver, [task = static_cast<DecodeTask*>(receiver)] { Q_EMIT task->finished(); },
+        Qt::QueuedConnection);
+}
+
+void DecodeThreads::Job::withdraw() {
+    const std::scoped_lock lock(mutex);
+    receiver = nullptr;
+    if (process)
+        process->cancel();
+}
+
+/// What the threads share; all guarded by `mutex`.
+struct DecodeThreads::Shared {
+    std::mutex mutex;
+    std::condition_variable work;   ///< there is a job, or the end
+    std::condition_variable ended;  ///< a thread has ended
+    std::deque<std::shared_ptr<Job>> jobs;
+    std::vector<std::shared_ptr<Job>> running;
+    bool isStopping = false;
+    std::vector<std::thread> threads;
+    std::size_t numberEnded = 0;
+
+    void run(const QString& program);
+};
+
+void DecodeThreads::Shared::run(const QString& program) {
+    {
+        DecoderProcess process(program);
+        std::unique_lock lock(mutex);
+        while (true) {
+            work.wait(lock, [this] { return isStopping || !jobs.empty(); });
+            if (isStopping)
+                break;
+            const std::shared_ptr<Job> job = std::move(jobs.front());
+            jobs.pop_front();
+            running.push_back(job);
+            lock.unlock();
+            job->run(process);
+            lock.lock();
+            std::erase(running, job);
+        }
+    }
+    const std::scoped_lock lock(mutex);
+    ++numberEnded;
+    ended.notify_all();
+}
+
+DecodeThreads::DecodeThreads(QString program, std::size_t threads) : _shared(std::make_shared<Shared>()) {
+    for (std::size_t i = 0; i < threads; ++i)
+        _shared->threads.emplace_back([shared = _shared, program] { shared->run(program); });
+}
+
+DecodeThreads::~DecodeThreads() {
+    std::unique_lock lock(_shared->mutex);
+    _shared->isStopping = true;
+    _shared->jobs.clear();
+    for (const auto& job : _shared->running)
+        job->withdraw();
+    _shared->work.notify_all();
+    const bool allEnded = _shared->ended.wait_for(
+        lock, patienceAtEnd, [this] { return _shared->numberEnded == _shared->threads.size(); });
+    std::vector<std::thread> threads = std::move(_shared->threads);
+    lock.unlock();
+    for (std::thread& thread : threads) {
+        if (allEnded)
+            thread.join();
+        else
+            thread.detach();
+    }
+}
+
+DecodeThreads& DecodeThreads::pictures() {
+    static DecodeThreads threads(decoderProgram(), 2);
+    return threads;
+}
+
+DecodeThreads& DecodeThreads::properties() {
+    static DecodeThreads threads(decoderProgram(), 1);
+    return threads;
+}
+
+void DecodeThreads::setDecoderProgram(const QString& program) {
+    decoderProgram() = program;
+}
+
+void DecodeThreads::post(const std::shared_ptr<Job>& job) {
+    const std::scoped_lock lock(_shared->mutex);
+    _shared->jobs.push_back(job);
+    _shared->work.notify_one();
+}
+
+DecodeTask::DecodeTask(DecodeThreads& threads, const QString& path, const DecodeRequest& request,
+                       std::chrono::milliseconds deadline, QObject* parent)
+    : QObject(parent), _job(std::make_shared<DecodeThreads::Job>(path, request, deadline, this)) {
+    threads.post(_job);
+}
+
+DecodeTask::~DecodeTask() {
+    _job->withdraw();
+}
+
+bool DecodeTask::waitFor(std::chrono::milliseconds patience) {
+    std::unique_lock lock(_job->mutex);
+    return _job->answered.wait_for(lock, patience, [this] { return _job->result.has_value(); });
+}
+
+bool DecodeTask::isFinished() const {
+    const std::scoped_lock lock(_job->mutex);
+    return _job->result.has_value();
+}
+
+DecodeResult DecodeTask::takeResult() {
+    const std::scoped_lock lock(_job->mutex);
+    return std::exchange(*_job->result, DecodeFailure{});
+}
+
+}  // namespace platform

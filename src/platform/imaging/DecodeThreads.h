@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/imaging/DecoderProcess.h"
+
+#include <QObject>
+#include <QString>
+
+#include <chrono>
+#include <memory>
+
+namespace platform {
+
+/// A few threads with a decoder each, which serve whoever asks, in the order of asking. Called on the main
+/// thread. The destructor stops the decoders and joins; only a thread that hangs in a system call (a dead
+/// network volume) is left behind after a second, with nothing of ours but its own shared state.
+class DecodeThreads {
+ public:
+    DecodeThreads(QString decoderProgram, std::size_t threads);
+    ~DecodeThreads();
+    DecodeThreads(const DecodeThreads&) = delete;
+    DecodeThreads& operator=(const DecodeThreads&) = delete;
+
+    /// Those that all image windows share: two for pictures, one for properties. Made at first use, after
+    /// setDecoderProgram(); ended at the program's exit.
+    static DecodeThreads& pictures();
+    static DecodeThreads& properties();
+    static void setDecoderProgram(const QString& program);
+
+ private:
+    friend class DecodeTask;
+    struct Job;
+    struct Shared;
+    void post(const std::shared_ptr<Job>& job);
+
+    std::shared_ptr<Shared> _shared;
+};
+
+/// One question to a decoder about the file at a path. The file is opened on the thread that serves it.
+/// Destroying the task withdraws the question: work that has begun on it is cancelled. Main thread only.
+class DecodeTask : public QObject {
+    Q_OBJECT
+
+ public:
+    /// `request`'s descriptor is not used. `deadline` bounds the decoding, counted from its begin.
+    DecodeTask(DecodeThreads& threads, const QString& path, const DecodeRequest& request,
+               std::chrono::milliseconds deadline, QObject* parent = nullptr);
+    ~DecodeTask() override;
+
+    /// Blocks until the answer is there, at most this long; answers whether it is.
+    bool waitFor(std::chrono::milliseconds patience);
+    /// Whether the answer is there.
+    bool isFinished() const;
+    /// The answer, which is thereby handed over; call once, when there is one.
+    DecodeResult takeResult();
+
+ Q_SIGNALS:
+    /// The answer is there. Said once, from the event loop, also when waitFor() has seen it before.
+    void finished();
+
+ private:
+    std::shared_ptr<DecodeThreads::Job> _job;
+};
+
+}  // namespace platform

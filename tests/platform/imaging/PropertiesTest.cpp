@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/protocol/PackedProperties.h"
+#include "platform/imaging/DecodeThreads.h"
+#include "testing/TestHome.h"
+
+#include <QCoreApplication>
+#include <QImage>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace platform;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kPatience = 20s;  // for what must not depend on the machine's speed
+const DecodeRequest kProperties{DecodeRequest::Kind::properties, -1, 1};
+
+QByteArray number(quint32 value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+/// "key = description", or "NSArray key = description" for what is neither text nor number.
+QStringList lines(const PropertyDictionary& properties) {
+    QStringList all;
+    for (const auto& [key, value] : properties) {
+        const QString kind = value.className();
+        if (value.dictionary())
+            all += lines(value.dictionary()->entries);
+        else
+            all += (kind.endsWith(u"Array") ? kind + u' ' : QString()) + key + QStringLiteral(" = ") +
+                   value.description();
+    }
+    return all;
+}
+
+}  // namespace
+
+/// The metadata's way from a file into the program.
+class PropertiesTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void packedPropertiesComeBack();
+    void hostileBytes_data();
+    void hostileBytes();
+    void lyingDecoders_data();
+    void lyingDecoders();
+    void ofRealFiles_data();
+    void ofRealFiles();
+    void withdrawnWhileUnderWay();
+
+ private:
+    QString path(const QString& name) const { return _folder.filePath(name); }
+    QString hostile(const char* mode) const {
+        QFile::link(QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder"),
+                    path(QString::fromLatin1(mode)));
+        return path(QString::fromLatin1(mode));
+    }
+    QTemporaryDir _folder;
+};
+
+void PropertiesTest::packedPropertiesComeBack() {
+    PropertyValue::Array plain{{PropertyValue(100), PropertyValue(0.5)}, PropertyValue::ArrayKind::plain};
+    PropertyDictionary inner{{QStringLiteral("ISO"), plain}};
+    PropertyDictionary whole{{QStringLiteral("ä"), QStringLiteral("a\nb\u202e")},
+                             {QStringLiteral("{Exif}"), PropertyValue::Dictionary{inner}}};
+    const auto back = decoder::unpackProperties(decoder::packProperties(whole));
+    QVERIFY(back);
+    QCOMPARE(lines(*back),
+             QStringList({QStringLiteral("ä = a b "), QStringLiteral("NSArray ISO = (100, 0.5)")}));
+
+    whole.assign(100, {QStringLiteral("long"), QString(100'000, u'x')});
+    const QByteArray bytes = decoder::packProperties(whole);
+    QVERIFY(decoder::unpackProperties(bytes));
+    QVERIFY(quint64(bytes.size()) <= decoder::kMaximumPackedProperties && bytes.size() > 900'000);
+}
+
+void PropertiesTest::hostileBytes_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    const QByteArray key = number(1) + "k";
+    QByteArray deep;
+    for (int i = 0; i < 10'000; ++i)
+        deep += number(1) + key + "d";
+    const auto row = [](const char* name, const QByteArray& bytes) {
+        QTest::newRow(name) << bytes;
+    };
+    row("nothing", {});
+    row("too deep", deep);
+    row("array too deep", number(1) + key + "a" + (number(1) + "a").repeated(10'000));
+    row("more entries than bytes", number(0xffffffff) + key + "i12345678");
+    row("too many values", number(1) + key + "a" + number(20'000) + ("t" + number(0)).repeated(20'000));
+    row("text beyond the end", number(1) + number(0xfffffff0) + "k");
+    row("unknown kind", number(1) + key + "?12345678");
+    row("infinite number", number(1) + key + "f" + QByteArray::fromHex("000000000000f07f"));
+    row("something after", number(0) + "x");
+    row("too long", number(1) + key + "t" + number(2 << 20) + QByteArray(2 << 20, 'x'));
+}
+
+void PropertiesTest::hostileBytes() {
+    QFETCH(QByteArray, bytes);
+    QVERIFY(!decoder::unpackProperties(bytes));
+}
+
+void PropertiesTest::lyingDecoders_data() {
+    QTest::addColumn<DecodeError>("expected");
+    QTest::newRow("right") << DecodeError::badAnswer;  // for a picture, which this is not
+    for (const char* mode : {"garbled-properties", "huge-properties", "unsealed-properties"})
+        QTest::newRow(mode) << DecodeError::badAnswer;
+    QTest::newRow("dies") << DecodeError::crashed;
+    QTest::newRow("hangs") << DecodeError::timedOut;
+}
+
+void PropertiesTest::lyingDecoders() {
+    QFETCH(DecodeError, expected);
+    const QByteArray mode = QTest::currentDataTag();
+    DecodeThreads threads(hostile(mode.constData()), 1);
+    DecodeTask task(threads, QCoreApplication::applicationFilePath(), kProperties,
+                    mode == "hangs" ? 300ms : std::chrono::milliseconds(kPatience));
+    QSignalSpy finished(&task, &DecodeTask::finished);
+    QVERIFY(task.waitFor(kPatience));
+    const DecodeResult result = task.takeResult();
+    QVERIFY(std::holds_alternative<DecodeFailure>(result));
+    QCOMPARE(std::get<DecodeFailure>(result).error, expected);
+    QTRY_COMPARE(finished.count(), 1);
+}
+
+void PropertiesTest::ofRealFiles_data() {
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QStringList>("expected");
+    const auto row = [](const char* name, const char* file, const QStringList& arguments,
+                        const QStringList& expected) {
+        QTest::newRow(name) << QString::fromLatin1(file) << arguments << expected;
+    };
+    const QStringList general{QStringLiteral("PixelWidth = 6"), QStringLiteral("PixelHeight = 4"),
+                              QStringLiteral("ColorModel = RGB"), QStringLiteral("Depth = 8")};
+    row("JPEG", "a.jpg", {}, general + QStringList{QStringLiteral("HasAlpha = 0")});
+    row("PNG with alpha", "a.png", {}, general + QStringList{QStringLiteral("HasAlpha = 1")});
+    row("TIFF", "a.tif", {}, general);
+    row("WebP", "a.webp", {}, {QStringLiteral("PixelWidth = 6"), QStringLiteral("HasAlpha = 1")});
+    row("exposure", "a.jpg",
+        {QStringLiteral("-ExposureTime=1/250"), QStringLiteral("-FNumber=2.8"), QStringLiteral("-ISO=6000"),
+         QStringLiteral("-LensModel=50mm"), QStringLiteral("-LensInfo=24 70 undef undef"),
+         QStringLiteral("-FocalLength=0"), QStringLiteral("-SubjectArea=1 2 3"),
+         QStringLiteral("-Orientation#=6"), QStringLiteral("-UserComment=Grüße"),
+         QStringLiteral("-DateTimeOriginal=2024:02:03 04:05:06")},
+        {QStringLiteral("ExposureTime = 0.004"), QStringLiteral("FNumber = 2.8"),
+         QStringLiteral("NSArray ISOSpeedRatings = (6000)"), QStringLiteral("LensModel = 50mm"),
+         QStringLiteral("NSArray LensSpecification = (24, 70)"), QStringLiteral("FocalLength = 0"),
+         QStringLiteral("NSArray SubjectArea = (1, 2, 3)"), QStringLiteral("Orientation = 6"),
+         QStringLiteral("UserComment = Grüße"), QStringLiteral("DateTimeOriginal = 2024:02:03 04:05:06")});
+    const QStringList captions{QStringLiteral("-IPTC:Caption-Abstract=Schöne Grüße"),
+                               QStringLiteral("-IPTC:Keywords=eins"), QStringLiteral("-IPTC:Keywords=zwei"),
+                               QStringLiteral("-IPTC:City=Köln"),
+                               QStringLiteral("-IPTC:DateCreated=2010:05:01")};
+    const QStringList captionLines{QStringLiteral("Caption/Abstract = Schöne Grüße"),
+                                   QStringLiteral("NSCFArray Keywords = (eins, zwei)"),
+                                   QStringLiteral("City = Köln"), QStringLiteral("DateCreated = 20100501")};
+    row("IPTC in Latin-1", "a.jpg", captions, captionLines);
+    row("IPTC in UTF-8", "a.jpg", captions + QStringList{QStringLiteral("-CodedCharacterSet=UTF8")},
+        captionLines);
+}
+
+void PropertiesTest::ofRealFiles() {
+    QFETCH(QString, file);
+    QFETCH(QStringList, arguments);
+    QFETCH(QStringList, expected);
+    QImage image(6, 4, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    const QString picture = path(QString::number(qHash(QTest::currentDataTag())) + file);
+    QVERIFY(image.save(picture));
+    if (!arguments.isEmpty()) {
+        if (QStandardPaths::findExecutable(QStringLiteral("exiftool")).isEmpty())
+            QSKIP("there is no exiftool to write the metadata");
+        QCOMPARE(QProcess::execute(
+                     QStringLiteral("exiftool"),
+                     QStringList{QStringLiteral("-q"), QStringLiteral("-charset"), QStringLiteral("UTF8")} +
+                         arguments + QStringList{picture}),
+                 0);
+    }
+    DecodeThreads threads(QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder"), 1);
+    DecodeTask task(threads, picture, kProperties, kPatience);
+    QVERIFY(task.waitFor(kPatience));
+    const DecodeResult result = task.takeResult();
+    QVERIFY(std::holds_alternative<DecodedProperties>(result));
+    const QStringList found = lines(std::get<DecodedProperties>(result).properties);
+    for (const QString& line : expected)
+        QVERIFY2(found.contains(line), qPrintable(line + QStringLiteral(" is not in ") + found.join(u'\n')));
+}
+
+/// Neither a decoder that hangs nor a queue behind it keeps anyone.
+void PropertiesTest::withdrawnWhileUnderWay() {
+    DecodeThreads threads(hostile("hangs"), 1);
+    const QString file = QCoreApplication::applicationFilePath();
+    auto task = std::make_unique<DecodeTask>(threads, file, kProperties, kPatience);
+    const DecodeTask next(threads, file, kProperties, kPatience);
+    QVERIFY(!task->waitFor(100ms));
+    QElapsedTimer timer;
+    timer.start();
+    task.reset();
+    QVERIFY(timer.elapsed() < 1000);
+    QVERIFY(!next.isFinished());
+}
+
+TAVLIN_TEST_MAIN(QCoreApplication, PropertiesTest)
+#include "PropertiesTest.moc"
