@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <set>
 
 namespace platform {
 
@@ -198,11 +199,8 @@ TrashResult moveInto(const TrashCan& can, int sourceFolder, const QByteArray& na
                 continue;
             return failure("the information file could not be written");
         }
-        if (renameWithoutReplacing(sourceFolder, name.constData(), can.files.get(), candidate.constData())) {
-            ::fsync(can.files.get());
-            ::fsync(sourceFolder);
+        if (renameWithoutReplacing(sourceFolder, name.constData(), can.files.get(), candidate.constData()))
             return TrashedItem{originalPath, pathFromBytes(can.folder), candidate};
-        }
         const int error = errno;
         ::unlinkat(can.info.get(), infoName.constData(), 0);
         if (error != EEXIST)
@@ -262,6 +260,20 @@ TrashResult moveToTrash(const QString& path) {
     if (isBelow(absolute, can->folder))
         return failure("it is in the trash already", EINVAL);
     return moveInto(*can, source.get(), name, absolute.sliced(can->topFolder.size() + 1), path);
+}
+
+void syncMoves(const std::vector<TrashedItem>& items) {
+    // The targets first: until they are on the disk, the old folders there had better still name the files.
+    std::set<QByteArray> targets;
+    std::set<QByteArray> sources;
+    for (const TrashedItem& item : items) {
+        targets.insert(bytesFromPath(item.trashFolder) + "/files");
+        sources.insert(bytesFromPath(pathByDeletingLastComponent(item.originalPath)));
+    }
+    for (const auto* folders : {&targets, &sources})
+        for (const QByteArray& path : *folders)
+            if (const ScopedFileDescriptor folder(::open(path.constData(), folderFlags)); folder.isValid())
+                ::fsync(folder.get());
 }
 
 std::variant<std::monostate, TrashFailure> restoreFromTrash(const TrashedItem& item) {

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <variant>
+#include <vector>
 
 namespace platform {
 
@@ -33,6 +34,9 @@ using TrashResult = std::variant<TrashedItem, TrashFailure>;
 /// it is removed again if that fails. Nothing is ever copied across devices or deleted: afterwards the item
 /// is in the trash with a right restore path, or it is untouched. Synchronous; any thread.
 TrashResult moveToTrash(const QString& path);
+
+/// Waits until the moves themselves are on the disk: each folder that they touched is synced once.
+void syncMoves(const std::vector<TrashedItem>& items);
 
 /// Moves an item back to where it was, never over an existing file, and removes its information. Answers the
 /// failure, if any; the item is then still in the trash.

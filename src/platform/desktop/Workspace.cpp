@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Workspace.h"
 
+#include "platform/desktop/Recycler.h"
 #include "platform/desktop/StandardFolders.h"
 #include "platform/FolderReader.h"
 #include "platform/MountTable.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 /// Qt wants this outside of every namespace.
 static void initializeFallbackIcons() {
@@ -136,6 +138,7 @@ struct Workspace::Private {
     QHash<QString, QIcon> icons;
     QHash<QString, QString> folderIconNames = specialFolders();
     MountTable mounts;
+    Recycler recycler;
 
     ImageRef image(const IconNames& names);
     bool isMountFolder(const QString& path);
@@ -216,6 +219,22 @@ bool Workspace::openUrl(const QUrl& url) {
     g_app_info_launch_uris_async(program, &addresses, nullptr, nullptr, reportLaunch, nullptr);
     g_object_unref(program);
     return true;
+}
+
+bool Workspace::performFileOperation(FileOperation /*operation*/, const QString& source,
+                                     const QString& /*destination*/, const QStringList& files, int& tag) {
+    const Recycler::Batch batch(_d->recycler);
+    tag = 0;
+    for (const QString& file : files) {
+        const bool isName = !source.isEmpty() && !file.isEmpty() && !file.contains(u'/');
+        const int result = isName ? _d->recycler.recycle(pathByAppending(source, file)) : -EINVAL;
+        tag = result == 0 ? tag : result;
+    }
+    return tag == 0;
+}
+
+Recycler& Workspace::recycler() {
+    return _d->recycler;
 }
 
 }  // namespace platform

@@ -12,6 +12,10 @@
 
 namespace platform {
 
+class Recycler;
+
+enum class FileOperation { recycle };
+
 /// What the caller knows of a file, which then need not be asked.
 enum class FileKind { unknown, folder, notFolder };
 
@@ -35,6 +39,15 @@ class Workspace : public QObject {
     /// Opens an address in the user's program for it; false when there is none. Does not wait for its start;
     /// a start that fails is logged.
     bool openUrl(const QUrl& url);
+
+    /// Does the operation with the files of these names in the folder `source`, at once. Recycling moves each
+    /// to the trash of its own volume, so `destination` is of no use to it. Sets the tag: 0 when all went
+    /// well, else the negative errno value of the last file that failed; such a file is untouched. Answers
+    /// whether all went well.
+    bool performFileOperation(FileOperation operation, const QString& source, const QString& destination,
+                              const QStringList& files, int& tag);
+    /// What performFileOperation() recycles with.
+    Recycler& recycler();
 
  Q_SIGNALS:
     /// A volume came or went, with its mount folder and display name.
