@@ -74,6 +74,7 @@ void ImageBrowserDataSource::startLoad(const QString& path) {
     if (_load != nullptr)
         _load->stop();
     _reloadsAgain = false;
+    _changedWhileLoading.clear();
     auto load = std::make_shared<ImageLoad>(QStringList{path}, _meeting);
     logWithMethodName(name, 107, u"Detaching new thread...");
     const bool isDetached = load->detach();
@@ -102,8 +103,8 @@ void ImageBrowserDataSource::finishLoad(const std::shared_ptr<ImageLoad>& load) 
         return;
     if (load->prepared().merged != nullptr) {
         _prepared = load->prepared();
-        _importedImages = _prepared.imported;
         _shownPath = load->paths().constFirst();
+        _importedImages = withChangesWhileLoading(_prepared.imported, *_shownPath);
         updateDatasource();
     }
     if (_reloadsAgain)

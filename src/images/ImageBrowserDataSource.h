@@ -90,9 +90,16 @@ class ImageBrowserDataSource : public QObject,
     /// Always true.
     bool imageBrowserMoveItemsAtIndexesToIndex(platform::ImageBrowserView& view,
                                                const platform::IndexSet& indexes, std::size_t destination);
+    /// Moves the items' files to the trash, one after the other from the last on, and waits for the disk.
+    /// Those whose files went leave the view at once; what could not be moved stays, in the view as on the
+    /// disk.
     void imageBrowserRemoveItemsAtIndexes(platform::ImageBrowserView& view,
                                           const platform::IndexSet& indexes) override;
     void imageBrowserSelectionDidChange(platform::ImageBrowserView& view) override;
+
+    /// Brings the files of the last removal back, and those that belong to the shown place into the view.
+    void undoRemoval();
+    bool canUndoRemoval() const;
 
     /// Any drag would be copied, and every drop is refused.
     int draggingEntered() override { return 1; }
@@ -106,6 +113,8 @@ class ImageBrowserDataSource : public QObject,
     void loadingChanged(bool isLoading);
     /// While a load runs, about ten times a second.
     void numberFoundChanged(std::size_t numberFound);
+    /// There is more, or less, to undo.
+    void removalsChanged();
     /// The view has been given a new list.
     void itemsChanged();
 
@@ -115,6 +124,10 @@ class ImageBrowserDataSource : public QObject,
     void setLoad(std::shared_ptr<ImageLoad> load);
     void stopLoading();
     void setImages(ImageListRef images);
+    /// Items whose files have just gone, and such as have come, leave and enter the view at once.
+    void showChanges(const ImageList& gone, const ImageList& come);
+    /// A load's items, corrected by what was removed or restored behind its back.
+    ImageListRef withChangesWhileLoading(ImageListRef imported, const QString& place) const;
     void openFolderOfItem(std::size_t index, FileSystemItem* place);
     void openSelectedFiles();
 
@@ -133,6 +146,7 @@ class ImageBrowserDataSource : public QObject,
     std::shared_ptr<ImageLoad> _load;   ///< the load of the place asked for last, null when it is done
     bool _reloadsAgain = false;         ///< a request for that same place waits
     bool _isStopped = false;            ///< the main loop has ended
+    ImageList _changedWhileLoading;     ///< removed or restored since _load began
     std::optional<QString> _shownPath;  ///< the place whose items are shown
     QTimer* _progressTimer;
 };

@@ -77,12 +77,6 @@ bool ImageBrowserDataSource::imageBrowserMoveItemsAtIndexesToIndex(platform::Ima
     return true;
 }
 
-void ImageBrowserDataSource::imageBrowserRemoveItemsAtIndexes(platform::ImageBrowserView&,
-                                                              const platform::IndexSet&) {
-    logWithMethodName("-[ImageBrowserDataSource imageBrowser:removeItemsAtIndexes:]", currentLine(),
-                      u"There is no trash to move the items to, they stay.");
-}
-
 void ImageBrowserDataSource::imageBrowserSelectionDidChange(platform::ImageBrowserView&) {
     logWithMethodName("-[ImageBrowserDataSource imageBrowserSelectionDidChange:]", 43, u"(ignore)");
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 
 namespace {
 
@@ -85,6 +86,16 @@ ImageList mergedImages(const ImageList& shown, const ImageList& imported) {
         if (fates[i] == Fate::isNew)
             merged.push_back(imported[i]);
     return merged;
+}
+
+ImageList imagesWithout(const ImageList& images, const ImageList& others) {
+    PathIndex index(others);
+    for (std::size_t i = 0; i < others.size(); ++i)
+        index.add(i);
+    ImageList result;
+    std::copy_if(images.begin(), images.end(), std::back_inserter(result),
+                 [&](const ImageRef& image) { return index.find(*image) < 0; });
+    return result;
 }
 
 void sortImages(ImageList& images, ImageSortOrder order) {

@@ -14,6 +14,9 @@ ImageSortOrder imageSortOrderSetting();
 /// made with. Linear in both lists. Any thread.
 ImageList mergedImages(const ImageList& shown, const ImageList& imported);
 
+/// The items of `images` that have no equal in `others`, in their order. Linear in both lists. Any thread.
+ImageList imagesWithout(const ImageList& images, const ImageList& others);
+
 /// Sorts the list; equal items keep their order. Any thread.
 void sortImages(ImageList& images, ImageSortOrder order);
 

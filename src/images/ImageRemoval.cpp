@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Removal and its undo: the part of ImageBrowserDataSource that keeps the grid true to the disk in between
+// loads.
+#include "images/ImageBrowserDataSource.h"
+
+#include "images/ImageLoad.h"
+#include "platform/desktop/BusyPointer.h"
+#include "platform/desktop/Recycler.h"
+#include "platform/desktop/StandardFolders.h"
+#include "platform/desktop/UserDefaults.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/PathBytes.h"
+#include "settings/PreferenceKeys.h"
+#include "settings/PreferencesDictionary.h"
+
+#include <cerrno>
+
+namespace {
+
+bool isRecursive() {
+    return platform::boolReading(appGlobals->objectForKey(PreferenceKeys::imageBrowserRecursive));
+}
+
+/// Whether a load of the place would find the item, which is there. A folder below a recursive place is none:
+/// what it holds takes a walk.
+bool belongsTo(const QString& place, const ImageObject& image) {
+    if (image.imageTitle().startsWith(u'.'))
+        return false;
+    const QString folder = image.imageContainingFolderPath();
+    if (folder == place)
+        return !isRecursive() || !platform::isExistingFolder(image.imagePath());
+    const QString prefix = place.endsWith(u'/') ? place : place + u'/';
+    return isRecursive() && folder.startsWith(prefix) && !platform::isExistingFolder(image.imagePath());
+}
+
+/// The list of a place's items without those that are gone, and with those that have come and belong there.
+ImageList changedList(const ImageList& images, const ImageList& gone, const ImageList& come,
+                      const std::optional<QString>& place) {
+    ImageList result = imagesWithout(images, gone);
+    ImageList entering;
+    for (const ImageRef& image : come)
+        if (place && belongsTo(*place, *image))
+            entering.push_back(image);
+    if (!entering.empty()) {
+        entering = imagesWithout(entering, result);
+        result.insert(result.end(), entering.begin(), entering.end());
+        sortImages(result, imageSortOrderSetting());
+    }
+    return result;
+}
+
+}  // namespace
+
+void ImageBrowserDataSource::imageBrowserRemoveItemsAtIndexes(platform::ImageBrowserView&,
+                                                              const platform::IndexSet& indexes) {
+    auto& workspace = platform::Workspace::sharedWorkspace();
+    const platform::BusyPointer busy;
+    const QString trash = platform::pathByAppending(platform::homeFolder(), QStringLiteral(".Trash"));
+    const ImageListRef images = _images;
+    ImageList gone;
+    bool allLeave = false;
+    {
+        const platform::Recycler::Batch batch(workspace.recycler());
+        int tag = 0;
+        indexes.forEachDescending([&](std::size_t index) {
+            const ImageRef& image = images->at(index);
+            workspace.performFileOperation(platform::FileOperation::recycle,
+                                           image->imageContainingFolderPath(), trash, {image->imageTitle()},
+                                           tag);
+            allLeave = allLeave || tag > 0;
+            if (tag == 0 || tag == -ENOENT)
+                gone.push_back(image);
+        });
+    }
+    if (allLeave) {
+        gone.clear();
+        indexes.forEach([&](std::size_t index) { gone.push_back(images->at(index)); });
+    }
+    showChanges(gone, {});
+    Q_EMIT removalsChanged();
+    reloadCurrentlyViewedContents();
+}
+
+bool ImageBrowserDataSource::canUndoRemoval() const {
+    return platform::Workspace::sharedWorkspace().recycler().canUndo();
+}
+
+void ImageBrowserDataSource::undoRemoval() {
+    const platform::BusyPointer busy;
+    ImageList come;
+    bool needsWalk = false;
+    for (const QString& path : platform::Workspace::sharedWorkspace().recycler().undo()) {
+        come.emplace_back(new ImageObject);
+        come.back()->setPath(path);
+        needsWalk = needsWalk || (isRecursive() && platform::isExistingFolder(path));
+    }
+    showChanges({}, come);
+    Q_EMIT removalsChanged();
+    reloadCurrentlyViewedContents();
+    if (needsWalk && !isLoading())
+        reloadWithPath(_shownPath);
+}
+
+void ImageBrowserDataSource::showChanges(const ImageList& gone, const ImageList& come) {
+    if (_load != nullptr) {
+        _changedWhileLoading.insert(_changedWhileLoading.end(), gone.begin(), gone.end());
+        _changedWhileLoading.insert(_changedWhileLoading.end(), come.begin(), come.end());
+    }
+    auto changed = std::make_shared<const ImageList>(changedList(*_images, gone, come, _shownPath));
+    if (*changed == *_images)
+        return;
+    _imageBrowserView->prepareForReload();
+    setImages(std::move(changed));
+    _imageBrowserView->reloadData();
+    Q_EMIT itemsChanged();
+}
+
+ImageListRef ImageBrowserDataSource::withChangesWhileLoading(ImageListRef imported,
+                                                             const QString& place) const {
+    if (_changedWhileLoading.empty())
+        return imported;
+    ImageList gone;
+    ImageList come;
+    for (const ImageRef& image : _changedWhileLoading)
+        (platform::fileStatus(image->imagePath(), platform::FollowLinks::no) ? come : gone).push_back(image);
+    return std::make_shared<const ImageList>(changedList(*imported, gone, come, place));
+}

@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Removal never loses a file, and the grid shows what is on the disk, whatever goes wrong.
+#include "images/ImageBrowserDataSource.h"
+#include "places/FileBrowserDataSource.h"
+#include "platform/FileAccess.h"
+#include "platform/PathBytes.h"
+#include "platform/views/Control.h"
+#include "settings/PreferenceKeys.h"
+#include "settings/PreferencesDictionary.h"
+#include "testing/LogLines.h"
+#include "testing/MountSandbox.h"
+#include "testing/TestHome.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <functional>
+#include <map>
+
+namespace {
+
+using Names = QList<QByteArray>;
+
+struct FixedSlider : platform::Control {
+    float floatValue() const override { return 0.25F; }
+};
+
+/// The two panes wired as in the main window.
+struct Window {
+    FixedSlider slider;
+    platform::OutlineView outline;
+    platform::ImageBrowserView view;
+    FileBrowserDataSource places;
+    ImageBrowserDataSource images;
+
+    Window() {
+        outline.setDataSource(&places);
+        outline.setDelegate(&places);
+        places.setFileBrowserOutlineView(&outline);
+        places.setImageBrowserDataSource(&images);
+        images.setImageBrowserView(&view);
+        images.setImageBrowserSizeSlider(&slider);
+        images.setFileBrowserOutlineView(&outline);
+        images.setFileBrowserDataSource(&places);
+        view.setDataSource(&images);
+        view.setBrowserDelegate(&images);
+        images.awakeFromNib();
+        outline.reloadData();
+    }
+    ~Window() { places.setImageBrowserDataSource(nullptr); }
+
+    void load(const QByteArray& folder) {
+        images.reloadWithPath(platform::pathFromBytes(folder));
+        QTRY_VERIFY(!images.isLoading());
+    }
+    QByteArray pathAt(std::size_t index) const { return platform::bytesFromPath(images.pathAtIndex(index)); }
+    Names shown() const {
+        Names names;
+        for (std::size_t i = 0; i < images.numberOfImages(); ++i)
+            names += pathAt(i).mid(pathAt(i).lastIndexOf('/') + 1);
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    void select(const std::function<bool(const QByteArray& name)>& wanted) {
+        platform::IndexSet indexes;
+        for (std::size_t i = 0; i < images.numberOfImages(); ++i)
+            if (wanted(pathAt(i).mid(pathAt(i).lastIndexOf('/') + 1)))
+                indexes.insert(i);
+        view.setSelectionIndexes(indexes, false);
+    }
+};
+
+Names namesIn(const QByteArray& folder) {
+    Names names;
+    const auto descriptor = platform::openFolder(platform::pathFromBytes(folder));
+    if (descriptor.isValid())
+        platform::visitFolder(descriptor.get(), [&](std::string_view name, platform::EntryKind) {
+            if (!name.starts_with('.') && name != "lost+found")
+                names += QByteArray(name.data(), qsizetype(name.size()));
+            return true;
+        });
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void write(const QByteArray& path, const QByteArray& bytes) {
+    FILE* stream = std::fopen(path.constData(), "wb");
+    QVERIFY2(stream != nullptr, path.constData());
+    std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stream);
+    std::fclose(stream);
+}
+
+QByteArray read(const QByteArray& path) {
+    const auto file = platform::openRegularFile(platform::pathFromBytes(path));
+    QByteArray bytes(1 << 16, '\0');
+    bytes.truncate(qMax<qsizetype>(::read(file.get(), bytes.data(), std::size_t(bytes.size())), 0));
+    return bytes;
+}
+
+/// What is below a folder: each path with a file's bytes, a link's target, or nothing for a folder.
+std::map<QByteArray, QByteArray> snapshot(const QByteArray& folder, const QByteArray& below = {}) {
+    std::map<QByteArray, QByteArray> result;
+    for (const QByteArray& name : namesIn(folder + '/' + below)) {
+        const QByteArray path = below + name;
+        const auto status =
+            platform::fileStatus(platform::pathFromBytes(folder + '/' + path), platform::FollowLinks::no);
+        QByteArray target(4096, '\0');
+        if (status->kind == platform::EntryKind::link)
+            target.truncate(::readlink((folder + '/' + path).constData(), target.data(), 4096));
+        result[path] = status->kind == platform::EntryKind::link ? target : read(folder + '/' + path);
+        if (status->kind == platform::EntryKind::folder)
+            result.merge(snapshot(folder, path + '/'));
+    }
+    return result;
+}
+
+enum class Place { none, firstRow, home };
+
+}  // namespace
+
+class ImageRemovalTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void initTestCase() { appGlobals = PreferencesDictionary::dictionary(); }
+    void init() {
+        _folder = qgetenv("HOME") + "/p" + QByteArray::number(++_number);
+        ::mkdir(_folder.constData(), 0755);
+        appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
+        appGlobals->setObjectForKey(0, PreferenceKeys::imagesBrowserSort);
+    }
+    void cleanup() { MountSandbox::unmount(QFile::decodeName(_folder)); }
+
+    void removesAndRestores_data();
+    void removesAndRestores();
+    void faultsLeaveTheFile_data();
+    void faultsLeaveTheFile();
+    void theNextPictureBecomesCurrent();
+    void undoesWholeBatchesLastFirst();
+    void undoNeverOverwrites();
+    void loadUnderWayKnowsWhatWent();
+    void restoredFilesEnterOnlyTheirPlace();
+
+ private:
+    static QByteArray trashFiles() { return qgetenv("XDG_DATA_HOME") + "/Trash/files"; }
+    QByteArray at(const QByteArray& name) const { return _folder + '/' + name; }
+    void fill(const Names& names) {
+        for (const QByteArray& name : names)
+            write(at(name), "bytes of " + name);
+    }
+    QByteArray _folder;
+    int _number = 0;
+};
+
+void ImageRemovalTest::removesAndRestores_data() {
+    QTest::addColumn<std::function<void(QByteArray)>>("make");
+    QTest::addColumn<Place>("place");
+    using Make = std::function<void(QByteArray)>;
+    const auto file = [](const QByteArray& name) {
+        return Make([name](const QByteArray& folder) { write(folder + "/x" + name, "content"); });
+    };
+    const std::map<const char*, Make> makes{
+        {"a newline in its name", file("a\nPath=forged")},
+        {"a name that is not UTF-8", file("\xff\xe9.jpg")},
+        {"300 files",
+         [](const QByteArray& folder) {
+             for (int i = 0; i < 300; ++i)
+                 write(folder + "/x" + QByteArray::number(i), QByteArray::number(i));
+         }},
+        {"a folder",
+         [](const QByteArray& folder) {
+             ::mkdir((folder + "/x").constData(), 0755);
+             write(folder + "/x/inside", "deep");
+         }},
+        {"a link to a file that stays, and one to nothing",
+         [](const QByteArray& folder) {
+             QCOMPARE(::symlink("stays", (folder + "/x").constData()), 0);
+             QCOMPARE(::symlink("/nowhere", (folder + "/x2").constData()), 0);
+         }},
+        {"another volume", [](const QByteArray& folder) {
+             if (!MountSandbox::problem().isEmpty())
+                 QSKIP(qPrintable(MountSandbox::problem()));
+             QVERIFY(MountSandbox::mountTmpfs(QFile::decodeName(folder)));
+             write(folder + "/stays", "stays");
+             write(folder + "/x", "content");
+         }}};
+    for (const auto& [name, make] : makes)
+        for (const auto& [where, place] :
+             {std::pair("no row", Place::none), {"first row", Place::firstRow}, {"home", Place::home}})
+            QTest::addRow("%s, %s", name, where) << make << place;
+}
+
+void ImageRemovalTest::removesAndRestores() {
+    QFETCH(const std::function<void(QByteArray)>, make);
+    QFETCH(const Place, place);
+    fill({"stays"});
+    make(_folder);
+    const auto before = snapshot(_folder);
+    Window window;
+    if (place != Place::none) {
+        window.outline.selectRow(place == Place::home ? window.outline.numberOfRows() - 2 : 0, false);
+        QTRY_VERIFY(!window.images.isLoading());
+    }
+    window.load(_folder);
+    QCOMPARE(window.shown(), namesIn(_folder));
+    window.select([](const QByteArray& name) { return name.startsWith('x'); });
+
+    window.view.removeSelectedItems();
+    QCOMPARE(namesIn(_folder), Names{"stays"});
+    QCOMPARE(window.shown(), Names{"stays"});
+    QTRY_VERIFY(!window.images.isLoading());
+
+    window.load(_folder);
+    window.images.undoRemoval();
+    QCOMPARE(snapshot(_folder), before);
+    QCOMPARE(window.shown(), namesIn(_folder));
+    QVERIFY(!window.images.canUndoRemoval());
+    QTRY_VERIFY(!window.images.isLoading());
+}
+
+void ImageRemovalTest::faultsLeaveTheFile_data() {
+    QTest::addColumn<std::function<void(QByteArray)>>("fault");
+    QTest::addColumn<Names>("left");
+    using Fault = std::function<void(QByteArray)>;
+    QTest::newRow("read-only volume") << Fault([](const QByteArray& folder) {
+        QVERIFY(MountSandbox::remountReadOnly(QFile::decodeName(folder)));
+    }) << Names{"a", "b", "x1", "x2"};
+    QTest::newRow("another user's folder")
+        << Fault([](const QByteArray&) { QCOMPARE(::seteuid(65534), 0); }) << Names{"a", "b", "x1", "x2"};
+    QTest::newRow("one already gone")
+        << Fault([](const QByteArray& folder) { QCOMPARE(::unlink((folder + "/x1").constData()), 0); })
+        << Names{"a", "b"};
+    QTest::newRow("one that the system keeps") << Fault([](const QByteArray& folder) {
+        QCOMPARE(QProcess::execute(QStringLiteral("chattr"),
+                                   {QStringLiteral("+i"), QFile::decodeName(folder + "/x1")}),
+                 0);
+    }) << Names{"a", "b", "x1"};
+}
+
+void ImageRemovalTest::faultsLeaveTheFile() {
+    if (!MountSandbox::problem().isEmpty())
+        QSKIP(qPrintable(MountSandbox::problem()));
+    QFETCH(const std::function<void(QByteArray)>, fault);
+    QFETCH(const Names, left);
+    QVERIFY(MountSandbox::mountExt4(QFile::decodeName(_folder), 8));
+    fill({"a", "b", "x1", "x2"});
+    Window window;
+    window.load(_folder);
+    window.images.reloadWithPath(std::nullopt);
+    window.select([](const QByteArray& name) { return name.startsWith('x'); });
+    fault(_folder);
+    LogLines log;
+    window.view.removeSelectedItems();
+    QCOMPARE(::seteuid(0), 0);
+
+    QCOMPARE(log.taken().filter(QStringLiteral("was not moved to the trash")).size(),
+             left.contains("x2") ? 2 : 1);
+    QCOMPARE(namesIn(_folder), left);
+    for (const QByteArray& name : left)
+        QCOMPARE(read(at(name)), "bytes of " + name);
+    Names shown = window.shown();
+    shown.removeAll("lost+found");
+    QCOMPARE(shown, left);
+    while (window.images.canUndoRemoval())
+        window.images.undoRemoval();
+}
+
+void ImageRemovalTest::theNextPictureBecomesCurrent() {
+    fill({"a", "b", "c", "d", "e"});
+    Window window;
+    window.load(_folder);
+    window.view.setSelectionIndexes({1, 2}, false);
+    window.view.removeSelectedItems();
+    QCOMPARE(window.shown(), (Names{"a", "d", "e"}));
+    QCOMPARE(window.view.currentIndex().row(), 1);
+    QVERIFY(window.view.selectionIndexes().isEmpty());
+    window.view.setSelectionIndexes({2}, false);
+    const auto* selected = window.images.imageBrowserItemAtIndex(window.view, 2);
+    window.images.undoRemoval();
+    QCOMPARE(window.view.selectionIndexes(), platform::IndexSet{4});
+    QCOMPARE(window.images.imageBrowserItemAtIndex(window.view, 4), selected);
+}
+
+void ImageRemovalTest::undoesWholeBatchesLastFirst() {
+    fill({"a", "b", "c", "d"});
+    Window window;
+    window.load(_folder);
+    for (const Names& batch : {Names{"a", "c"}, Names{"b"}}) {
+        window.select([&](const QByteArray& name) { return batch.contains(name); });
+        window.view.removeSelectedItems();
+    }
+    window.images.undoRemoval();
+    QCOMPARE(window.shown(), (Names{"b", "d"}));
+    window.images.undoRemoval();
+    QCOMPARE(window.shown(), (Names{"a", "b", "c", "d"}));
+    QVERIFY(!window.images.canUndoRemoval());
+}
+
+void ImageRemovalTest::undoNeverOverwrites() {
+    fill({"a", "b"});
+    Window window;
+    window.load(_folder);
+    const Names trashBefore = namesIn(trashFiles());
+    window.view.selectAll();
+    window.view.removeSelectedItems();
+    write(at("a"), "newer");
+    LogLines log;
+    window.images.undoRemoval();
+    QCOMPARE(log.taken().filter(QStringLiteral("stays in the trash")).size(), 1);
+    QCOMPARE(read(at("a")), QByteArray("newer"));
+    QCOMPARE(read(at("b")), QByteArray("bytes of b"));
+    QCOMPARE(window.shown(), Names{"b"});
+    QCOMPARE(namesIn(trashFiles()).size(), trashBefore.size() + 1);
+}
+
+void ImageRemovalTest::loadUnderWayKnowsWhatWent() {
+    fill({"a", "b", "c"});
+    Window window;
+    window.load(_folder);
+    // The load has listed the folder, and waits for its merge.
+    window.images.reloadWithPath(platform::pathFromBytes(_folder));
+    while (window.images.numberFound() < 3)
+        QThread::yieldCurrentThread();
+    window.view.setSelectionIndexes({0}, false);
+    window.view.removeSelectedItems();
+    const QSignalSpy merges(&window.images, &ImageBrowserDataSource::itemsChanged);
+    QTRY_COMPARE(merges.size(), 1);
+    QCOMPARE(window.shown(), (Names{"b", "c"}));
+
+    window.images.reloadWithPath(platform::pathFromBytes(_folder));
+    while (window.images.numberFound() < 2)
+        QThread::yieldCurrentThread();
+    window.images.undoRemoval();
+    QTRY_COMPARE(merges.size(), 3);
+    QCOMPARE(window.shown(), (Names{"a", "b", "c"}));
+}
+
+void ImageRemovalTest::restoredFilesEnterOnlyTheirPlace() {
+    fill({"a"});
+    ::mkdir(at("sub").constData(), 0755);
+    write(at("sub/b"), "b");
+    Window window;
+    const auto removeAllOf = [&](const QByteArray& folder) {
+        window.load(folder);
+        window.view.selectAll();
+        window.view.removeSelectedItems();
+    };
+    removeAllOf(at("sub"));
+    window.load(_folder);
+    window.images.undoRemoval();
+    QCOMPARE(window.shown(), (Names{"a", "sub"}));
+
+    removeAllOf(at("sub"));
+    appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
+    window.load(_folder);
+    window.images.undoRemoval();
+    QCOMPARE(window.shown(), (Names{"a", "b"}));
+
+    // A folder comes back as what it holds.
+    appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
+    removeAllOf(_folder);
+    appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
+    window.images.undoRemoval();
+    QTRY_COMPARE(window.shown(), (Names{"a", "b"}));
+}
+
+int main(int argc, char** argv) {
+    MountSandbox::enter();
+    const TestHome home;
+    QApplication application(argc, argv);
+    ImageRemovalTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_image_removal.moc"
