@@ -11,11 +11,13 @@
     <message id="MainMenuFile"><source></source><translation>&amp;Datei</translation></message>
     <message id="MainMenuGoToParentFolder"><source></source><translation>Zum ü&amp;bergeordneten Ordner</translation></message>
     <message id="MainMenuHelp"><source></source><translation>&amp;Hilfe</translation></message>
+    <message id="MainMenuMoveToTrash"><source></source><translation>In den &amp;Papierkorb verschieben</translation></message>
     <message id="MainMenuOpen"><source></source><translation>Ö&amp;ffnen</translation></message>
     <message id="MainMenuPreferences"><source></source><translation>&amp;Einstellungen…</translation></message>
     <message id="MainMenuQuit"><source></source><translation>&amp;Beenden</translation></message>
     <message id="MainMenuReload"><source></source><translation>&amp;Neu laden</translation></message>
     <message id="MainMenuSelectAll"><source></source><translation>&amp;Alles auswählen</translation></message>
+    <message id="MainMenuUndo"><source></source><translation>&amp;Rückgängig</translation></message>
     <message id="MainMenuView"><source></source><translation>&amp;Ansicht</translation></message>
     <message id="MainMenuZoomIn"><source></source><translation>Ver&amp;größern</translation></message>
     <message id="MainMenuZoomOut"><source></source><translation>Ver&amp;kleinern</translation></message>

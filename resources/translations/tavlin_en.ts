@@ -11,11 +11,13 @@
     <message id="MainMenuFile"><source></source><translation>&amp;File</translation></message>
     <message id="MainMenuGoToParentFolder"><source></source><translation>Go to &amp;Parent Folder</translation></message>
     <message id="MainMenuHelp"><source></source><translation>&amp;Help</translation></message>
+    <message id="MainMenuMoveToTrash"><source></source><translation>Move to &amp;Trash</translation></message>
     <message id="MainMenuOpen"><source></source><translation>&amp;Open</translation></message>
     <message id="MainMenuPreferences"><source></source><translation>&amp;Preferences…</translation></message>
     <message id="MainMenuQuit"><source></source><translation>&amp;Quit</translation></message>
     <message id="MainMenuReload"><source></source><translation>&amp;Reload</translation></message>
     <message id="MainMenuSelectAll"><source></source><translation>Select &amp;All</translation></message>
+    <message id="MainMenuUndo"><source></source><translation>&amp;Undo</translation></message>
     <message id="MainMenuView"><source></source><translation>&amp;View</translation></message>
     <message id="MainMenuZoomIn"><source></source><translation>Zoom &amp;In</translation></message>
     <message id="MainMenuZoomOut"><source></source><translation>Zoom &amp;Out</translation></message>

@@ -13,11 +13,15 @@
 #include "platform/views/OutlineView.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QMenu>
+#include <QMenuBar>
 
 namespace {
 
 constexpr float zoomStep = 0.1F;
+const QString undoName = QStringLiteral("Undo");
+const QString moveToTrashName = QStringLiteral("MoveToTrash");
 
 QString text(const char* key) {
     return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
@@ -34,6 +38,7 @@ void BrowserCommands::fillMenu(platform::MainMenu& menu) {
     addEditMenu(menu);
     addViewMenu(menu);
     addHelpMenu(menu);
+    followTarget(menu);
 }
 
 void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
@@ -48,6 +53,25 @@ void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
 
 void BrowserCommands::addEditMenu(platform::MainMenu& menu) {
     menu.addMenu(QStringLiteral("Edit"), text("MainMenuEdit"));
+    menu.addCommand({.name = undoName,
+                     .text = text("MainMenuUndo"),
+                     .keyEquivalent = QStringLiteral("z"),
+                     .shortcuts = {},
+                     .action = [this] { undoRemoval(); },
+                     .hasTarget =
+                         [this] {
+                             return isMainWindowInFront() && _outlets.images.canUndoRemoval();
+                         }});
+    menu.addSeparator();
+    menu.addCommand({.name = moveToTrashName,
+                     .text = text("MainMenuMoveToTrash"),
+                     .keyEquivalent = {},
+                     .shortcuts = {QKeySequence(Qt::Key_Delete)},
+                     .action = [this] { moveToTrash(); },
+                     .hasTarget =
+                         [this] {
+                             return canMoveToTrash();
+                         }});
     menu.addCommand({.name = QStringLiteral("SelectAll"),
                      .text = text("MainMenuSelectAll"),
                      .keyEquivalent = QStringLiteral("a"),
@@ -119,6 +143,11 @@ void BrowserCommands::showGridMenu(const platform::MainMenu& menu, QPoint global
     open->setEnabled(!_outlets.images.selectedItems().isEmpty());
     connect(open, &QAction::triggered, &_outlets.window.grid(), &platform::ImageBrowserView::openCurrentItem);
     popUp->addSeparator();
+    for (const QString& name : {moveToTrashName, undoName}) {
+        menu.validate(name);
+        popUp->addAction(menu.action(name));
+    }
+    popUp->addSeparator();
     for (const char* name : {"SelectAll", "GoToParentFolder", "Reload"})
         popUp->addAction(menu.action(QString::fromLatin1(name)));
     popUp->popup(globalPosition);
@@ -153,6 +182,34 @@ void BrowserCommands::reloadFolder() {
 
 void BrowserCommands::selectAll() {
     _outlets.window.grid().selectAll();
+}
+
+void BrowserCommands::moveToTrash() {
+    if (canMoveToTrash())
+        _outlets.window.grid().removeSelectedItems();
+}
+
+void BrowserCommands::undoRemoval() {
+    _outlets.images.undoRemoval();
+}
+
+bool BrowserCommands::canMoveToTrash() const {
+    return isMainWindowInFront() && _isGridFocused && !_outlets.images.selectedItems().isEmpty();
+}
+
+void BrowserCommands::followTarget(platform::MainMenu& menu) {
+    const auto validate = [&menu] {
+        menu.validate(moveToTrashName);
+        menu.validate(undoName);
+    };
+    connect(qApp, &QApplication::focusChanged, this, [this, validate](QWidget*, QWidget* now) {
+        if (now == nullptr || qobject_cast<QMenuBar*>(now) != nullptr)
+            return;
+        _isGridFocused = now == &_outlets.window.grid();
+        validate();
+    });
+    connect(&_outlets.window.grid(), &platform::ImageBrowserView::selectionCountChanged, this, validate);
+    connect(&_outlets.images, &ImageBrowserDataSource::removalsChanged, this, validate);
 }
 
 FileSystemItem* BrowserCommands::selectedPlace() const {

@@ -40,16 +40,23 @@ class BrowserCommands : public QObject {
     /// Loads the shown folder anew, whichever row it has.
     void reloadFolder();
     void selectAll();
+    /// Moves the selected items' files to the trash, but only while the grid has the focus: elsewhere the
+    /// same key means something else.
+    void moveToTrash();
+    void undoRemoval();
 
     /// The item of the selected row, or null; asks the outline and writes no log.
     FileSystemItem* selectedPlace() const;
 
  private:
     bool isMainWindowInFront() const;
+    bool canMoveToTrash() const;
+    void followTarget(platform::MainMenu& menu);
     void addFileMenu(platform::MainMenu& menu);
     void addEditMenu(platform::MainMenu& menu);
     void addViewMenu(platform::MainMenu& menu);
     void addHelpMenu(platform::MainMenu& menu);
 
     Outlets _outlets;
+    bool _isGridFocused = false;  ///< or was, before the menu bar took the focus for a while
 };

@@ -47,9 +47,13 @@ void MainMenu::addSeparator() {
     _menus.back()->addSeparator();
 }
 
+std::vector<MainMenu::Entry>::const_iterator MainMenu::find(const QString& name) const {
+    return std::ranges::find_if(_entries,
+                                [&](const Entry& e) { return e.item.action()->objectName() == name; });
+}
+
 QAction* MainMenu::action(const QString& name) const {
-    const auto found =
-        std::ranges::find_if(_entries, [&](const Entry& e) { return e.item.action()->objectName() == name; });
+    const auto found = find(name);
     return found == _entries.end() ? nullptr : found->item.action();
 }
 
@@ -71,6 +75,11 @@ void MainMenu::attachTo(QWidget& window) const {
 void MainMenu::validate() {
     for (const Entry& entry : _entries)
         validateEntry(entry);
+}
+
+void MainMenu::validate(const QString& name) const {
+    if (const auto found = find(name); found != _entries.end())
+        validateEntry(*found);
 }
 
 void MainMenu::validateMenu(const QMenu& menu) const {

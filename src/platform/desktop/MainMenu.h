@@ -56,14 +56,16 @@ class MainMenu : public QObject {
     /// widget with a layout).
     void attachTo(QWidget& window) const;
 
-    /// Asks about every command anew.
+    /// Asks about every command anew, or about one.
     void validate();
+    void validate(const QString& name) const;
 
  private:
     struct Entry {
         MenuItem item;
         std::function<bool()> hasTarget;
     };
+    std::vector<Entry>::const_iterator find(const QString& name) const;
     void validateEntry(const Entry& entry) const;
     void validateMenu(const QMenu& menu) const;
 
