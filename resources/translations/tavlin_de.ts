@@ -4,6 +4,10 @@
 <!-- One message a line, in the order of the keys. -->
 <context>
     <name></name>
+    <message id="AboutWindowCreditsName"><source></source><translation>Mitwirkende</translation></message>
+    <message id="AboutWindowDonateButtonTitle"><source></source><translation>&amp;Spenden…</translation></message>
+    <message id="AboutWindowGoToHomeButtonTitle"><source></source><translation>Zur Home&amp;page</translation></message>
+    <message id="AboutWindowWindowTitle"><source></source><translation>Über Tavlin</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>Das Laufwerk „%@“ ist jetzt da.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>Das Laufwerk „%@“ wurde entfernt.</translation></message>
     <message id="MainMenuAbout"><source></source><translation>Ü&amp;ber Tavlin</translation></message>
@@ -36,5 +40,20 @@
     <message id="MainWindowZoomInName"><source></source><translation>Bilder vergrößern</translation></message>
     <message id="MainWindowZoomName"><source></source><translation>Größe der Bilder</translation></message>
     <message id="MainWindowZoomOutName"><source></source><translation>Bilder verkleinern</translation></message>
+    <message id="PreferencesWindowBoxDeveloper"><source></source><translation>Fehlersuche</translation></message>
+    <message id="PreferencesWindowBoxImageBrowser"><source></source><translation>Bilder</translation></message>
+    <message id="PreferencesWindowBoxPlacesBrowser"><source></source><translation>Orte</translation></message>
+    <message id="PreferencesWindowBoxPrinting"><source></source><translation>Neben dem Bild drucken</translation></message>
+    <message id="PreferencesWindowDebugLoggingButtonTitle"><source></source><translation>Fehler&amp;protokoll schreiben</translation></message>
+    <message id="PreferencesWindowImageBrowserAnimationCheckboxTitle"><source></source><translation>&amp;Veränderungen animieren</translation></message>
+    <message id="PreferencesWindowImageBrowserOptionSortByModificationDateTitle"><source></source><translation>Nach Änderungsda&amp;tum sortieren</translation></message>
+    <message id="PreferencesWindowImageBrowserOptionSortByNameTitle"><source></source><translation>Nach Na&amp;men sortieren</translation></message>
+    <message id="PreferencesWindowImageBrowserRecursiveCheckboxTitle"><source></source><translation>Bilder aus Unterordnern mit an&amp;zeigen</translation></message>
+    <message id="PreferencesWindowPlacesBrowserOptionSortByModificationDateTitle"><source></source><translation>Nach Änderungsdat&amp;um sortieren</translation></message>
+    <message id="PreferencesWindowPlacesBrowserOptionSortByNameTitle"><source></source><translation>Nach &amp;Namen sortieren</translation></message>
+    <message id="PreferencesWindowPrintEXIFMetadataCheckboxTitle"><source></source><translation>E&amp;XIF-Metadaten (bis zum Beenden)</translation></message>
+    <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>Allgemeine An&amp;gaben (bis zum Beenden)</translation></message>
+    <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC-Metadaten</translation></message>
+    <message id="PreferencesWindowTitle"><source></source><translation>Einstellungen</translation></message>
 </context>
 </TS>

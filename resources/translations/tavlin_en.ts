@@ -4,6 +4,10 @@
 <!-- One message a line, in the order of the keys. -->
 <context>
     <name></name>
+    <message id="AboutWindowCreditsName"><source></source><translation>Credits</translation></message>
+    <message id="AboutWindowDonateButtonTitle"><source></source><translation>&amp;Donate…</translation></message>
+    <message id="AboutWindowGoToHomeButtonTitle"><source></source><translation>Visit Our Home &amp;Page</translation></message>
+    <message id="AboutWindowWindowTitle"><source></source><translation>About Tavlin</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>The volume “%@” is there now.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>The volume “%@” was removed.</translation></message>
     <message id="MainMenuAbout"><source></source><translation>&amp;About Tavlin</translation></message>
@@ -36,5 +40,20 @@
     <message id="MainWindowZoomInName"><source></source><translation>Larger pictures</translation></message>
     <message id="MainWindowZoomName"><source></source><translation>Size of the pictures</translation></message>
     <message id="MainWindowZoomOutName"><source></source><translation>Smaller pictures</translation></message>
+    <message id="PreferencesWindowBoxDeveloper"><source></source><translation>Troubleshooting</translation></message>
+    <message id="PreferencesWindowBoxImageBrowser"><source></source><translation>Pictures</translation></message>
+    <message id="PreferencesWindowBoxPlacesBrowser"><source></source><translation>Places</translation></message>
+    <message id="PreferencesWindowBoxPrinting"><source></source><translation>Print beside the picture</translation></message>
+    <message id="PreferencesWindowDebugLoggingButtonTitle"><source></source><translation>Write a debug &amp;log</translation></message>
+    <message id="PreferencesWindowImageBrowserAnimationCheckboxTitle"><source></source><translation>&amp;Animate changes</translation></message>
+    <message id="PreferencesWindowImageBrowserOptionSortByModificationDateTitle"><source></source><translation>Sort by modification da&amp;te</translation></message>
+    <message id="PreferencesWindowImageBrowserOptionSortByNameTitle"><source></source><translation>Sort by na&amp;me</translation></message>
+    <message id="PreferencesWindowImageBrowserRecursiveCheckboxTitle"><source></source><translation>Include pictures in &amp;subfolders</translation></message>
+    <message id="PreferencesWindowPlacesBrowserOptionSortByModificationDateTitle"><source></source><translation>Sort by modification &amp;date</translation></message>
+    <message id="PreferencesWindowPlacesBrowserOptionSortByNameTitle"><source></source><translation>Sort by &amp;name</translation></message>
+    <message id="PreferencesWindowPrintEXIFMetadataCheckboxTitle"><source></source><translation>E&amp;XIF metadata (until Tavlin quits)</translation></message>
+    <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>&amp;General properties (until Tavlin quits)</translation></message>
+    <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC metadata</translation></message>
+    <message id="PreferencesWindowTitle"><source></source><translation>Preferences</translation></message>
 </context>
 </TS>
