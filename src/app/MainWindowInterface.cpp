@@ -12,6 +12,8 @@
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
 #include "platform/views/TableView.h"
+#include "settings/TavlinPreferencesWindowController.h"
+#include "ui/TavlinAboutWindowController.h"
 
 #include <QDir>
 #include <QLoggingCategory>
@@ -35,6 +37,18 @@ QString firstFolder() {
     return mayBeFolder(pictures) ? pictures : QDir::homePath();
 }
 
+/// Names the windows that the menus open, before the menus are made.
+void addInterfaceDescriptions() {
+    using platform::WindowRequest;
+    auto& descriptions = platform::InterfaceDescriptions::shared();
+    descriptions.add(QStringLiteral("PreferencesWindow"), [](const WindowRequest& request) {
+        return std::make_unique<TavlinPreferencesWindowController>(request.windowNibName);
+    });
+    descriptions.add(QStringLiteral("AboutWindow"), [](const WindowRequest& request) {
+        return std::make_unique<TavlinAboutWindowController>(request.windowNibName, request.sender);
+    });
+}
+
 /// Opens a window that belongs to itself alone, and lives until it is closed.
 void openImageWindow(const QString& nibName, ImageBrowserDataSource& sender, const QString& path) {
     auto controller = platform::InterfaceDescriptions::shared().open({nibName, &sender, path});
@@ -50,6 +64,7 @@ void openImageWindow(const QString& nibName, ImageBrowserDataSource& sender, con
 std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
     platform::ThumbnailQueue::setDecoderProgram(platform::Bundle::mainBundle().libexecPath() +
                                                 QStringLiteral("/tavlin-decoder"));
+    addInterfaceDescriptions();
     return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
 }
 

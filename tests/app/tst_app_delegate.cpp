@@ -31,32 +31,6 @@ class ImageWindow : public QWidget {
     Q_OBJECT
 };
 
-/// A controller whose window tells of its closing.
-class FakeController : public platform::WindowController {
-    Q_OBJECT
-
-    class Window : public QWidget {
-     public:
-        explicit Window(FakeController& controller) : _controller(controller) {}
-
-     protected:
-        void closeEvent(QCloseEvent*) override { Q_EMIT _controller.windowWillClose(); }
-
-     private:
-        FakeController& _controller;
-    };
-
- public:
-    explicit FakeController(const platform::WindowRequest& request) : _window(*this) {
-        _window.setObjectName(request.windowNibName);
-        _window.show();
-    }
-    QWidget* window() const override { return &_window; }
-
- private:
-    mutable Window _window;
-};
-
 class FakeBridge : public platform::NotificationBridge {
  public:
     bool isGrowlInstalled() const override { return true; }
@@ -314,11 +288,6 @@ int main(int argc, char** argv) {
     qputenv("LC_ALL", "en_US.UTF-8");
     platform::UserDefaults::standardUserDefaults().setDictionaryForKey({{PreferenceKeys::debugLogging, true}},
                                                                        u"PreferencesGlobals"_s);
-    for (const char* name : {"AboutWindow", "PreferencesWindow"})
-        platform::InterfaceDescriptions::shared().add(
-            QString::fromLatin1(name),
-            [](const platform::WindowRequest& request) { return std::make_unique<FakeController>(request); });
-
     for (const char* folder : {"home/a/b", "home/many"})
         QDir(home.path()).mkpath(QString::fromLatin1(folder));
 
