@@ -15,6 +15,7 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
 using namespace decoder;
 using namespace testPictures;
 
@@ -74,417 +75,391 @@ class DecodingTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase();
-    void formats_data();
-    void formats();
-    void fitting_data();
-    void fitting();
-    void orientations_data();
-    void orientations();
-    void profiles_data();
-    void profiles();
-    void transparency();
-    void hostile_data();
-    void hostile();
-    void manyDamagedBytes_data();
-    void manyDamagedBytes();
-    void previews_data();
-    void previews();
-    void rawFiles_data();
-    void rawFiles();
-    void storedThumbnail();
-    void offsetStays();
-};
-
-void DecodingTest::initTestCase() {
-    collectLoaderMessages();
+    void initTestCase() {
+        collectLoaderMessages();
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    QVERIFY(std::freopen("/dev/null", "w", stderr));  // libraries complain there about the damaged files
+        QVERIFY(std::freopen("/dev/null", "w", stderr));  // libraries complain there about the damaged files
 #endif
-    QVERIFY(prepare(Role::common));
-}
-
-void DecodingTest::formats_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp", "ppm", "gif", "ico"})
-        QTest::newRow(format) << fileOfFormat(format);
-    QTest::newRow("pgm of one row, as text") << QByteArray("P2 # grey\n2 1 255\n0 255\n");
-}
-
-void DecodingTest::formats() {
-    QFETCH(QByteArray, bytes);
-    const QImage image = imageOf(decoded(bytes));
-    QVERIFY(!image.isNull());
-    QVERIFY(image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32_Premultiplied);
-    if (bytes.startsWith("P2"))
-        QCOMPARE(image.pixel(1, 0), qRgb(255, 255, 255));
-    else
-        QCOMPARE(lettersOf(image), "RGBY");
-}
-
-void DecodingTest::fitting_data() {
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<int>("pixelSize");
-    QTest::addColumn<QSize>("expected");
-    QTest::newRow("smaller stays") << QSize(100, 60) << 128 << QSize(100, 60);
-    QTest::newRow("as large stays") << QSize(128, 60) << 128 << QSize(128, 60);
-    QTest::newRow("one pixel more") << QSize(129, 60) << 128 << QSize(128, 60);
-    QTest::newRow("wide") << QSize(1000, 500) << 256 << QSize(256, 128);
-    QTest::newRow("high") << QSize(500, 1000) << 256 << QSize(128, 256);
-    QTest::newRow("a line") << QSize(3000, 1) << 100 << QSize(100, 1);
-    QTest::newRow("to one pixel") << QSize(300, 200) << 1 << QSize(1, 1);
-}
-
-void DecodingTest::fitting() {
-    QFETCH(QSize, size);
-    QFETCH(int, pixelSize);
-    QFETCH(QSize, expected);
-    for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp"}) {
-        const Result result = decoded(written(quadrants(size), format), pixelSize);
-        QCOMPARE(imageOf(result).size(), expected);
-        QCOMPARE(fullSizeOf(result), size);
-        if (expected.height() > 2)
-            QCOMPARE(lettersOf(imageOf(result)), "RGBY");
+        QVERIFY(prepare(Role::common));
     }
-}
 
-void DecodingTest::orientations_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("orientation");
-    for (int orientation = 1; orientation <= 8; ++orientation) {
-        const QByteArray exif = exifBlock(orientation);
-        const auto row = [&](const char* format, const QByteArray& bytes) {
-            QTest::addRow("%s %d", format, orientation) << bytes << orientation;
+    void formats_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp", "ppm", "gif", "ico"})
+            QTest::newRow(format) << fileOfFormat(format);
+        QTest::newRow("pgm of one row, as text") << QByteArray("P2 # grey\n2 1 255\n0 255\n");
+    }
+    void formats() {
+        QFETCH(QByteArray, bytes);
+        const QImage image = imageOf(decoded(bytes));
+        QVERIFY(!image.isNull());
+        QVERIFY(image.format() == QImage::Format_RGB32 ||
+                image.format() == QImage::Format_ARGB32_Premultiplied);
+        if (bytes.startsWith("P2"))
+            QCOMPARE(image.pixel(1, 0), qRgb(255, 255, 255));
+        else
+            QCOMPARE(lettersOf(image), "RGBY");
+    }
+
+    void fitting_data() {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<int>("pixelSize");
+        QTest::addColumn<QSize>("expected");
+        QTest::newRow("smaller stays") << QSize(100, 60) << 128 << QSize(100, 60);
+        QTest::newRow("as large stays") << QSize(128, 60) << 128 << QSize(128, 60);
+        QTest::newRow("one pixel more") << QSize(129, 60) << 128 << QSize(128, 60);
+        QTest::newRow("wide") << QSize(1000, 500) << 256 << QSize(256, 128);
+        QTest::newRow("high") << QSize(500, 1000) << 256 << QSize(128, 256);
+        QTest::newRow("a line") << QSize(3000, 1) << 100 << QSize(100, 1);
+        QTest::newRow("to one pixel") << QSize(300, 200) << 1 << QSize(1, 1);
+    }
+    void fitting() {
+        QFETCH(QSize, size);
+        QFETCH(int, pixelSize);
+        QFETCH(QSize, expected);
+        for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp"}) {
+            const Result result = decoded(written(quadrants(size), format), pixelSize);
+            QCOMPARE(imageOf(result).size(), expected);
+            QCOMPARE(fullSizeOf(result), size);
+            if (expected.height() > 2)
+                QCOMPARE(lettersOf(imageOf(result)), "RGBY");
+        }
+    }
+
+    void orientations_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("orientation");
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            const QByteArray exif = exifBlock(orientation);
+            const auto row = [&](const char* format, const QByteArray& bytes) {
+                QTest::addRow("%s %d", format, orientation) << bytes << orientation;
+            };
+            row("jpeg", withExifInJpeg(written(quadrants(), "jpeg"), exif));
+            row("png", withExifInPng(written(quadrants(), "png"), exif));
+            row("webp", withExifInWebp(written(quadrants(), "webp"), exif));
+            // One strip of pixels behind the directory.
+            const QImage pixels = quadrants().convertToFormat(QImage::Format_RGB888);
+            const std::vector<TiffEntry> entries{{0x100, 3, 64},
+                                                 {0x101, 3, 48},
+                                                 {0x102, 3, 8},
+                                                 {0x106, 3, 2},
+                                                 {0x111, 4, 8 + 2 + 9 * 12 + 4},
+                                                 {0x112, 3, quint32(orientation)},
+                                                 {0x115, 3, 3},
+                                                 {0x116, 3, 48},
+                                                 {0x117, 4, 64 * 48 * 3}};
+            row("tiff",
+                tiffHeader() + tiffDirectory(entries) +
+                    QByteArray(reinterpret_cast<const char*>(pixels.constBits()), pixels.sizeInBytes()));
+        }
+    }
+    void orientations() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, orientation);
+        const Result result = decoded(bytes, 32);
+        QCOMPARE(lettersOf(imageOf(result)), shown(orientation));
+        QCOMPARE(imageOf(result).size(), orientation < 5 ? QSize(32, 24) : QSize(24, 32));
+        QCOMPARE(fullSizeOf(result), orientation < 5 ? QSize(64, 48) : QSize(48, 64));
+    }
+
+    /// The expected values were worked out from the profiles' published primaries and curves.
+    void profiles_data() {
+        QTest::addColumn<QColorSpace>("profile");
+        QTest::addColumn<QColor>("expected");
+        QTest::newRow("none") << QColorSpace() << QColor(180, 120, 90);
+        QTest::newRow("sRGB") << QColorSpace(QColorSpace::SRgb) << QColor(180, 120, 90);
+        QTest::newRow("Adobe RGB") << QColorSpace(QColorSpace::AdobeRgb) << QColor(199, 121, 88);
+        QTest::newRow("Display P3") << QColorSpace(QColorSpace::DisplayP3) << QColor(190, 117, 84);
+        QTest::newRow("linear") << QColorSpace(QColorSpace::SRgbLinear) << QColor(219, 182, 160);
+    }
+    void profiles() {
+        QFETCH(QColorSpace, profile);
+        QFETCH(QColor, expected);
+        QImage image(400, 300, QImage::Format_RGB32);
+        image.fill(QColor(180, 120, 90));
+        image.setColorSpace(profile);
+        for (const char* format : {"png", "jpeg"}) {
+            const QImage result = imageOf(decoded(written(image, format, 100)));
+            QVERIFY(!result.isNull());
+            const QColor found = result.pixelColor(100, 100);
+            const int distance =
+                std::max({std::abs(found.red() - expected.red()), std::abs(found.green() - expected.green()),
+                          std::abs(found.blue() - expected.blue())});
+            QVERIFY2(distance <= 3, qPrintable(u"%1 in %2"_s.arg(found.name(), QString::fromLatin1(format))));
+        }
+    }
+
+    void transparency() {
+        QImage image(300, 300, QImage::Format_ARGB32);
+        image.fill(QColor(200, 100, 50, 128));
+        for (const char* format : {"png", "webp", "tiff"}) {
+            const QImage result = imageOf(decoded(written(image, format, 100), 100));
+            QCOMPARE(result.format(), QImage::Format_ARGB32_Premultiplied);
+            const QRgb pixel = result.pixelColor(50, 50).rgba();
+            QVERIFY(qAbs(qAlpha(pixel) - 128) <= 2 && qAbs(qRed(pixel) - 200) <= 4 &&
+                    qAbs(qBlue(pixel) - 50) <= 4);
+        }
+    }
+
+    void hostile_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<Status>("expected");
+        const auto row = [](const char* name, const QByteArray& bytes, Status status) {
+            QTest::newRow(name) << bytes << status;
         };
-        row("jpeg", withExifInJpeg(written(quadrants(), "jpeg"), exif));
-        row("png", withExifInPng(written(quadrants(), "png"), exif));
-        row("webp", withExifInWebp(written(quadrants(), "webp"), exif));
-        // One strip of pixels behind the directory.
-        const QImage pixels = quadrants().convertToFormat(QImage::Format_RGB888);
-        const std::vector<TiffEntry> entries{{0x100, 3, 64},
-                                             {0x101, 3, 48},
-                                             {0x102, 3, 8},
-                                             {0x106, 3, 2},
-                                             {0x111, 4, 8 + 2 + 9 * 12 + 4},
-                                             {0x112, 3, quint32(orientation)},
-                                             {0x115, 3, 3},
-                                             {0x116, 3, 48},
-                                             {0x117, 4, 64 * 48 * 3}};
-        row("tiff", tiffHeader() + tiffDirectory(entries) +
-                        QByteArray(reinterpret_cast<const char*>(pixels.constBits()), pixels.sizeInBytes()));
+        const QByteArray png = written(quadrants({300, 200}), "png");
+        const QByteArray tiff = written(quadrants(), "tiff");
+        row("nothing", {}, Status::notImage);
+        row("one byte", "\xff", Status::notImage);
+        row("text", "These are no pictures.\n", Status::notImage);
+        row("a web page with a drawing", "<html><body><svg width='9'></svg></body></html>", Status::notImage);
+        row("a mail from BM", "BM wrote that there is no picture here", Status::notImage);
+        row("a program in P6", "P6 is the name of a processor", Status::notImage);
+        row("a sound", QByteArray("RIFF\x24\0\0\0WAVEfmt ", 16), Status::notImage);
+        row("a film",
+            QByteArray("\0\0\0\x18"
+                       "ftypisom\0\0\0\0isomiso2",
+                       24),
+            Status::notImage);
+        row("a packed text",
+            QByteArray::fromHex("1f8b0800000000000203cbcb5748294a2ccfcc4b07000f300f520a000000"),
+            Status::notImage);
+        row("nothing but zeros", QByteArray(5000, '\0'), Status::notImage);
+        row("a drawing is for the other role", "<svg xmlns='http://www.w3.org/2000/svg'/>",
+            Status::otherRole);
+        row("JPEG start only", "\xff\xd8\xff\xe0", Status::damaged);
+        row("PNG signature only", png.left(8), Status::damaged);
+        row("PNG header only", png.left(kPngHeaderBytes), Status::damaged);
+        row("PNG cut in its pixels", png.left(png.size() / 2), Status::damaged);
+        row("PNG chunk of two gigabytes", png.left(kPngHeaderBytes) + big(quint32(0x7ffffff0)) + "iTXt",
+            Status::damaged);
+        row("PNG of no width", pngOfSize(0, 100), Status::damaged);
+        row("PNG of 65535 squared", pngOfSize(65535, 65535), Status::tooLarge);
+        row("PNG of two thousand million squared", pngOfSize(0x7fffffff, 0x7fffffff), Status::tooLarge);
+        row("PNG beyond every size", pngOfSize(0xffffffff, 0xffffffff), Status::tooLarge);
+        row("GIF of 65535 squared",
+            QByteArray::fromHex("474946383961ffffffff800000000000ffffff2c00000000ffffffff00020144003b"),
+            Status::tooLarge);
+        QByteArray jpeg = written(quadrants(), "jpeg");
+        const auto frame = jpeg.indexOf("\xff\xc0");
+        row("JPEG of 65535 squared", jpeg.replace(frame + 5, 4, "\xff\xff\xff\xff"), Status::tooLarge);
+        row("BMP of 30000 squared without pixels",
+            QByteArray("BM") + little(quint32(100)) + little(quint32(0)) + little(quint32(54)) +
+                little(quint32(40)) + little(quint32(30000)) + little(quint32(30000)) + little(quint16(1)) +
+                little(quint16(24)) + QByteArray(50, '\0'),
+            Status::damaged);
+        row("TIFF directory outside", tiffHeader().left(4) + little(quint32(0xfffffff0)), Status::damaged);
+        row("TIFF cut", tiff.left(tiff.size() / 2), Status::damaged);
+        row("raw file without previews", tiffHeader() + tiffDirectory({{0xc612, 1, 0x00000401, 4}}),
+            Status::damaged);
+        row("raw file that names itself as next", tiffHeader() + tiffDirectory({{0xc612, 1, 0x401, 4}}, 8),
+            Status::damaged);
     }
-}
-
-void DecodingTest::orientations() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, orientation);
-    const Result result = decoded(bytes, 32);
-    QCOMPARE(lettersOf(imageOf(result)), shown(orientation));
-    QCOMPARE(imageOf(result).size(), orientation < 5 ? QSize(32, 24) : QSize(24, 32));
-    QCOMPARE(fullSizeOf(result), orientation < 5 ? QSize(64, 48) : QSize(48, 64));
-}
-
-/// The expected values were worked out from the profiles' published primaries and curves.
-void DecodingTest::profiles_data() {
-    QTest::addColumn<QColorSpace>("profile");
-    QTest::addColumn<QColor>("expected");
-    QTest::newRow("none") << QColorSpace() << QColor(180, 120, 90);
-    QTest::newRow("sRGB") << QColorSpace(QColorSpace::SRgb) << QColor(180, 120, 90);
-    QTest::newRow("Adobe RGB") << QColorSpace(QColorSpace::AdobeRgb) << QColor(199, 121, 88);
-    QTest::newRow("Display P3") << QColorSpace(QColorSpace::DisplayP3) << QColor(190, 117, 84);
-    QTest::newRow("linear") << QColorSpace(QColorSpace::SRgbLinear) << QColor(219, 182, 160);
-}
-
-void DecodingTest::profiles() {
-    QFETCH(QColorSpace, profile);
-    QFETCH(QColor, expected);
-    QImage image(400, 300, QImage::Format_RGB32);
-    image.fill(QColor(180, 120, 90));
-    image.setColorSpace(profile);
-    for (const char* format : {"png", "jpeg"}) {
-        const QImage result = imageOf(decoded(written(image, format, 100)));
-        QVERIFY(!result.isNull());
-        const QColor found = result.pixelColor(100, 100);
-        const int distance =
-            std::max({std::abs(found.red() - expected.red()), std::abs(found.green() - expected.green()),
-                      std::abs(found.blue() - expected.blue())});
-        QVERIFY2(distance <= 3,
-                 qPrintable(QStringLiteral("%1 in %2").arg(found.name(), QString::fromLatin1(format))));
+    void hostile() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(Status, expected);
+        QCOMPARE(int(statusOf(decoded(bytes))), int(expected));
     }
-}
 
-void DecodingTest::transparency() {
-    QImage image(300, 300, QImage::Format_ARGB32);
-    image.fill(QColor(200, 100, 50, 128));
-    for (const char* format : {"png", "webp", "tiff"}) {
-        const QImage result = imageOf(decoded(written(image, format, 100), 100));
-        QCOMPARE(result.format(), QImage::Format_ARGB32_Premultiplied);
-        const QRgb pixel = result.pixelColor(50, 50).rgba();
-        QVERIFY(qAbs(qAlpha(pixel) - 128) <= 2 && qAbs(qRed(pixel) - 200) <= 4 &&
-                qAbs(qBlue(pixel) - 50) <= 4);
+    void manyDamagedBytes_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        const QByteArray thumbnail = written(quadrants({32, 24}), "jpeg");
+        QTest::newRow("jpeg") << withExifInJpeg(written(quadrants(), "jpeg"), exifBlock(6, thumbnail));
+        QTest::newRow("png") << withExifInPng(written(quadrants(), "png", 0), exifBlock(3));
+        QTest::newRow("webp") << withExifInWebp(written(quadrants(), "webp"), exifBlock(5));
+        QTest::newRow("tiff") << written(quadrants(), "tiff");
+        QTest::newRow("gif") << fileOfFormat("gif");
+        const quint32 preview = 8 + 2 + 4 * 12 + 4;
+        QTest::newRow("raw") << tiffHeader() +
+                                    tiffDirectory({{0x112, 3, 6},
+                                                   {0x201, 4, preview},
+                                                   {0x202, 4, quint32(thumbnail.size())},
+                                                   {0xc612, 1, 0x401, 4}}) +
+                                    thumbnail;
     }
-}
-
-void DecodingTest::hostile_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<Status>("expected");
-    const auto row = [](const char* name, const QByteArray& bytes, Status status) {
-        QTest::newRow(name) << bytes << status;
-    };
-    const QByteArray png = written(quadrants({300, 200}), "png");
-    const QByteArray tiff = written(quadrants(), "tiff");
-    row("nothing", {}, Status::notImage);
-    row("one byte", "\xff", Status::notImage);
-    row("text", "These are no pictures.\n", Status::notImage);
-    row("a web page with a drawing", "<html><body><svg width='9'></svg></body></html>", Status::notImage);
-    row("a mail from BM", "BM wrote that there is no picture here", Status::notImage);
-    row("a program in P6", "P6 is the name of a processor", Status::notImage);
-    row("a sound", QByteArray("RIFF\x24\0\0\0WAVEfmt ", 16), Status::notImage);
-    row("a film",
-        QByteArray("\0\0\0\x18"
-                   "ftypisom\0\0\0\0isomiso2",
-                   24),
-        Status::notImage);
-    row("a packed text", QByteArray::fromHex("1f8b0800000000000203cbcb5748294a2ccfcc4b07000f300f520a000000"),
-        Status::notImage);
-    row("nothing but zeros", QByteArray(5000, '\0'), Status::notImage);
-    row("a drawing is for the other role", "<svg xmlns='http://www.w3.org/2000/svg'/>", Status::otherRole);
-    row("JPEG start only", "\xff\xd8\xff\xe0", Status::damaged);
-    row("PNG signature only", png.left(8), Status::damaged);
-    row("PNG header only", png.left(kPngHeaderBytes), Status::damaged);
-    row("PNG cut in its pixels", png.left(png.size() / 2), Status::damaged);
-    row("PNG chunk of two gigabytes", png.left(kPngHeaderBytes) + big(quint32(0x7ffffff0)) + "iTXt",
-        Status::damaged);
-    row("PNG of no width", pngOfSize(0, 100), Status::damaged);
-    row("PNG of 65535 squared", pngOfSize(65535, 65535), Status::tooLarge);
-    row("PNG of two thousand million squared", pngOfSize(0x7fffffff, 0x7fffffff), Status::tooLarge);
-    row("PNG beyond every size", pngOfSize(0xffffffff, 0xffffffff), Status::tooLarge);
-    row("GIF of 65535 squared",
-        QByteArray::fromHex("474946383961ffffffff800000000000ffffff2c00000000ffffffff00020144003b"),
-        Status::tooLarge);
-    QByteArray jpeg = written(quadrants(), "jpeg");
-    const auto frame = jpeg.indexOf("\xff\xc0");
-    row("JPEG of 65535 squared", jpeg.replace(frame + 5, 4, "\xff\xff\xff\xff"), Status::tooLarge);
-    row("BMP of 30000 squared without pixels",
-        QByteArray("BM") + little(quint32(100)) + little(quint32(0)) + little(quint32(54)) +
-            little(quint32(40)) + little(quint32(30000)) + little(quint32(30000)) + little(quint16(1)) +
-            little(quint16(24)) + QByteArray(50, '\0'),
-        Status::damaged);
-    row("TIFF directory outside", tiffHeader().left(4) + little(quint32(0xfffffff0)), Status::damaged);
-    row("TIFF cut", tiff.left(tiff.size() / 2), Status::damaged);
-    row("raw file without previews", tiffHeader() + tiffDirectory({{0xc612, 1, 0x00000401, 4}}),
-        Status::damaged);
-    row("raw file that names itself as next", tiffHeader() + tiffDirectory({{0xc612, 1, 0x401, 4}}, 8),
-        Status::damaged);
-}
-
-void DecodingTest::hostile() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(Status, expected);
-    QCOMPARE(int(statusOf(decoded(bytes))), int(expected));
-}
-
-void DecodingTest::manyDamagedBytes_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    const QByteArray thumbnail = written(quadrants({32, 24}), "jpeg");
-    QTest::newRow("jpeg") << withExifInJpeg(written(quadrants(), "jpeg"), exifBlock(6, thumbnail));
-    QTest::newRow("png") << withExifInPng(written(quadrants(), "png", 0), exifBlock(3));
-    QTest::newRow("webp") << withExifInWebp(written(quadrants(), "webp"), exifBlock(5));
-    QTest::newRow("tiff") << written(quadrants(), "tiff");
-    QTest::newRow("gif") << fileOfFormat("gif");
-    const quint32 preview = 8 + 2 + 4 * 12 + 4;
-    QTest::newRow("raw") << tiffHeader() +
-                                tiffDirectory({{0x112, 3, 6},
-                                               {0x201, 4, preview},
-                                               {0x202, 4, quint32(thumbnail.size())},
-                                               {0xc612, 1, 0x401, 4}}) +
-                                thumbnail;
-}
-
-/// Whatever bytes are changed or missing, there is an answer within the bounds (and, with the sanitizers, no
-/// access outside). The seed is fixed, so that a failure comes again.
-void DecodingTest::manyDamagedBytes() {
-    QFETCH(QByteArray, bytes);
-    QRandomGenerator random(20);
-    int pictures = 0;
-    for (int round = 0; round < 150; ++round) {
-        QByteArray damaged = bytes;
-        const int changes = random.bounded(1, 6);
-        for (int i = 0; i < changes; ++i)
-            damaged[random.bounded(int(damaged.size()))] = char(random.bounded(256));
-        if (round % 5 == 0)
-            damaged.truncate(random.bounded(int(damaged.size())));
-        if (bytes.startsWith("\x89PNG"))
-            damaged = withRightSums(damaged);
-        for (const RequestKind kind : {RequestKind::thumbnail, RequestKind::embeddedPreview}) {
-            const Result result = decoded(damaged, 40, kind);
-            const QImage image = imageOf(result);
-            pictures += image.isNull() ? 0 : 1;
-            QVERIFY(image.width() <= (kind == RequestKind::thumbnail ? 40 : 1024));
-            QVERIFY(statusOf(result) != Status::ready);
+    /// Whatever bytes are changed or missing, there is an answer within the bounds (and, with the sanitizers,
+    /// no access outside). The seed is fixed, so that a failure comes again.
+    void manyDamagedBytes() {
+        QFETCH(QByteArray, bytes);
+        QRandomGenerator random(20);
+        int pictures = 0;
+        for (int round = 0; round < 150; ++round) {
+            QByteArray damaged = bytes;
+            const int changes = random.bounded(1, 6);
+            for (int i = 0; i < changes; ++i)
+                damaged[random.bounded(int(damaged.size()))] = char(random.bounded(256));
+            if (round % 5 == 0)
+                damaged.truncate(random.bounded(int(damaged.size())));
+            if (bytes.startsWith("\x89PNG"))
+                damaged = withRightSums(damaged);
+            for (const RequestKind kind : {RequestKind::thumbnail, RequestKind::embeddedPreview}) {
+                const Result result = decoded(damaged, 40, kind);
+                const QImage image = imageOf(result);
+                pictures += image.isNull() ? 0 : 1;
+                QVERIFY(image.width() <= (kind == RequestKind::thumbnail ? 40 : 1024));
+                QVERIFY(statusOf(result) != Status::ready);
+            }
         }
+        QVERIFY2(pictures > 0, "the damage was too great to be a test");
     }
-    QVERIFY2(pictures > 0, "the damage was too great to be a test");
-}
 
-void DecodingTest::previews_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QSize>("expected");  // invalid: no preview
-    QTest::addColumn<QByteArray>("letters");
-    const auto jpegWith = [](QSize size, const QByteArray& block) {
-        return withExifInJpeg(written(quadrants(size), "jpeg"), block);
-    };
-    const auto thumbnail = [](QSize size) {
-        return written(quadrants(size), "jpeg");
-    };
-    /// 160 × 120 with the picture between bars of this colour.
-    const auto letterboxed = [](QSize content, QColor bars) {
-        QImage image(160, 120, QImage::Format_RGB32);
-        image.fill(bars);
-        const QImage inner = quadrants(content);
-        for (int y = 0; y < content.height(); ++y) {
-            for (int x = 0; x < content.width(); ++x)
-                image.setPixel(x + (160 - content.width()) / 2, y + (120 - content.height()) / 2,
-                               inner.pixel(x, y));
-        }
-        return written(image, "jpeg");
-    };
-    QTest::newRow("as it is") << jpegWith({800, 600}, exifBlock(1, thumbnail({160, 120}))) << QSize(160, 120)
-                              << QByteArray("RGBY");
-    QTest::newRow("turned") << jpegWith({800, 600}, exifBlock(6, thumbnail({160, 120}))) << QSize(120, 160)
-                            << QByteArray("BRYG");
-    QTest::newRow("bars above and below")
-        << jpegWith({900, 600}, exifBlock(1, letterboxed({160, 106}, Qt::black))) << QSize(160, 106)
-        << QByteArray("RGBY");
-    QTest::newRow("bars beside, turned")
-        << jpegWith({600, 600}, exifBlock(8, letterboxed({120, 120}, Qt::black))) << QSize(120, 120)
-        << QByteArray("GYRB");
-    QTest::newRow("white bars are another picture's")
-        << jpegWith({900, 600}, exifBlock(1, letterboxed({160, 106}, Qt::white))) << QSize() << QByteArray();
-    QTest::newRow("another shape") << jpegWith({600, 800}, exifBlock(1, thumbnail({160, 120}))) << QSize()
-                                   << QByteArray();
-    QTest::newRow("none") << jpegWith({800, 600}, exifBlock(1)) << QSize() << QByteArray();
-    QTest::newRow("no EXIF") << written(quadrants(), "jpeg") << QSize() << QByteArray();
-    QTest::newRow("a thumbnail that is none")
-        << jpegWith({800, 600}, exifBlock(1, QByteArray(500, 'x'))) << QSize() << QByteArray();
-    QTest::newRow("too large to be one")
-        << jpegWith({1600, 1200}, exifBlock(1, written(quadrants({1200, 900}), "jpeg", 30))) << QSize()
-        << QByteArray();
-    QTest::newRow("not a JPEG") << written(quadrants(), "png") << QSize() << QByteArray();
-}
+    void previews_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QSize>("expected");  // invalid: no preview
+        QTest::addColumn<QByteArray>("letters");
+        const auto jpegWith = [](QSize size, const QByteArray& block) {
+            return withExifInJpeg(written(quadrants(size), "jpeg"), block);
+        };
+        const auto thumbnail = [](QSize size) {
+            return written(quadrants(size), "jpeg");
+        };
+        /// 160 × 120 with the picture between bars of this colour.
+        const auto letterboxed = [](QSize content, QColor bars) {
+            QImage image(160, 120, QImage::Format_RGB32);
+            image.fill(bars);
+            const QImage inner = quadrants(content);
+            for (int y = 0; y < content.height(); ++y) {
+                for (int x = 0; x < content.width(); ++x)
+                    image.setPixel(x + (160 - content.width()) / 2, y + (120 - content.height()) / 2,
+                                   inner.pixel(x, y));
+            }
+            return written(image, "jpeg");
+        };
+        const auto row = [](const char* name, const QByteArray& bytes, QSize size = {},
+                            const char* letters = "") {
+            QTest::newRow(name) << bytes << size << QByteArray(letters);
+        };
+        row("as it is", jpegWith({800, 600}, exifBlock(1, thumbnail({160, 120}))), {160, 120}, "RGBY");
+        row("turned", jpegWith({800, 600}, exifBlock(6, thumbnail({160, 120}))), {120, 160}, "BRYG");
+        row("bars above and below", jpegWith({900, 600}, exifBlock(1, letterboxed({160, 106}, Qt::black))),
+            {160, 106}, "RGBY");
+        row("bars beside, turned", jpegWith({600, 600}, exifBlock(8, letterboxed({120, 120}, Qt::black))),
+            {120, 120}, "GYRB");
+        row("white bars are another picture's",
+            jpegWith({900, 600}, exifBlock(1, letterboxed({160, 106}, Qt::white))));
+        row("another shape", jpegWith({600, 800}, exifBlock(1, thumbnail({160, 120}))));
+        row("none", jpegWith({800, 600}, exifBlock(1)));
+        row("no EXIF", written(quadrants(), "jpeg"));
+        row("a thumbnail that is none", jpegWith({800, 600}, exifBlock(1, QByteArray(500, 'x'))));
+        row("too large to be one",
+            jpegWith({1600, 1200}, exifBlock(1, written(quadrants({1200, 900}), "jpeg", 30))));
+        row("not a JPEG", written(quadrants(), "png"));
+    }
+    void previews() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QSize, expected);
+        QFETCH(QByteArray, letters);
+        const Result result = decoded(bytes, 256, RequestKind::embeddedPreview);
+        QCOMPARE(int(statusOf(result)), int(expected.isValid() ? Status::picture : Status::noPreview));
+        if (!expected.isValid())
+            return;
+        QCOMPARE(imageOf(result).size(), expected);
+        QCOMPARE(lettersOf(imageOf(result)), letters);
+    }
 
-void DecodingTest::previews() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QSize, expected);
-    QFETCH(QByteArray, letters);
-    const Result result = decoded(bytes, 256, RequestKind::embeddedPreview);
-    QCOMPARE(int(statusOf(result)), int(expected.isValid() ? Status::picture : Status::noPreview));
-    if (!expected.isValid())
-        return;
-    QCOMPARE(imageOf(result).size(), expected);
-    QCOMPARE(lettersOf(imageOf(result)), letters);
-}
+    void rawFiles_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("pixelSize");
+        QTest::addColumn<QSize>("expected");
+        QTest::addColumn<QSize>("fullSize");
+        const QByteArray small = written(quadrants({160, 120}), "jpeg");
+        const QByteArray large = written(quadrants({800, 600}), "jpeg");
+        const auto smallLength = quint32(small.size());
+        const auto largeLength = quint32(large.size());
 
-void DecodingTest::rawFiles_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("pixelSize");
-    QTest::addColumn<QSize>("expected");
-    QTest::addColumn<QSize>("fullSize");
-    const QByteArray small = written(quadrants({160, 120}), "jpeg");
-    const QByteArray large = written(quadrants({800, 600}), "jpeg");
-    const auto smallLength = quint32(small.size());
-    const auto largeLength = quint32(large.size());
+        // First directory: orientation 6 and a small preview; a second one with a large one; the sensor's
+        // data last.
+        constexpr quint32 kSecond = 8 + 2 + 5 * 12 + 4;
+        constexpr quint32 kSensor = kSecond + 2 + 2 * 12 + 4;
+        constexpr quint32 kData = kSensor + 2 + 3 * 12 + 4;
+        const QByteArray dng = tiffHeader() +
+                               tiffDirectory({{0x112, 3, 6},
+                                              {0x14a, 4, kSensor},
+                                              {0x201, 4, kData},
+                                              {0x202, 4, smallLength},
+                                              {0xc612, 1, 0x401, 4}},
+                                             kSecond) +
+                               tiffDirectory({{0x111, 4, kData + smallLength}, {0x117, 4, largeLength}}) +
+                               tiffDirectory({{0x100, 4, 4000}, {0x101, 4, 3000}, {0x106, 3, 32803}}) +
+                               small + large;
+        QTest::newRow("small preview suffices") << dng << 100 << QSize(75, 100) << QSize(3000, 4000);
+        QTest::newRow("large preview needed") << dng << 400 << QSize(300, 400) << QSize(3000, 4000);
+        QTest::newRow("no preview is as large") << dng << 2000 << QSize(600, 800) << QSize(3000, 4000);
 
-    // First directory: orientation 6 and a small preview; a second one with a large one; the sensor's data
-    // last.
-    constexpr quint32 kSecond = 8 + 2 + 5 * 12 + 4;
-    constexpr quint32 kSensor = kSecond + 2 + 2 * 12 + 4;
-    constexpr quint32 kData = kSensor + 2 + 3 * 12 + 4;
-    const QByteArray dng = tiffHeader() +
-                           tiffDirectory({{0x112, 3, 6},
-                                          {0x14a, 4, kSensor},
-                                          {0x201, 4, kData},
-                                          {0x202, 4, smallLength},
-                                          {0xc612, 1, 0x401, 4}},
-                                         kSecond) +
-                           tiffDirectory({{0x111, 4, kData + smallLength}, {0x117, 4, largeLength}}) +
-                           tiffDirectory({{0x100, 4, 4000}, {0x101, 4, 3000}, {0x106, 3, 32803}}) + small +
-                           large;
-    QTest::newRow("small preview suffices") << dng << 100 << QSize(75, 100) << QSize(3000, 4000);
-    QTest::newRow("large preview needed") << dng << 400 << QSize(300, 400) << QSize(3000, 4000);
-    QTest::newRow("no preview is as large") << dng << 2000 << QSize(600, 800) << QSize(3000, 4000);
+        QByteArray fuji = QByteArray("FUJIFILMCCD-RAW 0201FF000000").leftJustified(84, '\0');
+        const QByteArray turned = withExifInJpeg(large, exifBlock(6));
+        fuji += big(quint32(92)) + big(quint32(turned.size())) + turned;
+        QTest::newRow("RAF") << fuji << 400 << QSize(300, 400) << QSize(600, 800);
 
-    QByteArray fuji = QByteArray("FUJIFILMCCD-RAW 0201FF000000").leftJustified(84, '\0');
-    const QByteArray turned = withExifInJpeg(large, exifBlock(6));
-    fuji += big(quint32(92)) + big(quint32(turned.size())) + turned;
-    QTest::newRow("RAF") << fuji << 400 << QSize(300, 400) << QSize(600, 800);
+        constexpr quint32 kPanasonicPreview = 8 + 2 + 2 * 12 + 4;
+        QTest::newRow("RW2") << tiffHeader(0x55) +
+                                    tiffDirectory(
+                                        {{0x2e, 7, kPanasonicPreview, largeLength}, {0x112, 3, 6}}) +
+                                    large
+                             << 400 << QSize(300, 400) << QSize(600, 800);
 
-    constexpr quint32 kPanasonicPreview = 8 + 2 + 2 * 12 + 4;
-    QTest::newRow("RW2") << tiffHeader(0x55) +
-                                tiffDirectory({{0x2e, 7, kPanasonicPreview, largeLength}, {0x112, 3, 6}}) +
-                                large
-                         << 400 << QSize(300, 400) << QSize(600, 800);
+        const auto box = [](const QByteArray& type, const QByteArray& content) {
+            return big(quint32(content.size() + 8)) + type + content;
+        };
+        const QByteArray canon =
+            box("ftyp", "crx ") + box("moov", box("uuid", QByteArray(16, 'c') + box("CMT1", exifBlock(6)))) +
+            box("uuid",
+                QByteArray(16, 'p') + QByteArray(8, '\0') + box("PRVW", QByteArray(16, '\0') + large));
+        QTest::newRow("CR3") << canon << 400 << QSize(300, 400) << QSize(600, 800);
 
-    const auto box = [](const QByteArray& type, const QByteArray& content) {
-        return big(quint32(content.size() + 8)) + type + content;
-    };
-    const QByteArray canon =
-        box("ftyp", "crx ") + box("moov", box("uuid", QByteArray(16, 'c') + box("CMT1", exifBlock(6)))) +
-        box("uuid", QByteArray(16, 'p') + QByteArray(8, '\0') + box("PRVW", QByteArray(16, '\0') + large));
-    QTest::newRow("CR3") << canon << 400 << QSize(300, 400) << QSize(600, 800);
+        // Olympus: the maker note's camera settings tell where the preview is, from the note's start.
+        constexpr quint32 kExif = 8 + 2 + 2 * 12 + 4;
+        constexpr quint32 kNote = kExif + 2 + 12 + 4;
+        constexpr quint32 kSettings = 12 + 2 + 12 + 4;
+        constexpr quint32 kPreview = kSettings + 2 + 2 * 12 + 4;
+        const QByteArray note = QByteArray("OLYMPUS\0II\x03\0", 12) +
+                                tiffDirectory({{0x2020, 13, kSettings}}) +
+                                tiffDirectory({{0x101, 4, kPreview}, {0x102, 4, largeLength}}) + large;
+        QTest::newRow("ORF") << tiffHeader(0x4f52) + tiffDirectory({{0x112, 3, 6}, {0x8769, 4, kExif}}) +
+                                    tiffDirectory({{0x927c, 7, kNote, quint32(note.size())}}) + note
+                             << 400 << QSize(300, 400) << QSize(600, 800);
+    }
+    void rawFiles() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, pixelSize);
+        QFETCH(QSize, expected);
+        QFETCH(QSize, fullSize);
+        const Result result = decoded(bytes, pixelSize);
+        QCOMPARE(imageOf(result).size(), expected);
+        QCOMPARE(fullSizeOf(result), fullSize);
+        QCOMPARE(lettersOf(imageOf(result)), shown(6));
+    }
 
-    // Olympus: the maker note's camera settings tell where the preview is, from the note's start.
-    constexpr quint32 kExif = 8 + 2 + 2 * 12 + 4;
-    constexpr quint32 kNote = kExif + 2 + 12 + 4;
-    constexpr quint32 kSettings = 12 + 2 + 12 + 4;
-    constexpr quint32 kPreview = kSettings + 2 + 2 * 12 + 4;
-    const QByteArray note = QByteArray("OLYMPUS\0II\x03\0", 12) + tiffDirectory({{0x2020, 13, kSettings}}) +
-                            tiffDirectory({{0x101, 4, kPreview}, {0x102, 4, largeLength}}) + large;
-    QTest::newRow("ORF") << tiffHeader(0x4f52) + tiffDirectory({{0x112, 3, 6}, {0x8769, 4, kExif}}) +
-                                tiffDirectory({{0x927c, 7, kNote, quint32(note.size())}}) + note
-                         << 400 << QSize(300, 400) << QSize(600, 800);
-}
+    void storedThumbnail() {
+        QImage image = quadrants({128, 96});
+        image.setText(u"Thumb::URI"_s, u"file:///tmp/a%20b.jpg"_s);
+        image.setText(u"Thumb::MTime"_s, u"1700000000"_s);
+        const QByteArray png = written(image, "png");
+        const Result result = decoded(png, 1, RequestKind::storedThumbnail);
+        QCOMPARE(imageOf(result).size(), QSize(128, 96));
+        const auto texts = std::get<Picture>(result).texts;
+        QCOMPARE(texts.value("Thumb::URI"), "file:///tmp/a%20b.jpg");
+        QCOMPARE(texts.value("Thumb::MTime"), "1700000000");
+        QCOMPARE(int(statusOf(decoded(written(image, "jpeg"), 1, RequestKind::storedThumbnail))),
+                 int(Status::notImage));
+        QCOMPARE(int(statusOf(decoded(pngOfSize(9000, 10), 1, RequestKind::storedThumbnail))),
+                 int(Status::tooLarge));
+    }
 
-void DecodingTest::rawFiles() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, pixelSize);
-    QFETCH(QSize, expected);
-    QFETCH(QSize, fullSize);
-    const Result result = decoded(bytes, pixelSize);
-    QCOMPARE(imageOf(result).size(), expected);
-    QCOMPARE(fullSizeOf(result), fullSize);
-    QCOMPARE(lettersOf(imageOf(result)), shown(6));
-}
-
-void DecodingTest::storedThumbnail() {
-    QImage image = quadrants({128, 96});
-    image.setText(QStringLiteral("Thumb::URI"), QStringLiteral("file:///tmp/a%20b.jpg"));
-    image.setText(QStringLiteral("Thumb::MTime"), QStringLiteral("1700000000"));
-    const QByteArray png = written(image, "png");
-    const Result result = decoded(png, 1, RequestKind::storedThumbnail);
-    QCOMPARE(imageOf(result).size(), QSize(128, 96));
-    const auto texts = std::get<Picture>(result).texts;
-    QCOMPARE(texts.value("Thumb::URI"), "file:///tmp/a%20b.jpg");
-    QCOMPARE(texts.value("Thumb::MTime"), "1700000000");
-    QCOMPARE(int(statusOf(decoded(written(image, "jpeg"), 1, RequestKind::storedThumbnail))),
-             int(Status::notImage));
-    QCOMPARE(int(statusOf(decoded(pngOfSize(9000, 10), 1, RequestKind::storedThumbnail))),
-             int(Status::tooLarge));
-}
-
-/// The program shares the descriptor's offset and may use it.
-void DecodingTest::offsetStays() {
-    QTemporaryFile file;
-    QVERIFY(file.open());
-    file.write(written(quadrants(), "png"));
-    file.flush();
-    QCOMPARE(::lseek(file.handle(), 7, SEEK_SET), off_t(7));
-    Request request;
-    request.pixelSize = 10;
-    for (int i = 0; i < 2; ++i)
-        QCOMPARE(imageOf(decode(request, file.handle())).size(), QSize(10, 8));
-    QCOMPARE(::lseek(file.handle(), 0, SEEK_CUR), off_t(7));
-}
+    /// The program shares the descriptor's offset and may use it.
+    void offsetStays() {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write(written(quadrants(), "png"));
+        file.flush();
+        QCOMPARE(::lseek(file.handle(), 7, SEEK_SET), off_t(7));
+        Request request;
+        request.pixelSize = 10;
+        for (int i = 0; i < 2; ++i)
+            QCOMPARE(imageOf(decode(request, file.handle())).size(), QSize(10, 8));
+        QCOMPARE(::lseek(file.handle(), 0, SEEK_CUR), off_t(7));
+    }
+};
 
 TAVLIN_TEST_MAIN(QCoreApplication, DecodingTest)
 #include "DecodingTest.moc"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/TestPictures.h"
 #include "platform/FileAccess.h"
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestHome.h"
@@ -12,6 +13,7 @@
 #include <csignal>
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace platform;
 using namespace std::chrono_literals;
 
@@ -25,22 +27,15 @@ DecodeError errorOf(const DecodeResult& result) {
 }
 
 QStringList openDescriptors() {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files | QDir::Dirs);
+    return QDir(u"/proc/self/fd"_s).entryList(QDir::System | QDir::Files | QDir::Dirs);
 }
 
 bool hasChild() {
     return ::waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
-/// A 64 × 48 picture: red, green / blue, yellow.
-bool isQuadrants(const QImage& image) {
-    const auto near = [&](int x, int y, QColor colour) {
-        const QColor found = image.pixelColor(image.width() * x / 4, image.height() * y / 4);
-        return std::abs(found.red() - colour.red()) < 12 && std::abs(found.green() - colour.green()) < 12 &&
-               std::abs(found.blue() - colour.blue()) < 12;
-    };
-    return near(1, 1, QColor(220, 30, 30)) && near(3, 1, QColor(30, 200, 30)) &&
-           near(1, 3, QColor(30, 30, 220)) && near(3, 3, QColor(240, 240, 40));
+DecodeResult decode(DecoderProcess& process, int descriptor, int pixelSize) {
+    return process.decode({DecodeRequest::Kind::thumbnail, descriptor, pixelSize}, kPatience);
 }
 
 }  // namespace
@@ -50,19 +45,188 @@ class DecoderProcessTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase();
-    void misbehaviour_data();
-    void misbehaviour();
-    void badAnswersEndTheProcess();
-    void requestsOutOfBoundsAreNotSent();
-    void killedWhileIdle();
-    void cancelFromAnotherThread();
-    void cancelBeforehandChangesNothing();
-    void rareFormats_data();
-    void rareFormats();
-    void picturesOutliveTheirProcess();
-    void messagesArePlainText();
-    void nothingLeaks();
+    void initTestCase() {
+        QImage image(800, 400, QImage::Format_RGB32);
+        image.fill(QColor(200, 100, 50));
+        QVERIFY(image.save(path("picture.png")));
+        QImage small(64, 48, QImage::Format_RGB32);
+        small.fill(Qt::white);
+        QVERIFY(small.save(path("small.png")));
+        QFile whole(path("picture.png"));
+        QFile broken(path("broken.png"));
+        QVERIFY(whole.open(QIODevice::ReadOnly) && broken.open(QIODevice::WriteOnly));
+        QCOMPARE(broken.write(whole.read(100)), 100);
+    }
+
+    void misbehaviour_data() {
+        QTest::addColumn<std::optional<DecodeError>>("expected");
+        const auto row = [](const char* mode, std::optional<DecodeError> error) {
+            QTest::newRow(mode) << error;
+        };
+        row("right", std::nullopt);
+        row("dies-once", std::nullopt);
+        row("dies", DecodeError::crashed);
+        row("exits", DecodeError::crashed);
+        row("never-ready", DecodeError::unavailable);
+        row("there-is-none", DecodeError::unavailable);
+        row("hangs", DecodeError::timedOut);
+        for (const char* mode : {"wrong-stride",   "negative-height", "huge-width",  "larger-than-asked",
+                                 "unknown-format", "unknown-status",  "ready-again", "other-role-for-ever",
+                                 "wrong-id",       "wrong-magic",     "huge-texts",  "garbled-texts",
+                                 "garbage",        "short-message",   "no-memory",   "ordinary-file",
+                                 "small-memory",   "large-memory",    "no-seals",    "garbled-ready"})
+            row(mode, DecodeError::badAnswer);
+    }
+    void misbehaviour() {
+        QFETCH(std::optional<DecodeError>, expected);
+        const QByteArray mode = QTest::currentDataTag();
+        const QString program = mode == "there-is-none" ? path("there-is-none") : hostile(mode.constData());
+        QFile::remove(path("seen"));
+        QVERIFY(QFile::copy(path("picture.png"), path("seen")));
+        const auto file = open("seen");
+        auto process = std::make_unique<DecoderProcess>(program);
+        const bool hangs = mode == "hangs";
+        QElapsedTimer timer;
+        timer.start();
+        const auto result = process->decode({DecodeRequest::Kind::thumbnail, file.get(), 256},
+                                            hangs ? 300ms : std::chrono::milliseconds(kPatience));
+        QVERIFY(std::chrono::milliseconds(timer.elapsed()) < kPatience);
+        if (!expected) {
+            QVERIFY(std::holds_alternative<DecodedPicture>(result));
+            QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(128, 128));
+            return;
+        }
+        QCOMPARE(errorOf(result), *expected);
+        if (mode != "other-role-for-ever")  // there it is the second process that lies
+            QCOMPARE(process->processId(), 0);
+        process.reset();
+        QVERIFY2(!hasChild(), "a zombie stays");
+    }
+
+    void requestsOutOfBoundsAreNotSent() {
+        DecoderProcess process(_decoder);
+        const auto file = open("picture.png");
+        for (const int size : {0, -1, 8193})
+            QCOMPARE(errorOf(decode(process, file.get(), size)), DecodeError::damaged);
+        QCOMPARE(errorOf(decode(process, -1, 256)), DecodeError::damaged);
+        QCOMPARE(process.processId(), 0);
+    }
+
+    void killedWhileIdle() {
+        DecoderProcess process(_decoder);
+        const auto file = open("picture.png");
+        const DecodeRequest request{DecodeRequest::Kind::thumbnail, file.get(), 100};
+        QVERIFY(std::holds_alternative<DecodedPicture>(process.decode(request, kPatience)));
+        for (int i = 0; i < 3; ++i) {
+            const int killed = process.processId();
+            QVERIFY(killed > 0);
+            ::kill(killed, SIGKILL);
+            const auto result = process.decode(request, kPatience);
+            QVERIFY(std::holds_alternative<DecodedPicture>(result));
+            QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(100, 50));
+            QVERIFY(process.processId() != killed);
+        }
+    }
+
+    void cancelFromAnotherThread() {
+        DecoderProcess process(hostile("hangs"));
+        const auto file = open("picture.png");
+        const DecodeRequest request{DecodeRequest::Kind::thumbnail, file.get(), 256};
+        for (int i = 0; i < 3; ++i) {
+            std::atomic<bool> over = false;
+            std::jthread other([&] {
+                while (!over) {
+                    if (process.processId() != 0)
+                        process.cancel();
+                    std::this_thread::sleep_for(1ms);
+                }
+            });
+            const auto result = process.decode(request, kPatience);
+            over = true;
+            QCOMPARE(errorOf(result), DecodeError::cancelled);
+            QCOMPARE(process.processId(), 0);
+        }
+    }
+
+    void rareFormats_data() {
+        QTest::addColumn<QByteArray>("svg");
+        QTest::newRow("quadrants.heic") << QByteArray();
+        QTest::newRow("quadrants.avif") << QByteArray();
+        QTest::newRow("quadrants.jxl") << QByteArray();
+        QByteArray drawing =
+            "<?xml version='1.0'?><!-- x --><svg xmlns='http://www.w3.org/2000/svg' width='64' height='48'>";
+        for (const char* quadrant : {"0' y='0' fill='rgb(220,30,30)", "32' y='0' fill='rgb(30,200,30)",
+                                     "0' y='24' fill='rgb(30,30,220)", "32' y='24' fill='rgb(240,240,40)"})
+            drawing += QByteArray("<rect width='32' height='24' x='") + quadrant + "'/>";
+        QTest::newRow("quadrants.svg") << drawing + "</svg>";
+    }
+    /// By the second role, that the common decoder sends the client to; and the common one stays.
+    void rareFormats() {
+        QFETCH(QByteArray, svg);
+        QString name = QStringLiteral(TAVLIN_TEST_DATA "/") + QString::fromLatin1(QTest::currentDataTag());
+        if (!svg.isEmpty()) {
+            name = path("no name says so");
+            QFile file(name);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(svg) == svg.size());
+        }
+        DecoderProcess process(_decoder);
+        const auto common = open("small.png");
+        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, common.get(), 256)));
+        const int before = process.processId();
+        const auto file = openRegularFile(name);
+        for (const auto& [asked, expected] : {std::pair(256, QSize(64, 48)), std::pair(32, QSize(32, 24))}) {
+            const auto result = decode(process, file.get(), asked);
+            QVERIFY(std::holds_alternative<DecodedPicture>(result));
+            const auto& picture = std::get<DecodedPicture>(result);
+            QCOMPARE(picture.image.size(), expected);
+            QCOMPARE(picture.fullSize, QSize(64, 48));
+            QCOMPARE(testPictures::lettersOf(picture.image), "RGBY");
+        }
+        QCOMPARE(process.processId(), before);
+    }
+
+    void picturesOutliveTheirProcess() {
+        QImage kept;
+        {
+            DecoderProcess process(_decoder);
+            const auto file = open("picture.png");
+            kept = std::get<DecodedPicture>(decode(process, file.get(), 400)).image;
+        }
+        QCOMPARE(kept.size(), QSize(400, 200));
+        QCOMPARE(kept.pixelColor(399, 199), QColor(200, 100, 50));
+        QImage written = kept;
+        written.fill(Qt::black);  // the shared memory is read-only: writing must detach first
+        QCOMPARE(kept.pixelColor(0, 0), QColor(200, 100, 50));
+    }
+
+    void messagesArePlainText() {
+        DecoderProcess process(hostile("rude-message"));
+        const auto file = open("picture.png");
+        const auto result = decode(process, file.get(), 256);
+        QCOMPARE(errorOf(result), DecodeError::damaged);
+        const QString message = std::get<DecodeFailure>(result).message;
+        QVERIFY(message.startsWith(u"[31m"_s));
+        QVERIFY(
+            std::all_of(message.begin(), message.end(), [](QChar character) { return character.isPrint(); }));
+    }
+
+    void nothingLeaks() {
+        const auto file = open("picture.png");
+        const auto broken = open("broken.png");
+        const QStringList before = openDescriptors();
+        {
+            DecoderProcess process(_decoder);
+            for (int i = 0; i < 200; ++i) {
+                const int descriptor = i % 5 == 0 ? broken.get() : file.get();
+                const auto result = decode(process, descriptor, 64);
+                QCOMPARE(std::holds_alternative<DecodedPicture>(result), descriptor == file.get());
+                if (i % 50 == 49)
+                    ::kill(process.processId(), SIGKILL);
+            }
+        }
+        QCOMPARE(openDescriptors(), before);
+        QVERIFY2(!hasChild(), "a zombie stays");
+    }
 
  private:
     QString path(const char* name) const { return _folder.filePath(QString::fromLatin1(name)); }
@@ -75,213 +239,6 @@ class DecoderProcessTest : public QObject {
     const QString _decoder = QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder");
     QTemporaryDir _folder;
 };
-
-void DecoderProcessTest::initTestCase() {
-    QImage image(800, 400, QImage::Format_RGB32);
-    image.fill(QColor(200, 100, 50));
-    QVERIFY(image.save(path("picture.png")));
-    QImage small(64, 48, QImage::Format_RGB32);
-    small.fill(Qt::white);
-    QVERIFY(small.save(path("small.png")));
-    QFile whole(path("picture.png"));
-    QFile broken(path("broken.png"));
-    QVERIFY(whole.open(QIODevice::ReadOnly) && broken.open(QIODevice::WriteOnly));
-    QCOMPARE(broken.write(whole.read(100)), 100);
-}
-
-void DecoderProcessTest::misbehaviour_data() {
-    QTest::addColumn<std::optional<DecodeError>>("expected");
-    const auto row = [](const char* mode, std::optional<DecodeError> error) {
-        QTest::newRow(mode) << error;
-    };
-    row("right", std::nullopt);
-    row("dies-once", std::nullopt);
-    row("dies", DecodeError::crashed);
-    row("exits", DecodeError::crashed);
-    row("never-ready", DecodeError::unavailable);
-    row("there-is-none", DecodeError::unavailable);
-    row("hangs", DecodeError::timedOut);
-    for (const char* mode : {"wrong-stride",   "negative-height", "huge-width",  "larger-than-asked",
-                             "unknown-format", "unknown-status",  "ready-again", "other-role-for-ever",
-                             "wrong-id",       "wrong-magic",     "huge-texts",  "garbled-texts",
-                             "garbage",        "short-message",   "no-memory",   "ordinary-file",
-                             "small-memory",   "large-memory",    "no-seals",    "garbled-ready"})
-        row(mode, DecodeError::badAnswer);
-}
-
-void DecoderProcessTest::misbehaviour() {
-    QFETCH(std::optional<DecodeError>, expected);
-    const QByteArray mode = QTest::currentDataTag();
-    const QString program = mode == "there-is-none" ? path("there-is-none") : hostile(mode.constData());
-    QFile::remove(path("seen"));
-    QVERIFY(QFile::copy(path("picture.png"), path("seen")));
-    const auto file = open("seen");
-    auto process = std::make_unique<DecoderProcess>(program);
-    const bool hangs = mode == "hangs";
-    QElapsedTimer timer;
-    timer.start();
-    const auto result = process->decode({DecodeRequest::Kind::thumbnail, file.get(), 256},
-                                        hangs ? 300ms : std::chrono::milliseconds(kPatience));
-    QVERIFY(std::chrono::milliseconds(timer.elapsed()) < kPatience);
-    if (!expected) {
-        QVERIFY(std::holds_alternative<DecodedPicture>(result));
-        QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(128, 128));
-        return;
-    }
-    QCOMPARE(errorOf(result), *expected);
-    if (mode != "other-role-for-ever")  // there it is the second process that lies
-        QCOMPARE(process->processId(), 0);
-    process.reset();
-    QVERIFY2(!hasChild(), "a zombie stays");
-}
-
-void DecoderProcessTest::badAnswersEndTheProcess() {
-    DecoderProcess process(hostile("no-seals"));
-    const auto file = open("picture.png");
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(errorOf(process.decode({DecodeRequest::Kind::thumbnail, file.get(), 256}, kPatience)),
-                 DecodeError::badAnswer);
-}
-
-void DecoderProcessTest::requestsOutOfBoundsAreNotSent() {
-    DecoderProcess process(_decoder);
-    const auto file = open("picture.png");
-    for (const int size : {0, -1, 8193})
-        QCOMPARE(errorOf(process.decode({DecodeRequest::Kind::thumbnail, file.get(), size}, kPatience)),
-                 DecodeError::damaged);
-    QCOMPARE(errorOf(process.decode({DecodeRequest::Kind::thumbnail, -1, 256}, kPatience)),
-             DecodeError::damaged);
-    QCOMPARE(process.processId(), 0);
-}
-
-void DecoderProcessTest::killedWhileIdle() {
-    DecoderProcess process(_decoder);
-    const auto file = open("picture.png");
-    const DecodeRequest request{DecodeRequest::Kind::thumbnail, file.get(), 100};
-    QVERIFY(std::holds_alternative<DecodedPicture>(process.decode(request, kPatience)));
-    for (int i = 0; i < 3; ++i) {
-        const int killed = process.processId();
-        QVERIFY(killed > 0);
-        ::kill(killed, SIGKILL);
-        const auto result = process.decode(request, kPatience);
-        QVERIFY(std::holds_alternative<DecodedPicture>(result));
-        QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(100, 50));
-        QVERIFY(process.processId() != killed);
-    }
-}
-
-void DecoderProcessTest::cancelFromAnotherThread() {
-    DecoderProcess process(hostile("hangs"));
-    const auto file = open("picture.png");
-    const DecodeRequest request{DecodeRequest::Kind::thumbnail, file.get(), 256};
-    for (int i = 0; i < 3; ++i) {
-        std::atomic<bool> over = false;
-        std::jthread other([&] {
-            while (!over) {
-                if (process.processId() != 0)
-                    process.cancel();
-                std::this_thread::sleep_for(1ms);
-            }
-        });
-        const auto result = process.decode(request, kPatience);
-        over = true;
-        QCOMPARE(errorOf(result), DecodeError::cancelled);
-        QCOMPARE(process.processId(), 0);
-    }
-}
-
-void DecoderProcessTest::cancelBeforehandChangesNothing() {
-    DecoderProcess process(_decoder);
-    process.cancel();
-    const auto file = open("picture.png");
-    QVERIFY(std::holds_alternative<DecodedPicture>(
-        process.decode({DecodeRequest::Kind::thumbnail, file.get(), 100}, kPatience)));
-}
-
-void DecoderProcessTest::rareFormats_data() {
-    QTest::addColumn<QByteArray>("svg");
-    QTest::newRow("quadrants.heic") << QByteArray();
-    QTest::newRow("quadrants.avif") << QByteArray();
-    QTest::newRow("quadrants.jxl") << QByteArray();
-    const QByteArray drawing =
-        "<?xml version='1.0'?><!-- quadrants --><svg xmlns='http://www.w3.org/2000/svg' width='64' "
-        "height='48'>"
-        "<rect width='32' height='24' fill='rgb(220,30,30)'/><rect x='32' width='32' height='24' "
-        "fill='rgb(30,200,30)'/><rect y='24' width='32' height='24' fill='rgb(30,30,220)'/><rect x='32' "
-        "y='24' "
-        "width='32' height='24' fill='rgb(240,240,40)'/></svg>";
-    QTest::newRow("quadrants.svg") << drawing;
-}
-
-/// By the second role, that the common decoder sends the client to; and the common one stays.
-void DecoderProcessTest::rareFormats() {
-    QFETCH(QByteArray, svg);
-    QString name = QStringLiteral(TAVLIN_TEST_DATA "/") + QString::fromLatin1(QTest::currentDataTag());
-    if (!svg.isEmpty()) {
-        name = path("no name says so");
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(svg) == svg.size());
-    }
-    DecoderProcess process(_decoder);
-    const auto common = open("small.png");
-    QVERIFY(std::holds_alternative<DecodedPicture>(
-        process.decode({DecodeRequest::Kind::thumbnail, common.get(), 256}, kPatience)));
-    const int before = process.processId();
-    const auto file = openRegularFile(name);
-    for (const auto& [asked, expected] : {std::pair(256, QSize(64, 48)), std::pair(32, QSize(32, 24))}) {
-        const auto result = process.decode({DecodeRequest::Kind::thumbnail, file.get(), asked}, kPatience);
-        QVERIFY(std::holds_alternative<DecodedPicture>(result));
-        const auto& picture = std::get<DecodedPicture>(result);
-        QCOMPARE(picture.image.size(), expected);
-        QCOMPARE(picture.fullSize, QSize(64, 48));
-        QVERIFY(isQuadrants(picture.image));
-    }
-    QCOMPARE(process.processId(), before);
-}
-
-void DecoderProcessTest::picturesOutliveTheirProcess() {
-    QImage kept;
-    {
-        DecoderProcess process(_decoder);
-        const auto file = open("picture.png");
-        kept = std::get<DecodedPicture>(
-                   process.decode({DecodeRequest::Kind::thumbnail, file.get(), 400}, kPatience))
-                   .image;
-    }
-    QCOMPARE(kept.size(), QSize(400, 200));
-    QCOMPARE(kept.pixelColor(399, 199), QColor(200, 100, 50));
-    QImage written = kept;
-    written.fill(Qt::black);  // the shared memory is read-only: writing must detach first
-    QCOMPARE(kept.pixelColor(0, 0), QColor(200, 100, 50));
-}
-
-void DecoderProcessTest::messagesArePlainText() {
-    DecoderProcess process(hostile("rude-message"));
-    const auto file = open("picture.png");
-    const auto result = process.decode({DecodeRequest::Kind::thumbnail, file.get(), 256}, kPatience);
-    QCOMPARE(errorOf(result), DecodeError::damaged);
-    const QString message = std::get<DecodeFailure>(result).message;
-    QVERIFY(message.startsWith(QStringLiteral("[31m")));
-    QVERIFY(std::all_of(message.begin(), message.end(), [](QChar character) { return character.isPrint(); }));
-}
-
-void DecoderProcessTest::nothingLeaks() {
-    const auto file = open("picture.png");
-    const auto broken = open("broken.png");
-    const QStringList before = openDescriptors();
-    {
-        DecoderProcess process(_decoder);
-        for (int i = 0; i < 200; ++i) {
-            const int descriptor = i % 5 == 0 ? broken.get() : file.get();
-            const auto result = process.decode({DecodeRequest::Kind::thumbnail, descriptor, 64}, kPatience);
-            QCOMPARE(std::holds_alternative<DecodedPicture>(result), descriptor == file.get());
-            if (i % 50 == 49)
-                ::kill(process.processId(), SIGKILL);
-        }
-    }
-    QCOMPARE(openDescriptors(), before);
-    QVERIFY2(!hasChild(), "a zombie stays");
-}
 
 TAVLIN_TEST_MAIN(QCoreApplication, DecoderProcessTest)
 #include "DecoderProcessTest.moc"

@@ -13,6 +13,7 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
 using namespace platform;
 
 namespace {
@@ -48,18 +49,131 @@ class ThumbnailStoreTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init();
-    void namesByUri_data();
-    void namesByUri();
-    void keepsToTheStandard();
-    void findsTheSmallestThatSuffices();
-    void takesNothingStale_data();
-    void takesNothingStale();
-    void keepsOnlyWhatItShould();
-    void remembersFailures();
+    void init() { _folder = std::make_unique<QTemporaryDir>(); }
+
+    void namesByUri() {
+        // By md5sum of the URI that other programs write.
+        for (const auto& [path, hash] :
+             {std::pair("/home/jens/photos/me.png", "c6ee772d9e49320e97ec29a7eb5b1697"),
+              {"/tmp/a b%c.png", "dedf4685748a5ac9bfd6a3b4b8fde2d8"},
+              {"/tmp/\xff.png", "432dc9e7c3ec5a69b2caad256c9ba799"},
+              {"/tmp/\xc3\xa4.png", "be59529ad1360bc84b6ddb8cca90b614"},
+              {"/tmp/(a)'&=+,~!$*.png", "f567a3f8df56a8b9644020c00ec78631"}})
+            QCOMPARE(ThumbnailStore::fileName(fileUriFromPath(pathFromBytes(path))).toLatin1(),
+                     QByteArray(hash) + ".png");
+    }
+
+    void keepsToTheStandard() {
+        const auto original = makeOriginal(_folder->filePath(u"a picture with a long name.jpeg"_s));
+        QVERIFY(ThumbnailStore(store()).save(*original, 256, plainImage({256, 128}), {1200, 600}));
+
+        const QString folder = pathByAppending(store(), u"large"_s);
+        const QString path = pathByAppending(folder, ThumbnailStore::fileName(original->uri));
+        QCOMPARE(permissionsOf(store()), 0700U);
+        QCOMPARE(permissionsOf(folder), 0700U);
+        QCOMPARE(permissionsOf(path), 0600U);
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
+
+        const QImage image(path);
+        QCOMPARE(image.size(), QSize(256, 128));
+        QCOMPARE(image.pixelColor(5, 5), QColor(10, 20, 30));
+        const std::pair<const char*, QByteArray> expected[] = {
+            {"Thumb::URI", original->uri},
+            {"Thumb::MTime", QByteArray::number(QFileInfo(original->path).lastModified().toSecsSinceEpoch())},
+            {"Thumb::Size", "500"},
+            {"Thumb::Mimetype", "image/jpeg"},
+            {"Thumb::Image::Width", "1200"},
+            {"Thumb::Image::Height", "600"},
+            {"Software", "Tavlin " TAVLIN_VERSION}};
+        for (const auto& [key, value] : expected)
+            QCOMPARE(image.text(QString::fromLatin1(key)).toLatin1(), value);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY2(!file.readAll().contains("zTXt"), "not every program reads compressed texts");
+    }
+
+    void findsTheSmallestThatSuffices() {
+        const ThumbnailStore thumbnails(store());
+        const auto original = makeOriginal(_folder->filePath(u"a.jpg"_s));
+        QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
+        QVERIFY(thumbnails.save(*original, 1024, plainImage({1024, 512}), {1200, 600}));
+        QCOMPARE(thumbnails.find(*original, 100, readStored)->image.width(), 256);
+        QCOMPARE(thumbnails.find(*original, 256, readStored)->image.width(), 256);
+        QCOMPARE(thumbnails.find(*original, 257, readStored)->image.width(), 1024);
+        QVERIFY(!thumbnails.find(*original, 1025, readStored));
+
+        QImage foreign = plainImage({100, 50});
+        foreign.setText(u"Thumb::URI"_s, QString::fromLatin1(original->uri));
+        foreign.setText(u"Thumb::MTime"_s, QString::number(original->modificationSeconds));
+        QVERIFY(QDir(store()).mkdir(u"normal"_s));
+        QVERIFY(foreign.save(thumbnails.thumbnailPath(original->uri, 128), "png"));
+        const auto found = thumbnails.find(*original, 90, readStored);
+        QCOMPARE(found->image.size(), QSize(100, 50));
+        QVERIFY(found->isWhole);
+    }
+
+    void takesNothingStale_data() {
+        using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
+        QTest::addColumn<Change>("change");
+        const auto row = [](const char* name, Change change) {
+            QTest::newRow(name) << std::move(change);
+        };
+        row("an older file moved over it", [](auto& original, auto&) { original.modificationSeconds -= 1; });
+        row("a newer version", [](auto& original, auto&) { original.modificationSeconds += 1; });
+        row("another size", [](auto& original, auto&) { original.size += 1; });
+        row("the thumbnail of another file", [](auto& original, auto& stored) {
+            original.uri += 'x';
+            QFile::copy(stored, pathByAppending(pathByDeletingLastComponent(stored),
+                                                ThumbnailStore::fileName(original.uri)));
+        });
+        row("half a file", [](auto&, auto& stored) { QFile::resize(stored, 200); });
+        row("a FIFO", [](auto&, auto& stored) {
+            QFile::remove(stored);
+            ::mkfifo(bytesFromPath(stored).constData(), 0600);
+        });
+    }
+    void takesNothingStale() {
+        using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
+        QFETCH(const Change, change);
+        const ThumbnailStore thumbnails(store());
+        auto original = makeOriginal(_folder->filePath(u"a.jpg"_s));
+        QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
+        QVERIFY(thumbnails.find(*original, 256, readStored));
+        change(*original, thumbnails.thumbnailPath(original->uri, 256));
+        QVERIFY(!thumbnails.find(*original, 256, readStored));
+    }
+
+    void keepsOnlyWhatItShould() {
+        const ThumbnailStore thumbnails(store());
+        const QImage image = plainImage({256, 128});
+        const auto old = makeOriginal(_folder->filePath(u"a.jpg"_s));
+        QVERIFY2(!thumbnails.save(*old, 256, image, {256, 128}), "as large as the picture");
+        const auto growing = makeOriginal(_folder->filePath(u"b.jpg"_s), 0);
+        QVERIFY2(!thumbnails.save(*growing, 256, image, {1200, 600}), "it may still be written to");
+        QVERIFY(!thumbnails.saveFailure(*growing, u"cut off"_s));
+        QVERIFY2(!makeOriginal(pathByAppending(store(), u"normal/c.png"_s)), "its own files");
+        const QString link = _folder->filePath(u"link"_s);
+        QVERIFY(QFile::link(store(), link));
+        QVERIFY2(!makeOriginal(pathByAppending(link, u"normal/c.png"_s)), "by a link as well");
+        const ThumbnailStore unwritable(pathByAppending(old->path, u"thumbnails"_s));
+        QVERIFY(!unwritable.save(*old, 256, image, {1200, 600}));
+        QVERIFY(!unwritable.find(*old, 256, readStored));
+    }
+
+    void remembersFailures() {
+        const ThumbnailStore thumbnails(store());
+        auto original = makeOriginal(_folder->filePath(u"a.jpg"_s));
+        QVERIFY(!thumbnails.findFailure(*original, readStored));
+        QVERIFY(thumbnails.saveFailure(*original, u"Not a JPEG\nfile"_s));
+        QVERIFY(QDir(store() + QStringLiteral("/fail/tavlin-" TAVLIN_VERSION))
+                    .exists(ThumbnailStore::fileName(original->uri)));
+        QCOMPARE(thumbnails.findFailure(*original, readStored), u"Not a JPEG file"_s);
+        original->modificationSeconds += 1;
+        QVERIFY(!thumbnails.findFailure(*original, readStored));
+    }
 
  private:
-    QString store() const { return _folder->filePath(QStringLiteral("cache/thumbnails")); }
+    QString store() const { return _folder->filePath(u"cache/thumbnails"_s); }
     /// A file of `size` bytes, last modified a while ago unless said otherwise, as an original.
     std::optional<ThumbnailStore::Original> makeOriginal(const QString& path, int secondsAgo = 1000,
                                                          int size = 500) {
@@ -74,140 +188,6 @@ class ThumbnailStoreTest : public QObject {
 
     std::unique_ptr<QTemporaryDir> _folder;
 };
-
-void ThumbnailStoreTest::init() {
-    _folder = std::make_unique<QTemporaryDir>();
-}
-
-void ThumbnailStoreTest::namesByUri_data() {
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<QByteArray>("hash");
-    const auto row = [](const char* name, const char* path, const char* hash) {
-        QTest::newRow(name) << QByteArray(path) << QByteArray(hash);
-    };
-    // By md5sum of the URI that other programs write.
-    row("the standard's", "/home/jens/photos/me.png", "c6ee772d9e49320e97ec29a7eb5b1697");
-    row("blank, percent", "/tmp/a b%c.png", "dedf4685748a5ac9bfd6a3b4b8fde2d8");
-    row("not UTF-8", "/tmp/\xff.png", "432dc9e7c3ec5a69b2caad256c9ba799");
-    row("UTF-8", "/tmp/\xc3\xa4.png", "be59529ad1360bc84b6ddb8cca90b614");
-    row("left as they are", "/tmp/(a)'&=+,~!$*.png", "f567a3f8df56a8b9644020c00ec78631");
-}
-
-void ThumbnailStoreTest::namesByUri() {
-    QFETCH(const QByteArray, path);
-    QFETCH(const QByteArray, hash);
-    QCOMPARE(ThumbnailStore::fileName(fileUriFromPath(pathFromBytes(path))).toLatin1(), hash + ".png");
-}
-
-void ThumbnailStoreTest::keepsToTheStandard() {
-    const auto original = makeOriginal(_folder->filePath(QStringLiteral("a picture with a long name.jpeg")));
-    QVERIFY(ThumbnailStore(store()).save(*original, 256, plainImage({256, 128}), {1200, 600}));
-
-    const QString folder = pathByAppending(store(), QStringLiteral("large"));
-    const QString path = pathByAppending(folder, ThumbnailStore::fileName(original->uri));
-    QCOMPARE(permissionsOf(store()), 0700U);
-    QCOMPARE(permissionsOf(folder), 0700U);
-    QCOMPARE(permissionsOf(path), 0600U);
-    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
-
-    const QImage image(path);
-    QCOMPARE(image.size(), QSize(256, 128));
-    QCOMPARE(image.pixelColor(5, 5), QColor(10, 20, 30));
-    const std::pair<const char*, QByteArray> expected[] = {
-        {"Thumb::URI", original->uri},
-        {"Thumb::MTime", QByteArray::number(QFileInfo(original->path).lastModified().toSecsSinceEpoch())},
-        {"Thumb::Size", "500"},
-        {"Thumb::Mimetype", "image/jpeg"},
-        {"Thumb::Image::Width", "1200"},
-        {"Thumb::Image::Height", "600"},
-        {"Software", "Tavlin " TAVLIN_VERSION}};
-    for (const auto& [key, value] : expected)
-        QCOMPARE(image.text(QString::fromLatin1(key)).toLatin1(), value);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY2(!file.readAll().contains("zTXt"), "not every program reads compressed texts");
-}
-
-void ThumbnailStoreTest::findsTheSmallestThatSuffices() {
-    const ThumbnailStore thumbnails(store());
-    const auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
-    QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
-    QVERIFY(thumbnails.save(*original, 1024, plainImage({1024, 512}), {1200, 600}));
-    QCOMPARE(thumbnails.find(*original, 100, readStored)->image.width(), 256);
-    QCOMPARE(thumbnails.find(*original, 256, readStored)->image.width(), 256);
-    QCOMPARE(thumbnails.find(*original, 257, readStored)->image.width(), 1024);
-    QVERIFY(!thumbnails.find(*original, 1025, readStored));
-
-    QImage foreign = plainImage({100, 50});
-    foreign.setText(QStringLiteral("Thumb::URI"), QString::fromLatin1(original->uri));
-    foreign.setText(QStringLiteral("Thumb::MTime"), QString::number(original->modificationSeconds));
-    QVERIFY(QDir(store()).mkdir(QStringLiteral("normal")));
-    QVERIFY(foreign.save(thumbnails.thumbnailPath(original->uri, 128), "png"));
-    const auto found = thumbnails.find(*original, 90, readStored);
-    QCOMPARE(found->image.size(), QSize(100, 50));
-    QVERIFY(found->isWhole);
-}
-
-void ThumbnailStoreTest::takesNothingStale_data() {
-    using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
-    QTest::addColumn<Change>("change");
-    const auto row = [](const char* name, Change change) {
-        QTest::newRow(name) << std::move(change);
-    };
-    row("an older file moved over it", [](auto& original, auto&) { original.modificationSeconds -= 1; });
-    row("a newer version", [](auto& original, auto&) { original.modificationSeconds += 1; });
-    row("another size", [](auto& original, auto&) { original.size += 1; });
-    row("the thumbnail of another file", [](auto& original, auto& stored) {
-        original.uri += 'x';
-        QFile::copy(stored, pathByAppending(pathByDeletingLastComponent(stored),
-                                            ThumbnailStore::fileName(original.uri)));
-    });
-    row("half a file", [](auto&, auto& stored) { QFile::resize(stored, 200); });
-    row("a FIFO", [](auto&, auto& stored) {
-        QFile::remove(stored);
-        ::mkfifo(bytesFromPath(stored).constData(), 0600);
-    });
-}
-
-void ThumbnailStoreTest::takesNothingStale() {
-    using Change = std::function<void(ThumbnailStore::Original&, const QString& stored)>;
-    QFETCH(const Change, change);
-    const ThumbnailStore thumbnails(store());
-    auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
-    QVERIFY(thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600}));
-    QVERIFY(thumbnails.find(*original, 256, readStored));
-    change(*original, thumbnails.thumbnailPath(original->uri, 256));
-    QVERIFY(!thumbnails.find(*original, 256, readStored));
-}
-
-void ThumbnailStoreTest::keepsOnlyWhatItShould() {
-    const ThumbnailStore thumbnails(store());
-    const QImage image = plainImage({256, 128});
-    const auto old = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
-    QVERIFY2(!thumbnails.save(*old, 256, image, {256, 128}), "as large as the picture");
-    const auto growing = makeOriginal(_folder->filePath(QStringLiteral("b.jpg")), 0);
-    QVERIFY2(!thumbnails.save(*growing, 256, image, {1200, 600}), "it may still be written to");
-    QVERIFY(!thumbnails.saveFailure(*growing, QStringLiteral("cut off")));
-    QVERIFY2(!makeOriginal(pathByAppending(store(), QStringLiteral("normal/c.png"))), "its own files");
-    const QString link = _folder->filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(store(), link));
-    QVERIFY2(!makeOriginal(pathByAppending(link, QStringLiteral("normal/c.png"))), "by a link as well");
-    const ThumbnailStore unwritable(pathByAppending(old->path, QStringLiteral("thumbnails")));
-    QVERIFY(!unwritable.save(*old, 256, image, {1200, 600}));
-    QVERIFY(!unwritable.find(*old, 256, readStored));
-}
-
-void ThumbnailStoreTest::remembersFailures() {
-    const ThumbnailStore thumbnails(store());
-    auto original = makeOriginal(_folder->filePath(QStringLiteral("a.jpg")));
-    QVERIFY(!thumbnails.findFailure(*original, readStored));
-    QVERIFY(thumbnails.saveFailure(*original, QStringLiteral("Not a JPEG\nfile")));
-    QVERIFY(QDir(store() + QStringLiteral("/fail/tavlin-" TAVLIN_VERSION))
-                .exists(ThumbnailStore::fileName(original->uri)));
-    QCOMPARE(thumbnails.findFailure(*original, readStored), QStringLiteral("Not a JPEG file"));
-    original->modificationSeconds += 1;
-    QVERIFY(!thumbnails.findFailure(*original, readStored));
-}
 
 TAVLIN_TEST_MAIN(QCoreApplication, ThumbnailStoreTest)
 #include "ThumbnailStoreTest.moc"
