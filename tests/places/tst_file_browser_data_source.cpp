@@ -28,18 +28,167 @@ class TestFileBrowserDataSource : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase();
-    void init();
+    void initTestCase() {
+        QLocale::setDefault(QLocale(QLocale::English));
+        for (const QString& name : {u"Pictures/2020 (Kyoto)/raw"_s, u"Pictures/2021"_s,
+                                    u"Pictures/.cache/x"_s, u"docs"_s, u"empty"_s})
+            QVERIFY(QDir().mkpath(home(name)));
+        QFile file(home(u"Pictures/2021/file"_s));
+        QVERIFY(file.open(QFile::WriteOnly));
+    }
 
-    void listsVolumesHomeAndPictures();
-    void choosesIcons();
-    void logsOneSelection();
-    void findsVolumes();
-    void findsChildrenByTitle();
-    void showsASlowPlaceLater();
-    void revealsFolders_data();
-    void revealsFolders();
-    void revealsBelowASlowPlace();
+    void init() {
+        _store.reset(PreferencesDictionary::dictionary());
+        appGlobals = _store.get();
+        FolderReader::shared().setRead(platform::readFolder, 10s);
+        _tester.reset();
+        _outline.reset();
+        _source = std::make_unique<FileBrowserDataSource>();
+        _outline = std::make_unique<OutlineView>();
+        _outline->setColumnIdentifier(u"folders"_s);
+        _outline->setDataSource(_source.get());
+        _outline->setDelegate(_source.get());
+        _source->setFileBrowserOutlineView(_outline.get());
+        _tester = std::make_unique<QAbstractItemModelTester>(
+            _outline->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        _tester->setUseFetchMore(false);  // or it walks the whole file system
+        _outline->reloadData();
+        QCoreApplication::processEvents();
+    }
+
+    void listsVolumesHomeAndPictures() {
+        QStringList expected;
+        for (const auto& volume : platform::mountedVolumes())
+            expected.append(volume.path);
+        QCOMPARE(expected.first(), u"/"_s);
+        QCOMPARE(paths(), expected + (QStringList{home(), home(u"Pictures"_s)}));
+        QCOMPARE(itemAtRow(homeRow())->name(), platform::lastPathComponent(home()));
+        QCOMPARE(itemAtRow(homeRow() + 1)->name(), u"Pictures"_s);
+
+        _outline->expandItem(itemAtRow(homeRow() + 1));
+        QCOMPARE(paths().mid(homeRow() + 2),
+                 (QStringList{home(u"Pictures/2020 (Kyoto)"_s), home(u"Pictures/2021"_s)}));
+    }
+
+    void choosesIcons() {
+        ImageAndTextCell cell;
+        platform::TableColumn column(u"folders"_s);
+        const auto iconOf = [&](const QString& path) {
+            const auto item = FileSystemItem::rootItemWithPath(path);
+            _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, item.get());
+            return cell.image()->name();
+        };
+        QCOMPARE(iconOf(u"/"_s), u"computer"_s);
+        QCOMPARE(iconOf(home(u"Pictures"_s)), u"folder-pictures"_s);
+        QCOMPARE(iconOf(home(u"empty"_s)), u"folder"_s);
+        QCOMPARE(iconOf(home(u"Pictures/2021/file"_s)), u"application-octet-stream"_s);
+        _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, nullptr);
+        QVERIFY(cell.image() == nullptr);
+    }
+
+    void logsOneSelection() {
+        LogLines log;
+        appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
+        const QString method = u"-[FileBrowserDataSource outlineViewSelectionDidChange:] "_s;
+        const QString since = method +
+                              u"(219): Since the user changed selection in the folders outline, we should "
+                              "reload the Image Browser..."_s;
+        _outline->selectRow(homeRow(), false);
+        QCOMPARE(log.taken(), (QStringList{since, method + u"(236): Bummer!"_s}));
+        platform::ImageBrowserView view;
+        ImageBrowserDataSource images;
+        images.setImageBrowserView(&view);
+        _source->setImageBrowserDataSource(&images);
+        FileSystemItem* item = itemAtRow(homeRow() + 1);
+        _outline->selectRow(homeRow() + 1, false);
+        QStringList lines = log.taken();
+        QCOMPARE(lines.mid(0, 8),
+                 (QStringList{
+                     since,
+                     method + u"(223): _imageBrowserDataSource: "_s + logging::describeAddress(&images).text,
+                     method + u"(224): _fileBrowserOutlineView: "_s +
+                         logging::describeAddress(_outline.get()).text,
+                     method + u"(225): numberOfRows: %1"_s.arg(_outline->numberOfRows()),
+                     method + u"(228): selRow: %1"_s.arg(homeRow() + 1),
+                     method + u"(230): fileSystemItem: "_s + logging::describeAddress(item).text,
+                     method + u"(231): [fileSystemItem fullPath]: "_s + item->fullPath(),
+                     u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: "_s +
+                         item->fullPath()}));
+        QTRY_VERIFY(
+            (lines += log.taken()).contains(u"-[ImageBrowserDataSource addImagesWithPaths:] (163): End"_s));
+        _outline->deselectRow(homeRow() + 1);
+        QCOMPARE(log.taken().last(),
+                 u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: (null)"_s);
+    }
+
+    void findsVolumes() {
+        QCOMPARE(_source->indexOfVolumeWithURL("file:///"), 0);
+        QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home()) + '/'), homeRow());
+        QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home(u"docs"_s))), -1);
+    }
+
+    void findsChildrenByTitle() {
+        FileSystemItem* pictures = itemAtRow(homeRow() + 1);
+        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), -1);
+        _outline->expandItem(pictures);
+        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), homeRow() + 3);
+        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2022"_s, pictures), -1);
+        // The items of the top level are new ones for each request, which the outline does not show.
+        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"Pictures"_s, nullptr), -1);
+    }
+
+    void showsASlowPlaceLater() {
+        SlowPlace slow(home(u"Pictures"_s));
+        FolderReader::shared().setRead(slow.read());
+        _outline->reloadData();
+        QCoreApplication::processEvents();
+        FileSystemItem* pictures = itemAtRow(homeRow() + 1);
+        QVERIFY(_source->revealFolder(home(u"Pictures/2021"_s)));
+        _outline->selectRow(homeRow() + 1, false);  // overrules that
+        QVERIFY(pictures->isAwaitingChildren());
+        QCOMPARE(_outline->numberOfRows(), homeRow() + 2);
+
+        slow.answer();
+        QTRY_COMPARE(_outline->numberOfRows(), homeRow() + 4);
+        QCOMPARE(itemAtRow(homeRow() + 1), pictures);
+        QCOMPARE(_outline->selectedRow(), homeRow() + 1);
+    }
+
+    void revealsFolders_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("selected");
+        const QString deep = home(u"Pictures/2020 (Kyoto)/raw"_s);
+        QTest::newRow("pictures before home") << deep << deep;
+        QTest::newRow("home before a volume") << home(u"docs/"_s) << home(u"docs"_s);
+        QTest::newRow("a neighbour whose name begins so") << home() + u"less/x"_s << QFileInfo(home()).path();
+        QTest::newRow("hidden") << home(u"Pictures/.cache/x"_s) << home(u"Pictures"_s);
+        QTest::newRow("a file") << home(u"Pictures/2021/file"_s) << home(u"Pictures/2021"_s);
+        QTest::newRow("no absolute path") << u"docs"_s << QString();
+    }
+    void revealsFolders() {
+        QFETCH(QString, path);
+        QFETCH(QString, selected);
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(_source->revealFolder(path), !selected.isEmpty());
+            QCoreApplication::processEvents();
+            const FileSystemItem* item = _source->selectedItem();
+            QCOMPARE(item == nullptr ? QString() : item->fullPath(), selected);
+            _outline->reloadData();  // whose second half comes in the next turn
+        }
+    }
+
+    void revealsBelowASlowPlace() {
+        SlowPlace slow(home(u"Pictures"_s));
+        FolderReader::shared().setRead(slow.read());
+        _outline->reloadData();
+        QVERIFY(_source->revealFolder(home(u"Pictures/2020 (Kyoto)/raw"_s)));
+        QVERIFY(_source->selectedItem() == nullptr);
+        _outline->reloadData();  // by a volume that is mounted meanwhile
+        QCoreApplication::processEvents();
+        slow.answer();
+        QTRY_VERIFY(_source->selectedItem() != nullptr);
+        QCOMPARE(_source->selectedItem()->fullPath(), home(u"Pictures/2020 (Kyoto)/raw"_s));
+    }
 
  private:
     QString home(const QString& name = {}) const {
@@ -49,181 +198,18 @@ class TestFileBrowserDataSource : public QObject {
         return static_cast<FileSystemItem*>(_outline->itemAtRow(row));
     }
     int homeRow() const { return static_cast<int>(platform::mountedVolumes().size()); }
-    QStringList paths() const;
+    QStringList paths() const {
+        QStringList list;
+        for (int row = 0; row < _outline->numberOfRows(); ++row)
+            list.append(itemAtRow(row)->fullPath());
+        return list;
+    }
 
     std::unique_ptr<PreferencesDictionary> _store;
     std::unique_ptr<FileBrowserDataSource> _source;
     std::unique_ptr<OutlineView> _outline;
     std::unique_ptr<QAbstractItemModelTester> _tester;
 };
-
-void TestFileBrowserDataSource::initTestCase() {
-    QLocale::setDefault(QLocale(QLocale::English));
-    for (const QString& name :
-         {u"Pictures/2020 (Kyoto)/raw"_s, u"Pictures/2021"_s, u"Pictures/.cache/x"_s, u"docs"_s, u"empty"_s})
-        QVERIFY(QDir().mkpath(home(name)));
-    QFile file(home(u"Pictures/2021/file"_s));
-    QVERIFY(file.open(QFile::WriteOnly));
-}
-
-void TestFileBrowserDataSource::init() {
-    _store.reset(PreferencesDictionary::dictionary());
-    appGlobals = _store.get();
-    FolderReader::shared().setRead(platform::readFolder, 10s);
-    _tester.reset();
-    _outline.reset();
-    _source = std::make_unique<FileBrowserDataSource>();
-    _outline = std::make_unique<OutlineView>();
-    _outline->setColumnIdentifier(u"folders"_s);
-    _outline->setDataSource(_source.get());
-    _outline->setDelegate(_source.get());
-    _source->setFileBrowserOutlineView(_outline.get());
-    _tester = std::make_unique<QAbstractItemModelTester>(
-        _outline->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-    _tester->setUseFetchMore(false);  // or it walks the whole file system
-    _outline->reloadData();
-    QCoreApplication::processEvents();
-}
-
-QStringList TestFileBrowserDataSource::paths() const {
-    QStringList list;
-    for (int row = 0; row < _outline->numberOfRows(); ++row)
-        list.append(itemAtRow(row)->fullPath());
-    return list;
-}
-
-void TestFileBrowserDataSource::listsVolumesHomeAndPictures() {
-    QStringList expected;
-    for (const auto& volume : platform::mountedVolumes())
-        expected.append(volume.path);
-    QCOMPARE(expected.first(), u"/"_s);
-    QCOMPARE(paths(), expected + (QStringList{home(), home(u"Pictures"_s)}));
-    QCOMPARE(itemAtRow(homeRow())->name(), platform::lastPathComponent(home()));
-    QCOMPARE(itemAtRow(homeRow() + 1)->name(), u"Pictures"_s);
-
-    _outline->expandItem(itemAtRow(homeRow() + 1));
-    QCOMPARE(paths().mid(homeRow() + 2),
-             (QStringList{home(u"Pictures/2020 (Kyoto)"_s), home(u"Pictures/2021"_s)}));
-}
-
-void TestFileBrowserDataSource::choosesIcons() {
-    ImageAndTextCell cell;
-    platform::TableColumn column(u"folders"_s);
-    const auto iconOf = [&](const QString& path) {
-        const auto item = FileSystemItem::rootItemWithPath(path);
-        _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, item.get());
-        return cell.image()->name();
-    };
-    QCOMPARE(iconOf(u"/"_s), u"computer"_s);
-    QCOMPARE(iconOf(home(u"Pictures"_s)), u"folder-pictures"_s);
-    QCOMPARE(iconOf(home(u"empty"_s)), u"folder"_s);
-    QCOMPARE(iconOf(home(u"Pictures/2021/file"_s)), u"application-octet-stream"_s);
-    _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, nullptr);
-    QVERIFY(cell.image() == nullptr);
-}
-
-void TestFileBrowserDataSource::logsOneSelection() {
-    LogLines log;
-    appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
-    const QString method = u"-[FileBrowserDataSource outlineViewSelectionDidChange:] "_s;
-    const QString since = method +
-                          u"(219): Since the user changed selection in the folders outline, we should "
-                          "reload the Image Browser..."_s;
-    _outline->selectRow(homeRow(), false);
-    QCOMPARE(log.taken(), (QStringList{since, method + u"(236): Bummer!"_s}));
-    platform::ImageBrowserView view;
-    ImageBrowserDataSource images;
-    images.setImageBrowserView(&view);
-    _source->setImageBrowserDataSource(&images);
-    FileSystemItem* item = itemAtRow(homeRow() + 1);
-    _outline->selectRow(homeRow() + 1, false);
-    QStringList lines = log.taken();
-    QCOMPARE(
-        lines.mid(0, 8),
-        (QStringList{
-            since, method + u"(223): _imageBrowserDataSource: "_s + logging::describeAddress(&images).text,
-            method + u"(224): _fileBrowserOutlineView: "_s + logging::describeAddress(_outline.get()).text,
-            method + u"(225): numberOfRows: %1"_s.arg(_outline->numberOfRows()),
-            method + u"(228): selRow: %1"_s.arg(homeRow() + 1),
-            method + u"(230): fileSystemItem: "_s + logging::describeAddress(item).text,
-            method + u"(231): [fileSystemItem fullPath]: "_s + item->fullPath(),
-            u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: "_s + item->fullPath()}));
-    QTRY_VERIFY(
-        (lines += log.taken()).contains(u"-[ImageBrowserDataSource addImagesWithPaths:] (163): End"_s));
-    _outline->deselectRow(homeRow() + 1);
-    QCOMPARE(log.taken().last(),
-             u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: (null)"_s);
-}
-
-void TestFileBrowserDataSource::findsVolumes() {
-    QCOMPARE(_source->indexOfVolumeWithURL("file:///"), 0);
-    QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home()) + '/'), homeRow());
-    QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home(u"docs"_s))), -1);
-}
-
-void TestFileBrowserDataSource::findsChildrenByTitle() {
-    FileSystemItem* pictures = itemAtRow(homeRow() + 1);
-    QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), -1);
-    _outline->expandItem(pictures);
-    QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), homeRow() + 3);
-    QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2022"_s, pictures), -1);
-    // The items of the top level are new ones for each request, which the outline does not show.
-    QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"Pictures"_s, nullptr), -1);
-}
-
-void TestFileBrowserDataSource::showsASlowPlaceLater() {
-    SlowPlace slow(home(u"Pictures"_s));
-    FolderReader::shared().setRead(slow.read());
-    _outline->reloadData();
-    QCoreApplication::processEvents();
-    FileSystemItem* pictures = itemAtRow(homeRow() + 1);
-    QVERIFY(_source->revealFolder(home(u"Pictures/2021"_s)));
-    _outline->selectRow(homeRow() + 1, false);  // overrules that
-    QVERIFY(pictures->isAwaitingChildren());
-    QCOMPARE(_outline->numberOfRows(), homeRow() + 2);
-
-    slow.answer();
-    QTRY_COMPARE(_outline->numberOfRows(), homeRow() + 4);
-    QCOMPARE(itemAtRow(homeRow() + 1), pictures);
-    QCOMPARE(_outline->selectedRow(), homeRow() + 1);
-}
-
-void TestFileBrowserDataSource::revealsFolders_data() {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("selected");
-    const QString deep = home(u"Pictures/2020 (Kyoto)/raw"_s);
-    QTest::newRow("pictures before home") << deep << deep;
-    QTest::newRow("home before a volume") << home(u"docs/"_s) << home(u"docs"_s);
-    QTest::newRow("a neighbour whose name begins so") << home() + u"less/x"_s << QFileInfo(home()).path();
-    QTest::newRow("hidden") << home(u"Pictures/.cache/x"_s) << home(u"Pictures"_s);
-    QTest::newRow("a file") << home(u"Pictures/2021/file"_s) << home(u"Pictures/2021"_s);
-    QTest::newRow("no absolute path") << u"docs"_s << QString();
-}
-
-void TestFileBrowserDataSource::revealsFolders() {
-    QFETCH(QString, path);
-    QFETCH(QString, selected);
-    for (int i = 0; i < 2; ++i) {
-        QCOMPARE(_source->revealFolder(path), !selected.isEmpty());
-        QCoreApplication::processEvents();
-        const FileSystemItem* item = _source->selectedItem();
-        QCOMPARE(item == nullptr ? QString() : item->fullPath(), selected);
-        _outline->reloadData();  // whose second half comes in the next turn
-    }
-}
-
-void TestFileBrowserDataSource::revealsBelowASlowPlace() {
-    SlowPlace slow(home(u"Pictures"_s));
-    FolderReader::shared().setRead(slow.read());
-    _outline->reloadData();
-    QVERIFY(_source->revealFolder(home(u"Pictures/2020 (Kyoto)/raw"_s)));
-    QVERIFY(_source->selectedItem() == nullptr);
-    _outline->reloadData();  // by a volume that is mounted meanwhile
-    QCoreApplication::processEvents();
-    slow.answer();
-    QTRY_VERIFY(_source->selectedItem() != nullptr);
-    QCOMPARE(_source->selectedItem()->fullPath(), home(u"Pictures/2020 (Kyoto)/raw"_s));
-}
 
 TAVLIN_TEST_MAIN(QApplication, TestFileBrowserDataSource)
 #include "tst_file_browser_data_source.moc"

@@ -49,18 +49,6 @@ class FileAccessTest : public QObject {
         QTEST(openRegularFile(name).isValid(), "canBeRead");
     }
 
-    void tellsTimeAndSizeExactly() {
-        const ScopedFileDescriptor file(::open(bytesFromPath(path("file")).constData(), O_WRONLY));
-        const timespec times[]{{1, 0}, {1'700'000'000, 250'000'001}};
-        QCOMPARE(::write(file.get(), "12345", 5), 5);
-        QCOMPARE(::futimens(file.get(), times), 0);
-        const auto status = fileStatusOfDescriptor(file.get());
-        QVERIFY(status);
-        QCOMPARE(status->modificationNanoseconds, 1'700'000'000'250'000'001);
-        QCOMPARE(status->modificationTime, 1'700'000'000.25);
-        QCOMPARE(status->size, 5U);
-    }
-
     /// More names than one call of the system answers, of different lengths, and one that is not UTF-8.
     void listsEveryEntryOnce() {
         const QTemporaryDir big;

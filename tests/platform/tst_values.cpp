@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/Guard.h"
 #include "platform/IndexSet.h"
-#include "platform/PropertyValue.h"
 #include "testing/LogLines.h"
 
 #include <QRandomGenerator>
@@ -14,7 +13,6 @@
 using namespace Qt::StringLiterals;
 using platform::guarded;
 using platform::IndexSet;
-using platform::PropertyValue;
 
 class ValuesTest : public QObject {
     Q_OBJECT
@@ -56,20 +54,6 @@ class ValuesTest : public QObject {
         guarded("action", [] { throw 7; });
         QCOMPARE(log.taken(), QStringList({u"count ended early: no such item"_s,
                                            u"action ended early: an exception of no known kind"_s}));
-    }
-
-    void propertyValueDescribesItself() {
-        const PropertyValue plain = PropertyValue::Array{{}, PropertyValue::ArrayKind::plain};
-        const PropertyValue dictionary = PropertyValue::Dictionary{
-            {{u"z"_s, -1}, {u"a"_s, PropertyValue::Array{{u"x"_s, 2.8, 6000.0, 0.004, plain}}}}};
-        QCOMPARE(dictionary.description(), u"{z = -1; a = (x, 2.8, 6000, 0.004, ()); }"_s);
-        QStringList classes;
-        for (const PropertyValue& value :
-             {PropertyValue(), PropertyValue(u""_s), PropertyValue(1), PropertyValue(1.5),
-              PropertyValue(PropertyValue::Boolean{true}), plain, dictionary})
-            classes += value.className();
-        QCOMPARE(classes.join(u' '),
-                 u"NSNull NSCFString NSCFNumber NSCFNumber NSCFBoolean NSArray NSCFDictionary"_s);
     }
 };
 

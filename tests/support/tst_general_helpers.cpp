@@ -50,13 +50,6 @@ class GeneralHelpersTest : public QObject {
         }
     }
 
-    void listsTheHostsAddresses() {
-        const LogLines log;
-        const QStringList all = getAllAddresses();
-        QCOMPARE(getPrimaryAddress().value_or(QString()), all.value(0));
-        QCOMPARE(getAllIPv4Addresses(), all.filter(QRegularExpression(u"^[0-9.]+$"_s)));
-    }
-
     void escapesForUrls() {
         const QString legal = u"aZ09-_.!~*'();/?:@=+$,"_s;
         const QString other = u"& \"#%<>[]^`{|}\\ä"_s + QChar(0xDCE4);
