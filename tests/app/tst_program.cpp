@@ -48,13 +48,6 @@ class TestProgram : public QObject {
             QVERIFY(QDir(home()).mkpath(QString::fromLatin1(folder)));
     }
 
-    void theEndOfTheSessionSavesOnce() {
-        runUntilLoaded({home() + u"/one"_s}, home() + u"/one"_s);
-        QCOMPARE(_log.count("-[TavlinAppDelegate applicationWillTerminate:] (109): Start"), 1);
-        QCOMPARE(_log.count("-[PreferencesDictionary save] (129): "), 1);
-        QCOMPARE(_log.count("-[TavlinAppDelegate applicationWillTerminate:] (136): End."), 1);
-    }
-
     void folderOfTheLastRunComesBack() {
         const QString one = home() + u"/one"_s;
         const QString two = home() + u"/two"_s;

@@ -57,13 +57,6 @@ class TestCommandLine : public QObject {
         QCOMPARE(line.problem.isEmpty(), line.request != Request::misuse);
         QCOMPARE(platform::bytesFromPath(line.path), path);
     }
-
-    void helpNeedsNoDisplay() {
-        QList<QByteArray> asked{"-style", "fusion", "-h"};
-        QCOMPARE(CommandLine::requestWithoutDisplay(pointers(asked)), Request::help);
-        QList<QByteArray> named{"--", "--help"};
-        QCOMPARE(CommandLine::requestWithoutDisplay(pointers(named)), Request::run);
-    }
 };
 
 TAVLIN_TEST_MAIN(QCoreApplication, TestCommandLine)

@@ -19,81 +19,76 @@ class TestVolumes : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void foldersOfTable();
-    void visible_data();
-    void visible();
-    void reallyMounted();
+    void foldersOfTable() {
+        const std::vector<QString> folders = platform::mountFoldersFromTable(
+            "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
+            "24 22 8:2 / /m/a\\040b\\011c\\012d\\134e\\0401\\09\\ rw - vfat /dev/sdb1 rw\n"
+            "24 22 8:2 / /m/\xe9t\xe9 rw - vfat /dev/sdb1 rw\n"
+            "24 22 8:2\n\n 1 2 3");
+        QCOMPARE(folders, (std::vector{u"/"_s, u"/m/a b\tc\nd\\e 1\\09\\"_s,
+                                       platform::pathFromBytes("/m/\xe9t\xe9")}));
+    }
+
+    void visible_data() {
+        QTest::addColumn<QList<MountEntry>>("table");
+        QTest::addColumn<QList<Volume>>("volumes");
+        const Volume root{u"/"_s, u"/"_s};
+        const auto row = [](const char* name, const QList<MountEntry>& table, const QList<Volume>& volumes) {
+            QTest::newRow(name) << table << volumes;
+        };
+        row("the root is there in any case", {}, {root});
+        row("the root comes first and cannot be hidden, the others keep their order",
+            {{u"/m/z"_s, "z", "", true}, {u"/"_s, "r", "rw,x-gvfs-hide", false}, {u"/m/a"_s, "a", "", true}},
+            {root, {u"/m/z"_s, u"z"_s}, {u"/m/a"_s, u"a"_s}});
+        row("options have the last word",
+            {{u"/m/shown"_s, "s", "rw,x-gvfs-show,nosuid", false},
+             {u"/m/hidden"_s, "h", "rw,x-gvfs-hide", true},
+             {u"/m/other"_s, "o", "rw,x-gvfs-showy", false}},
+            {root, {u"/m/shown"_s, u"shown"_s}});
+        row("named by its option, else its label, else its folder",
+            {{u"/m/a"_s, "/dev/sdb1", "rw,x-gvfs-name=My%20%C3%84lbum%2C", true},
+             {u"/m/b"_s, "/dev/sdb2", "rw,x-gvfs-name=", true},
+             {u"/m/c"_s, "/dev/sdb3", "rw", true}},
+            {root, {u"/m/a"_s, u"My Älbum,"_s}, {u"/m/b"_s, u"Label"_s}, {u"/m/c"_s, u"c"_s}});
+        row("mounted over: once, at its first place, as it was mounted last",
+            {{u"/m/a"_s, "/dev/sdb2", "", false}, {u"/m/b"_s, "b", "", true}, {u"/m/a"_s, "x", "", true}},
+            {root, {u"/m/a"_s, u"a"_s}, {u"/m/b"_s, u"b"_s}});
+    }
+    void visible() {
+        QFETCH(QList<MountEntry>, table);
+        QTEST(platform::visibleVolumes(table, {{"/dev/sdb1", u"Unused"_s}, {"/dev/sdb2", u"Label"_s}}),
+              "volumes");
+    }
+
+    void reallyMounted() {
+        if (!MountSandbox::problem().isEmpty())
+            QSKIP(qPrintable(MountSandbox::problem()));
+        // mount(8) keeps the options that are for programs in a table of its own, which must not be the
+        // system's.
+        QVERIFY(MountSandbox::mountTmpfs(u"/run/mount"_s) && MountSandbox::mountTmpfs(u"/media"_s));
+        const QList<Volume> before = mountedVolumes();
+        QCOMPARE(before.value(0).path, u"/"_s);
+        const QTemporaryDir parent;
+        const QString shown = parent.filePath(u"shown"_s);
+        const QString card = u"/media/me/card"_s;
+        if (!MountSandbox::mountExt4(card, 8))
+            QSKIP("no loop device can be mounted here");
+
+        QVERIFY(QDir().mkpath(shown));
+        QCOMPARE(QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s,
+                                                u"x-gvfs-show,x-gvfs-name=My%20Disk"_s, u"tmpfs"_s, shown}),
+                 0);
+        QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"card"_s}, {shown, u"My Disk"_s}}));
+        QVERIFY(MountSandbox::unmount(shown));
+
+        // What udev would make of a label.
+        QVERIFY(MountSandbox::mountTmpfs(u"/dev/disk"_s) && QDir().mkpath(u"/dev/disk/by-label"_s));
+        const QStorageInfo storage(card);
+        QVERIFY(QFile::link(u"../.."_s + QString::fromLocal8Bit(storage.device().mid(4)),
+                            u"/dev/disk/by-label/My\\x20C\\xc3\\xa4rd"_s));
+        QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"My Cärd"_s}}));
+    }
 };
-
-void TestVolumes::foldersOfTable() {
-    const std::vector<QString> folders = platform::mountFoldersFromTable(
-        "22 1 8:1 / / rw,relatime shared:1 - ext4 /dev/sda1 rw\n"
-        "24 22 8:2 / /m/a\\040b\\011c\\012d\\134e\\0401\\09\\ rw - vfat /dev/sdb1 rw\n"
-        "24 22 8:2 / /m/\xe9t\xe9 rw - vfat /dev/sdb1 rw\n"
-        "24 22 8:2\n\n 1 2 3");
-    QCOMPARE(folders,
-             (std::vector{u"/"_s, u"/m/a b\tc\nd\\e 1\\09\\"_s, platform::pathFromBytes("/m/\xe9t\xe9")}));
-}
-
-void TestVolumes::visible_data() {
-    QTest::addColumn<QList<MountEntry>>("table");
-    QTest::addColumn<QList<Volume>>("volumes");
-    const Volume root{u"/"_s, u"/"_s};
-    const auto row = [](const char* name, const QList<MountEntry>& table, const QList<Volume>& volumes) {
-        QTest::newRow(name) << table << volumes;
-    };
-    row("the root is there in any case", {}, {root});
-    row("the root comes first and cannot be hidden, the others keep their order",
-        {{u"/m/z"_s, "z", "", true}, {u"/"_s, "r", "rw,x-gvfs-hide", false}, {u"/m/a"_s, "a", "", true}},
-        {root, {u"/m/z"_s, u"z"_s}, {u"/m/a"_s, u"a"_s}});
-    row("options have the last word",
-        {{u"/m/shown"_s, "s", "rw,x-gvfs-show,nosuid", false},
-         {u"/m/hidden"_s, "h", "rw,x-gvfs-hide", true},
-         {u"/m/other"_s, "o", "rw,x-gvfs-showy", false}},
-        {root, {u"/m/shown"_s, u"shown"_s}});
-    row("named by its option, else its label, else its folder",
-        {{u"/m/a"_s, "/dev/sdb1", "rw,x-gvfs-name=My%20%C3%84lbum%2C", true},
-         {u"/m/b"_s, "/dev/sdb2", "rw,x-gvfs-name=", true},
-         {u"/m/c"_s, "/dev/sdb3", "rw", true}},
-        {root, {u"/m/a"_s, u"My Älbum,"_s}, {u"/m/b"_s, u"Label"_s}, {u"/m/c"_s, u"c"_s}});
-    row("mounted over: once, at its first place, as it was mounted last",
-        {{u"/m/a"_s, "/dev/sdb2", "", false}, {u"/m/b"_s, "b", "", true}, {u"/m/a"_s, "x", "", true}},
-        {root, {u"/m/a"_s, u"a"_s}, {u"/m/b"_s, u"b"_s}});
-}
-
-void TestVolumes::visible() {
-    QFETCH(QList<MountEntry>, table);
-    QTEST(platform::visibleVolumes(table, {{"/dev/sdb1", u"Unused"_s}, {"/dev/sdb2", u"Label"_s}}),
-          "volumes");
-}
-
-void TestVolumes::reallyMounted() {
-    if (!MountSandbox::problem().isEmpty())
-        QSKIP(qPrintable(MountSandbox::problem()));
-    // mount(8) keeps the options that are for programs in a table of its own, which must not be the system's.
-    QVERIFY(MountSandbox::mountTmpfs(u"/run/mount"_s) && MountSandbox::mountTmpfs(u"/media"_s));
-    const QList<Volume> before = mountedVolumes();
-    QCOMPARE(before.value(0).path, u"/"_s);
-    const QTemporaryDir parent;
-    const QString shown = parent.filePath(u"shown"_s);
-    const QString card = u"/media/me/card"_s;
-    if (!MountSandbox::mountExt4(card, 8))
-        QSKIP("no loop device can be mounted here");
-
-    QVERIFY(QDir().mkpath(shown));
-    QCOMPARE(QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s,
-                                            u"x-gvfs-show,x-gvfs-name=My%20Disk"_s, u"tmpfs"_s, shown}),
-             0);
-    QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"card"_s}, {shown, u"My Disk"_s}}));
-    QVERIFY(MountSandbox::unmount(shown));
-
-    // What udev would make of a label.
-    QVERIFY(MountSandbox::mountTmpfs(u"/dev/disk"_s) && QDir().mkpath(u"/dev/disk/by-label"_s));
-    const QStorageInfo storage(card);
-    QVERIFY(QFile::link(u"../.."_s + QString::fromLocal8Bit(storage.device().mid(4)),
-                        u"/dev/disk/by-label/My\\x20C\\xc3\\xa4rd"_s));
-    QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"My Cärd"_s}}));
-}
 
 int main(int argc, char** argv) {
     MountSandbox::enter();

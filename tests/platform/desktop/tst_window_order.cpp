@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/WindowOrder.h"
 
-#include "platform/desktop/Application.h"
 #include "testing/TestHome.h"
 
 #include <QApplication>
@@ -10,13 +9,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-namespace named {
-
-class Window : public QWidget {
-    Q_OBJECT
-};
-
-}  // namespace named
+using namespace Qt::StringLiterals;
 
 class TestWindowOrder : public QObject {
     Q_OBJECT
@@ -70,7 +63,7 @@ class TestWindowOrder : public QObject {
         QWidget toolTip(nullptr, Qt::ToolTip);
         toolTip.show();
         QMenu menu;
-        menu.addAction(QStringLiteral("Open"));
+        menu.addAction(u"Open"_s);
         menu.popup(QPoint(5, 5));
         QVERIFY(menu.isVisible());
         QCOMPARE(order.windows(), Windows({&window}));
@@ -79,12 +72,6 @@ class TestWindowOrder : public QObject {
         QDialog ofItsOwn;
         ofItsOwn.show();
         QCOMPARE(order.windows(), Windows({&ofItsOwn, &window}));
-    }
-
-    void classNamesHaveNoNamespace() {
-        const named::Window window;
-        QCOMPARE(platform::Application::classNameOfWindow(window), QStringLiteral("Window"));
-        QCOMPARE(platform::Application::classNameOfWindow(QWidget()), QStringLiteral("QWidget"));
     }
 };
 
