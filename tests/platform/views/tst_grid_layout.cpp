@@ -40,60 +40,46 @@ class GridLayoutTest : public QObject {
         QCOMPARE(third / 64, GridLayout::thumbnailSideForZoom(2 / 3.0) / third);
     }
 
-    void columns_data() {
-        QTest::addColumn<int>("width");
-        QTest::addColumn<int>("side");
-        QTest::addColumn<int>("columns");
-        // A cell is 100 + 2 * 10 wide, the margins 12 at each side, the spacing at least 8.
-        QTest::newRow("one that just fits") << 144 << 100 << 1;
-        QTest::newRow("a pixel short of two") << 271 << 100 << 1;
-        QTest::newRow("two that just fit") << 272 << 100 << 2;
-        QTest::newRow("many") << 1000 << 100 << 7;
-        QTest::newRow("not even one: it shrinks") << 90 << 100 << 1;
-        QTest::newRow("no width at all") << 0 << 100 << 1;
-    }
     void columns() {
-        QFETCH(int, width);
-        QFETCH(int, side);
-        const GridLayout layout = makeLayout({width, 400}, side, 1000);
-        QTEST(int(layout.columns()), "columns");
-        if (width >= 90)
-            for (std::size_t i = 0; i < layout.columns(); ++i) {
+        // A cell is 100 + 2 * 10 wide, the margins 12 at each side, the spacing at least 8.
+        for (const auto& [width, columns] :
+             {std::pair(0, 1U), {90, 1U}, {144, 1U}, {271, 1U}, {272, 2U}, {1000, 7U}}) {
+            const GridLayout layout = makeLayout({width, 400}, 100, 1000);
+            QCOMPARE(layout.columns(), columns);
+            for (std::size_t i = 0; width > 0 && i < columns; ++i) {
                 const QRect cell = layout.cellRect(i, 0);
                 QVERIFY(cell.left() >= GridLayout::margin && cell.right() < width - GridLayout::margin);
                 if (i > 0)
                     QVERIFY(cell.left() >= layout.cellRect(i - 1, 0).right() + GridLayout::spacing);
             }
+        }
     }
 
     // Every cell is found again at its corners, and nothing between cells, in either direction.
-    void pointsAndCells_data() {
-        QTest::addColumn<bool>("rightToLeft");
-        QTest::newRow("left to right") << false;
-        QTest::newRow("right to left") << true;
-    }
     void pointsAndCells() {
-        QFETCH(bool, rightToLeft);
-        const GridLayout layout =
-            makeLayout({500, 300}, 100, 11, rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
-        QCOMPARE(layout.columns(), std::size_t(3));
-        QCOMPARE(layout.rows(), std::size_t(4));
-        QCOMPARE(layout.cellRect(0, 0).left() > layout.cellRect(1, 0).left(), rightToLeft);
-        for (std::size_t i = 0; i < layout.count(); ++i) {
-            const QRect cell = layout.cellRect(i, 0);
-            for (const QPoint& point : {cell.topLeft(), cell.bottomRight(), cell.center()})
-                QCOMPARE(layout.indexAt({point.x(), point.y()}), std::optional(i));
-            QCOMPARE(layout.indexAt({cell.left() - 1, cell.top()}), std::nullopt);
-            QCOMPARE(layout.indexAt({cell.right() + 1, cell.top()}), std::nullopt);
-            QCOMPARE(layout.indexAt({cell.left(), cell.top() - 1}), std::nullopt);
-            QCOMPARE(layout.indexAt({cell.left(), cell.bottom() + 1}), std::nullopt);
-            QVERIFY(cell.contains(layout.thumbnailRect(cell)));
-            QVERIFY(cell.contains(layout.titleRect(cell)));
-            QVERIFY(!layout.titleRect(cell).intersects(layout.thumbnailRect(cell)));
+        for (const bool rightToLeft : {false, true}) {
+            const GridLayout layout =
+                makeLayout({500, 300}, 100, 11, rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+            QCOMPARE(layout.columns(), std::size_t(3));
+            QCOMPARE(layout.rows(), std::size_t(4));
+            QCOMPARE(layout.cellRect(0, 0).left() > layout.cellRect(1, 0).left(), rightToLeft);
+            for (std::size_t i = 0; i < layout.count(); ++i) {
+                const QRect cell = layout.cellRect(i, 0);
+                for (const QPoint& point : {cell.topLeft(), cell.bottomRight(), cell.center()})
+                    QCOMPARE(layout.indexAt({point.x(), point.y()}), std::optional(i));
+                QCOMPARE(layout.indexAt({cell.left() - 1, cell.top()}), std::nullopt);
+                QCOMPARE(layout.indexAt({cell.right() + 1, cell.top()}), std::nullopt);
+                QCOMPARE(layout.indexAt({cell.left(), cell.top() - 1}), std::nullopt);
+                QCOMPARE(layout.indexAt({cell.left(), cell.bottom() + 1}), std::nullopt);
+                QVERIFY(cell.contains(layout.thumbnailRect(cell)));
+                QVERIFY(cell.contains(layout.titleRect(cell)));
+                QVERIFY(!layout.titleRect(cell).intersects(layout.thumbnailRect(cell)));
+            }
+            const int missing = layout.cellRect(rightToLeft ? 9 : 11, 0).left() - (rightToLeft ? 200 : 0);
+            QCOMPARE(layout.indexAt({missing, layout.cellRect(9, 0).top()}), std::nullopt);
+            QCOMPARE(layout.contentHeight(),
+                     qint64(layout.cellRect(10, 0).bottom() + 1 + GridLayout::margin));
         }
-        const int missing = layout.cellRect(rightToLeft ? 9 : 11, 0).left() - (rightToLeft ? 200 : 0);
-        QCOMPARE(layout.indexAt({missing, layout.cellRect(9, 0).top()}), std::nullopt);
-        QCOMPARE(layout.contentHeight(), qint64(layout.cellRect(10, 0).bottom() + 1 + GridLayout::margin));
     }
 
     // Cells between two heights and in a rectangle, against a walk over all cells.
@@ -154,22 +140,17 @@ class GridLayoutTest : public QObject {
         QTEST(int(layout.indexAfterStep(std::size_t(from), step)), "rightToLeft");
     }
 
-    void showing_data() {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<qint64>("from");
-        QTest::addColumn<qint64>("offset");
-        // One row is 142 high with 8 between, from 12 on; the viewport shows 300 of 11 rows.
-        QTest::newRow("in sight") << 3 << qint64{150} << qint64{150};
-        QTest::newRow("above") << 6 << qint64{1000} << qint64{12 + 2 * 150 - 4};
-        QTest::newRow("below") << 12 << qint64{0} << qint64{12 + 4 * 150 + 142 + 4 - 300};
-        QTest::newRow("the first row brings the margin") << 1 << qint64{500} << qint64{0};
-        QTest::newRow("so does the last") << 32 << qint64{0} << qint64{2 * 12 - 8 + 11 * 150 - 300};
-    }
     void showing() {
-        QFETCH(int, index);
-        QFETCH(qint64, from);
+        // One row is 142 high with 8 between, from 12 on; the viewport shows 300 of 11 rows.
         const GridLayout layout = makeLayout({500, 300}, 100, 33);
-        QTEST(layout.offsetShowing(std::size_t(index), from), "offset");
+        const auto offsetShowing = [&](std::size_t index, qint64 from) {
+            return int(layout.offsetShowing(index, from));
+        };
+        QCOMPARE(offsetShowing(3, 150), 150);
+        QCOMPARE(offsetShowing(6, 1000), 12 + 2 * 150 - 4);
+        QCOMPARE(offsetShowing(12, 0), 12 + 4 * 150 + 142 + 4 - 300);
+        QCOMPARE(offsetShowing(1, 500), 0);                           // the first row brings the margin
+        QCOMPARE(offsetShowing(32, 0), 2 * 12 - 8 + 11 * 150 - 300);  // so does the last
     }
 
     // More content than a scroll bar can count: every place is reachable, nothing overflows.

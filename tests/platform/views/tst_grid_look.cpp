@@ -12,6 +12,7 @@
 
 #include <cmath>
 
+using namespace Qt::StringLiterals;
 using platform::ImageBrowserView;
 using platform::Thumbnail;
 
@@ -94,30 +95,23 @@ class GridLookTest : public QObject {
     void cleanup() { _view.reset(); }
 
     // Wanted at the screen's own pixels and drawn pixel for pixel, for odd and even sizes.
-    void thumbnailsAreSharp_data() {
-        QTest::addColumn<double>("aspect");
-        QTest::addColumn<bool>("rightToLeft");
-        QTest::newRow("landscape") << 0.66 << false;
-        QTest::newRow("portrait") << 1.37 << false;
-        QTest::newRow("square") << 1.0 << false;
-        QTest::newRow("right to left") << 0.71 << true;
-    }
     void thumbnailsAreSharp() {
-        QFETCH(double, aspect);
-        QFETCH(bool, rightToLeft);
-        _view->setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
-        QCOMPARE(wantedPixels(), int(std::ceil(119 * _ratio)));
-        Thumbnail thumbnail;
-        thumbnail.state = Thumbnail::State::complete;
-        thumbnail.image = aspect < 1 ? makeBoard(wantedPixels(), int(wantedPixels() * aspect))
-                                     : makeBoard(int(wantedPixels() / aspect), wantedPixels());
-        answer(1, thumbnail);
-        const QImage image = grab();
-        const int pixels = thumbnail.image.width() * thumbnail.image.height();
-        const QRect area = devicePixels(cell(1));
-        QCOMPARE(countOf(image, area, qRgb(255, 0, 0)), (pixels + 1) / 2);
-        QCOMPARE(countOf(image, area, qRgb(0, 0, 255)), pixels / 2);
-        QCOMPARE(cell(1).left() < cell(0).left(), rightToLeft);
+        for (const auto& [aspect, rightToLeft] :
+             {std::pair(0.66, false), {1.37, false}, {1.0, false}, {0.71, true}}) {
+            _view->setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+            QCOMPARE(wantedPixels(), int(std::ceil(119 * _ratio)));
+            Thumbnail thumbnail;
+            thumbnail.state = Thumbnail::State::complete;
+            thumbnail.image = aspect < 1 ? makeBoard(wantedPixels(), int(wantedPixels() * aspect))
+                                         : makeBoard(int(wantedPixels() / aspect), wantedPixels());
+            answer(1, thumbnail);
+            const QImage image = grab();
+            const int pixels = thumbnail.image.width() * thumbnail.image.height();
+            const QRect area = devicePixels(cell(1));
+            QCOMPARE(countOf(image, area, qRgb(255, 0, 0)), (pixels + 1) / 2);
+            QCOMPARE(countOf(image, area, qRgb(0, 0, 255)), pixels / 2);
+            QCOMPARE(cell(1).left() < cell(0).left(), rightToLeft);
+        }
     }
 
     // A coarse preview and an earlier zoom's thumbnail fill the square; a picture that is small by itself
@@ -161,13 +155,13 @@ class GridLookTest : public QObject {
 
         const QImage before = grab();
         thumbnail.state = Thumbnail::State::failed;
-        thumbnail.failure = QStringLiteral("Not a JPEG file");
+        thumbnail.failure = u"Not a JPEG file"_s;
         answer(3, thumbnail);
         QVERIFY(grab().copy(devicePixels(cell(3))) != before.copy(devicePixels(cell(3))));
         const QPoint center = cell(3).center();
         QHelpEvent help(QEvent::ToolTip, center, _view->viewport()->mapToGlobal(center));
         QApplication::sendEvent(_view->viewport(), &help);
-        QCOMPARE(QToolTip::text(), QStringLiteral("Not a JPEG file"));
+        QCOMPARE(QToolTip::text(), u"Not a JPEG file"_s);
     }
 
     void selectionFollowsThePalette() {
@@ -195,7 +189,7 @@ class GridLookTest : public QObject {
     }
 
     void anEmptyFolderSaysSo() {
-        _view->setEmptyText(QStringLiteral("Nothing here"));
+        _view->setEmptyText(u"Nothing here"_s);
         const QImage full = grab();
         _view->prepareForReload();
         _source.items.clear();
@@ -208,18 +202,6 @@ class GridLookTest : public QObject {
         QVERIFY(countOf(empty, middle, base) < middle.width() * middle.height());
         QCOMPARE(countOf(empty, QRect(0, 0, empty.width(), empty.height() / 3), base),
                  empty.width() * (empty.height() / 3));
-    }
-
-    void thumbnailsFadeIn() {
-        _view->setAnimates(true);
-        Thumbnail thumbnail;
-        thumbnail.state = Thumbnail::State::complete;
-        thumbnail.image = QImage(wantedPixels(), wantedPixels(), QImage::Format_RGB32);
-        thumbnail.image.fill(Qt::red);
-        answer(1, thumbnail);
-        QCOMPARE(countOf(grab(), devicePixels(cell(1)), qRgb(255, 0, 0)), 0);
-        QTRY_COMPARE(countOf(grab(), devicePixels(cell(1)), qRgb(255, 0, 0)),
-                     wantedPixels() * wantedPixels());
     }
 };
 

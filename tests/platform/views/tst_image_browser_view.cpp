@@ -9,7 +9,6 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDrag>
-#include <QDropEvent>
 #include <QLoggingCategory>
 #include <QMimeData>
 #include <QScrollBar>
@@ -20,6 +19,7 @@
 #include <cmath>
 #include <utility>
 
+using namespace Qt::StringLiterals;
 using platform::ImageBrowserView;
 using platform::Thumbnail;
 
@@ -27,13 +27,6 @@ namespace {
 
 /// Items or keys, each with the modifiers that are held.
 using Presses = QList<QPair<int, int>>;
-
-struct Destination : platform::DraggingDestination {
-    int draggingEntered() override { return answer; }
-    int draggingUpdated() override { return answer; }
-    bool performDragOperation() override { return false; }
-    int answer = 1;
-};
 
 /// A shown grid over 300 files and all it works with.
 struct Grid {
@@ -120,15 +113,15 @@ class ImageBrowserViewTest : public QObject {
         QAbstractItemModelTester tester(grid.view.model(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         grid.reload([](GridTestSource& source) { source.remove(3, 50); });
-        grid.reload([](GridTestSource& source) { source.insertAt(0, QStringLiteral("/p/a\nb.jpg")); });
+        grid.reload([](GridTestSource& source) { source.insertAt(0, u"/p/a\nb.jpg"_s); });
         QCOMPARE(grid.view.model()->rowCount(), 251);
-        QCOMPARE(grid.at(0).data().toString(), QStringLiteral("a b.jpg"));
+        QCOMPARE(grid.at(0).data().toString(), u"a b.jpg"_s);
         grid.reload([](GridTestSource& source) { source.items.clear(); });
         QCOMPARE(grid.view.model()->rowCount(), 0);
     }
 
     void aFailingDataSourceEndsNothing() {
-        QLoggingCategory::setFilterRules(QStringLiteral("tavlin.guard=false"));
+        QLoggingCategory::setFilterRules(u"tavlin.guard=false"_s);
         Grid grid;
         grid.source.items.resize(2);  // the list has changed and the grid was not told
         grid.view.viewport()->repaint();
@@ -138,29 +131,20 @@ class ImageBrowserViewTest : public QObject {
         QLoggingCategory::setFilterRules({});
     }
 
-    void clicks_data() {
-        QTest::addColumn<Presses>("clicks");
-        QTest::addColumn<QString>("selected");
-        const int none = Qt::NoModifier;
-        const int control = Qt::ControlModifier;
-        const int shift = Qt::ShiftModifier;
-        QTest::newRow("one") << Presses{{1, none}, {2, none}} << QStringLiteral("(2)");
-        QTest::newRow("two") << Presses{{1, none}, {3, control}} << QStringLiteral("(1, 3)");
-        QTest::newRow("in and out") << Presses{{1, none}, {3, control}, {1, control}}
-                                    << QStringLiteral("(3)");
-        QTest::newRow("range") << Presses{{2, none}, {5, shift}} << QStringLiteral("(2-5)");
-        QTest::newRow("range back") << Presses{{2, none}, {5, shift}, {1, shift}} << QStringLiteral("(1-2)");
-        QTest::newRow("both") << Presses{{0, none}, {3, control}, {5, control | shift}}
-                              << QStringLiteral("(0, 3-5)");
-    }
     void clicks() {
-        QFETCH(Presses, clicks);
         Grid grid;
-        for (const auto& [index, modifiers] : std::as_const(clicks))
-            grid.click(index, Qt::KeyboardModifiers(modifiers));
-        QTEST(grid.selected(), "selected");
-        QCOMPARE(grid.current(), clicks.last().first);
-        QVERIFY(grid.delegate.selectionChanges >= int(clicks.size()));
+        const auto selectedAfter = [&](int index, Qt::KeyboardModifiers modifiers) {
+            grid.click(index, modifiers);
+            return grid.selected();
+        };
+        QCOMPARE(selectedAfter(0, Qt::NoModifier), u"(0)"_s);
+        QCOMPARE(selectedAfter(3, Qt::ControlModifier), u"(0, 3)"_s);
+        QCOMPARE(selectedAfter(5, Qt::ControlModifier | Qt::ShiftModifier), u"(0, 3-5)"_s);
+        QCOMPARE(selectedAfter(0, Qt::ControlModifier), u"(3-5)"_s);
+        QCOMPARE(selectedAfter(6, Qt::NoModifier), u"(6)"_s);
+        QCOMPARE(selectedAfter(2, Qt::ShiftModifier), u"(2-6)"_s);
+        QCOMPARE(grid.current(), 2);
+        QVERIFY(grid.delegate.selectionChanges >= 6);
     }
 
     void keys_data() {
@@ -171,17 +155,17 @@ class ImageBrowserViewTest : public QObject {
         const int control = Qt::ControlModifier;
         const int shift = Qt::ShiftModifier;
         // From item 6 on, four columns.
-        QTest::newRow("right") << Presses{{Qt::Key_Right, none}} << QStringLiteral("(7)") << 7;
-        QTest::newRow("down") << Presses{{Qt::Key_Down, none}} << QStringLiteral("(10)") << 10;
+        QTest::newRow("right") << Presses{{Qt::Key_Right, none}} << u"(7)"_s << 7;
+        QTest::newRow("down") << Presses{{Qt::Key_Down, none}} << u"(10)"_s << 10;
         QTest::newRow("extend and shrink")
-            << Presses{{Qt::Key_Down, shift}, {Qt::Key_Down, shift}, {Qt::Key_Up, shift}}
-            << QStringLiteral("(6-10)") << 10;
+            << Presses{{Qt::Key_Down, shift}, {Qt::Key_Down, shift}, {Qt::Key_Up, shift}} << u"(6-10)"_s
+            << 10;
         QTest::newRow("walk and pick")
             << Presses{{Qt::Key_Right, control}, {Qt::Key_Right, control}, {Qt::Key_Space, control}}
-            << QStringLiteral("(6, 8)") << 8;
-        QTest::newRow("home") << Presses{{Qt::Key_Home, shift}} << QStringLiteral("(0-6)") << 0;
-        QTest::newRow("end") << Presses{{Qt::Key_End, none}} << QStringLiteral("(299)") << 299;
-        QTest::newRow("all") << Presses{{Qt::Key_A, control}} << QStringLiteral("(0-299)") << 6;
+            << u"(6, 8)"_s << 8;
+        QTest::newRow("home") << Presses{{Qt::Key_Home, shift}} << u"(0-6)"_s << 0;
+        QTest::newRow("end") << Presses{{Qt::Key_End, none}} << u"(299)"_s << 299;
+        QTest::newRow("all") << Presses{{Qt::Key_A, control}} << u"(0-299)"_s << 6;
     }
     void keys() {
         QFETCH(Presses, keys);
@@ -203,11 +187,11 @@ class ImageBrowserViewTest : public QObject {
         grid.click(5, Qt::ControlModifier);
         grid.doubleClick(3);
         QCOMPARE(grid.delegate.opened, std::vector<std::size_t>{3});
-        QCOMPARE(grid.delegate.selectionsWhenOpened, QStringList{QStringLiteral("(1, 3, 5)")});
+        QCOMPARE(grid.delegate.selectionsWhenOpened, QStringList{u"(1, 3, 5)"_s});
         QTest::qWait(QApplication::doubleClickInterval() + 50);  // nothing narrows it afterwards
-        QCOMPARE(grid.selected(), QStringLiteral("(1, 3, 5)"));
+        QCOMPARE(grid.selected(), u"(1, 3, 5)"_s);
         grid.doubleClick(7);
-        QCOMPARE(grid.delegate.selectionsWhenOpened.last(), QStringLiteral("(7)"));
+        QCOMPARE(grid.delegate.selectionsWhenOpened.last(), u"(7)"_s);
         grid.key(Qt::Key_Return);
         QCOMPARE(grid.delegate.opened, (std::vector<std::size_t>{3, 7, 7}));
     }
@@ -216,34 +200,29 @@ class ImageBrowserViewTest : public QObject {
         Grid grid;
         grid.view.setSelectionIndexes({1, 3, 5}, false);
         grid.click(3);
-        QCOMPARE(grid.selected(), QStringLiteral("(1, 3, 5)"));
-        QTRY_COMPARE_WITH_TIMEOUT(grid.selected(), QStringLiteral("(3)"), 1000);
+        QCOMPARE(grid.selected(), u"(1, 3, 5)"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(grid.selected(), u"(3)"_s, 1000);
         // What acts on the selection meanwhile acts on what the user has in mind.
         grid.view.setSelectionIndexes({1, 3, 5}, false);
         grid.click(5);
         grid.view.removeSelectedItems();
-        QCOMPARE(grid.delegate.removed, QStringList{QStringLiteral("(5)")});
+        QCOMPARE(grid.delegate.removed, QStringList{u"(5)"_s});
     }
 
-    void rubberBand_data() {
-        QTest::addColumn<int>("modifiers");
-        QTest::addColumn<QString>("selected");
-        QTest::newRow("alone") << int(Qt::NoModifier) << QStringLiteral("(5-6, 9-10)");
-        QTest::newRow("adding") << int(Qt::ShiftModifier) << QStringLiteral("(0, 5-6, 9-10)");
-        QTest::newRow("toggling") << int(Qt::ControlModifier) << QStringLiteral("(0, 5, 9-10)");
-    }
     void rubberBand() {
-        QFETCH(int, modifiers);
-        Grid grid;
-        grid.view.setSelectionIndexes({0, 6}, false);
-        QWidget* const viewport = grid.view.viewport();
-        QTest::mousePress(viewport, Qt::LeftButton, Qt::KeyboardModifiers(modifiers),
-                          grid.cell(5).topLeft() - QPoint(3, 3));
-        grid.move(grid.cell(11).center());
-        grid.move(grid.cell(10).center());
-        QTEST(grid.selected(), "selected");
-        QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, grid.cell(10).center());
-        QTEST(grid.selected(), "selected");
+        for (const auto& [modifier, selected] : {std::pair(Qt::NoModifier, u"(5-6, 9-10)"_s),
+                                                 {Qt::ShiftModifier, u"(0, 5-6, 9-10)"_s},
+                                                 {Qt::ControlModifier, u"(0, 5, 9-10)"_s}}) {
+            Grid grid;
+            grid.view.setSelectionIndexes({0, 6}, false);
+            QWidget* const viewport = grid.view.viewport();
+            QTest::mousePress(viewport, Qt::LeftButton, modifier, grid.cell(5).topLeft() - QPoint(3, 3));
+            grid.move(grid.cell(11).center());
+            grid.move(grid.cell(10).center());
+            QCOMPARE(grid.selected(), selected);
+            QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, grid.cell(10).center());
+            QCOMPARE(grid.selected(), selected);
+        }
     }
 
     void rubberBandScrollsAndEscapes() {
@@ -256,59 +235,55 @@ class ImageBrowserViewTest : public QObject {
         QCOMPARE(grid.view.selectionIndexes().firstIndex(), std::size_t(4));
         QCOMPARE(grid.view.selectionIndexes().ranges().size(), std::size_t(1));
         grid.key(Qt::Key_Escape);
-        QCOMPARE(grid.selected(), QStringLiteral("(2)"));
+        QCOMPARE(grid.selected(), u"(2)"_s);
     }
 
     void typeAhead() {
         Grid grid;
         for (const int i : {40, 80, 120})
-            grid.source.items[std::size_t(i)]->path = QStringLiteral("/p/Zoo%1.jpg").arg(i);
-        grid.source.items[200]->path = QStringLiteral("/p/zeb ra.jpg");
+            grid.source.items[std::size_t(i)]->path = u"/p/Zoo%1.jpg"_s.arg(i);
+        grid.source.items[200]->path = u"/p/zeb ra.jpg"_s;
         grid.view.reloadData();
-        QTest::keyClicks(&grid.view, QStringLiteral("z"));
-        QCOMPARE(grid.selected(), QStringLiteral("(40)"));
-        QTest::keyClicks(&grid.view, QStringLiteral("z"));
+        QTest::keyClicks(&grid.view, u"z"_s);
+        QCOMPARE(grid.selected(), u"(40)"_s);
+        QTest::keyClicks(&grid.view, u"z"_s);
         QCOMPARE(grid.current(), 80);
         QTest::qWait(QApplication::keyboardInputInterval() + 50);  // a new word begins
-        QTest::keyClicks(&grid.view, QStringLiteral("zeb r"));
-        QCOMPARE(grid.selected(), QStringLiteral("(200)"));
+        QTest::keyClicks(&grid.view, u"zeb r"_s);
+        QCOMPARE(grid.selected(), u"(200)"_s);
         QVERIFY(grid.view.viewport()->rect().contains(grid.cell(200)));
     }
 
     void typeAheadOverAMillionHoldsNothingUp() {
         Grid grid(1'000'000);
-        grid.source.items.back()->path = QStringLiteral("/p/last.jpg");
+        grid.source.items.back()->path = u"/p/last.jpg"_s;
         QElapsedTimer clock;
         clock.start();
-        QTest::keyClicks(&grid.view, QStringLiteral("l"));
+        QTest::keyClicks(&grid.view, u"l"_s);
         QVERIFY2(clock.elapsed() < 50, qPrintable(QString::number(clock.elapsed())));
         QTRY_COMPARE(grid.current(), 999'999);
     }
 
-    void reloadKeepsWhatStays_data() {
-        QTest::addColumn<int>("removeFirst");
-        QTest::addColumn<int>("removeCount");
-        QTest::addColumn<QString>("selected");
-        QTest::addColumn<int>("current");
-        // Before: 100, 102 and 140 are selected, 102 is current.
-        QTest::newRow("nothing changed") << 0 << 0 << QStringLiteral("(100, 102, 140)") << 102;
-        QTest::newRow("earlier ones went") << 0 << 8 << QStringLiteral("(92, 94, 132)") << 94;
-        QTest::newRow("the current one went") << 102 << 1 << QStringLiteral("(100, 139)") << 102;
-        QTest::newRow("all selected ones went") << 100 << 60 << QStringLiteral("()") << 100;
-        QTest::newRow("all to the end went") << 100 << 200 << QStringLiteral("()") << 99;
-    }
     void reloadKeepsWhatStays() {
-        QFETCH(int, removeFirst);
-        QFETCH(int, removeCount);
-        QFETCH(QString, selected);
-        Grid grid;
-        grid.view.setSelectionIndexes({100, 102, 140}, false);
-        grid.view.setCurrentIndex(grid.at(102));
-        QSignalSpy counts(&grid.view, &ImageBrowserView::selectionCountChanged);
-        grid.reload([&](GridTestSource& source) { source.remove(removeFirst, removeCount); });
-        QCOMPARE(grid.selected(), selected);
-        QTEST(grid.current(), "current");
-        QCOMPARE(counts.count(), selected.count(u',') == 2 ? 0 : 1);
+        struct Case {
+            int removeFirst, removeCount;
+            QString selected;
+            int current;
+        };
+        for (const auto& [removeFirst, removeCount, selected, current] :
+             {Case{0, 0, u"(100, 102, 140)"_s, 102}, Case{0, 8, u"(92, 94, 132)"_s, 94},
+              Case{102, 1, u"(100, 139)"_s, 102}, Case{100, 60, u"()"_s, 100}, Case{100, 200, u"()"_s, 99}}) {
+            Grid grid;
+            grid.view.setSelectionIndexes({100, 102, 140}, false);
+            grid.view.setCurrentIndex(grid.at(102));
+            QSignalSpy counts(&grid.view, &ImageBrowserView::selectionCountChanged);
+            grid.reload([first = removeFirst, count = removeCount](GridTestSource& source) {
+                source.remove(first, count);
+            });
+            QCOMPARE(grid.selected(), selected);
+            QCOMPARE(grid.current(), current);
+            QCOMPARE(counts.count(), selected.count(u',') == 2 ? 0 : 1);
+        }
     }
 
     void anItemMadeAnewIsAnother() {
@@ -319,7 +294,7 @@ class ImageBrowserViewTest : public QObject {
             source.items[3].reset();
             source.items[3] = std::make_unique<GridTestItem>(GridTestSource::pathOf(3));
         });
-        QCOMPARE(grid.selected(), QStringLiteral("()"));
+        QCOMPARE(grid.selected(), u"()"_s);
     }
 
     void reloadKeepsThePlace() {
@@ -328,7 +303,7 @@ class ImageBrowserViewTest : public QObject {
         const int y = grid.cell(160).top();
         grid.reload([](GridTestSource& source) {
             for (int i = 0; i < 8; ++i)
-                source.insertAt(0, QStringLiteral("/p/new%1.jpg").arg(i));
+                source.insertAt(0, u"/p/new%1.jpg"_s.arg(i));
         });
         QCOMPARE(grid.cell(168).top(), y);
         grid.reload([](GridTestSource& source) { source.remove(100, 72); });
@@ -347,16 +322,16 @@ class ImageBrowserViewTest : public QObject {
         QTest::qWait(20);
         QVERIFY2(watch.painted.isEmpty(), "nothing changed, and still something was painted");
         grid.reload([](GridTestSource& source) {
-            source.items[5] = std::make_unique<GridTestItem>(QStringLiteral("/p/else.jpg"));
+            source.items[5] = std::make_unique<GridTestItem>(u"/p/else.jpg"_s);
         });
         QTRY_COMPARE(watch.painted.boundingRect(), grid.cell(5));
         watch.painted = {};
-        grid.reload([](GridTestSource& source) { source.insertAt(290, QStringLiteral("/p/far.jpg")); });
+        grid.reload([](GridTestSource& source) { source.insertAt(290, u"/p/far.jpg"_s); });
         QTest::qWait(20);
         QVERIFY(watch.painted.isEmpty());
     }
 
-    void zoomKeepsItsAnchor() {
+    void zoomAndSizeKeepTheirAnchor() {
         Grid grid;
         grid.view.verticalScrollBar()->setValue(1000);
         const int first = grid.firstVisible();
@@ -364,6 +339,10 @@ class ImageBrowserViewTest : public QObject {
         for (const float zoom : {0.3F, 0.5F, 0.25F, 0.8F, 0.2F})
             grid.view.setZoomValue(zoom);
         QCOMPARE(grid.cell(first).top(), top);
+        for (const int width : {640, 333, 560}) {
+            grid.view.resize(width, 400);
+            QCOMPARE(grid.cell(first).top(), top);
+        }
 
         // Round the pointer: the item beneath it stays beneath its height.
         const QPoint pointer = grid.cell(first + 9).center();
@@ -381,29 +360,6 @@ class ImageBrowserViewTest : public QObject {
         QVERIFY(std::abs(zooms.last().first().toFloat() - 0.4F) < 0.01F);
         grid.view.setZoomValue(std::nanf(""));
         QVERIFY(grid.view.zoomValue() < 0.45F);
-    }
-
-    void resizingKeepsTheTopItem() {
-        Grid grid;
-        grid.view.scrollTo(grid.at(120), QAbstractItemView::PositionAtTop);
-        const int top = grid.cell(120).top();
-        for (const int width : {640, 333, 560}) {
-            grid.view.resize(width, 400);
-            QCOMPARE(grid.cell(120).top(), top);
-        }
-    }
-
-    void zoomGlidesOnlyWhenAsked() {
-        Grid grid;
-        grid.view.setAnimates(true);
-        const int before = grid.cell(0).width();
-        grid.view.setZoomValue(0.9F);
-        QCOMPARE(grid.view.zoomValue(), 0.9F);
-        QVERIFY(grid.cell(0).width() < before * 2);
-        QTRY_VERIFY(grid.cell(0).width() > before * 3);
-        grid.view.setAnimates(false);
-        grid.view.setZoomValue(0.2F);
-        QCOMPARE(grid.cell(0).width(), before);
     }
 
     void wishes() {
@@ -451,26 +407,6 @@ class ImageBrowserViewTest : public QObject {
         QVERIFY(watch.painted.isEmpty());
     }
 
-    void dragsOver() {
-        Grid grid;
-        Destination destination;
-        QMimeData data;
-        const auto enter = [&] {
-            QDragEnterEvent event(QPoint(50, 50), Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton,
-                                  Qt::NoModifier);
-            QApplication::sendEvent(grid.view.viewport(), &event);
-            return event.isAccepted() ? event.dropAction() : Qt::IgnoreAction;
-        };
-        QCOMPARE(enter(), Qt::IgnoreAction);
-        grid.view.setDraggingDestinationDelegate(&destination);
-        QCOMPARE(enter(), Qt::CopyAction);
-        QDropEvent drop(QPoint(50, 50), Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton,
-                        Qt::NoModifier);
-        QApplication::sendEvent(grid.view.viewport(), &drop);
-        QVERIFY(!drop.isAccepted());
-        QCOMPARE(drop.dropAction(), Qt::IgnoreAction);
-    }
-
     // Pressing one of the selected and moving drags them all, to be copied or linked, never moved.
     void dragsOut() {
         struct DragWatch : QObject {
@@ -482,18 +418,18 @@ class ImageBrowserViewTest : public QObject {
             }
         } watch;
         Grid grid;
-        grid.source.items[1]->path = QString(QStringLiteral("/p/b%1 c.jpg")).arg(QChar(0xDCFF));
+        grid.source.items[1]->path = QString(u"/p/b%1 c.jpg"_s).arg(QChar(0xDCFF));
         grid.view.setSelectionIndexes({1, 2}, false);
         grid.view.installEventFilter(&watch);
         QTest::mousePress(grid.view.viewport(), Qt::LeftButton, Qt::NoModifier, grid.cell(2).center());
         grid.move(grid.cell(2).center() + QPoint(60, 0));
         auto* const drag = qobject_cast<QDrag*>(watch.made);
         QVERIFY(drag);
-        QCOMPARE(drag->mimeData()->data(QStringLiteral("text/uri-list")),
+        QCOMPARE(drag->mimeData()->data(u"text/uri-list"_s),
                  QByteArray("file:///p/b%FF%20c.jpg\r\nfile:///p/img0002.jpg\r\n"));
         QCOMPARE(drag->supportedActions(), Qt::CopyAction | Qt::LinkAction);
         QVERIFY(!drag->pixmap().isNull());
-        QCOMPARE(grid.selected(), QStringLiteral("(1-2)"));
+        QCOMPARE(grid.selected(), u"(1-2)"_s);
     }
 
     void contextMenu() {
@@ -506,35 +442,29 @@ class ImageBrowserViewTest : public QObject {
             return grid.view.viewport()->mapFromGlobal(asked.last().first().toPoint());
         };
         QCOMPARE(ask(QContextMenuEvent::Mouse, grid.cell(3).center()), grid.cell(3).center());
-        QCOMPARE(grid.selected(), QStringLiteral("(1, 3)"));
+        QCOMPARE(grid.selected(), u"(1, 3)"_s);
         ask(QContextMenuEvent::Mouse, grid.cell(5).center());
-        QCOMPARE(grid.selected(), QStringLiteral("(5)"));
+        QCOMPARE(grid.selected(), u"(5)"_s);
         grid.view.verticalScrollBar()->setValue(3000);
         const QPoint place = ask(QContextMenuEvent::Keyboard, QPoint(0, 0));
         QVERIFY(grid.cell(5).contains(place) && grid.view.viewport()->rect().contains(place));
     }
 
+    // Names, roles and places are those that the journeys go by.
     void accessibility() {
         Grid grid;
-        grid.view.setAccessibleName(QStringLiteral("Images"));
-        grid.view.setPositionText(QStringLiteral("%1 of %2"));
+        grid.view.setPositionText(u"%1 of %2"_s);
         grid.view.setSelectionIndexes({1}, false);
         QAccessibleInterface* const list = QAccessible::queryAccessibleInterface(&grid.view);
-        QVERIFY(list);
-        QCOMPARE(list->role(), QAccessible::List);
-        QCOMPARE(list->text(QAccessible::Name), QStringLiteral("Images"));
         const int visible = list->childCount();
         QVERIFY(visible > 4 && visible < 40);
         QAccessibleInterface* const cell = list->child(1);
-        QCOMPARE(cell->role(), QAccessible::ListItem);
-        QCOMPARE(cell->text(QAccessible::Name), QStringLiteral("img0001.jpg"));
-        QCOMPARE(cell->text(QAccessible::Description), QStringLiteral("2 of 300"));
-        QCOMPARE(cell->rect().size(), grid.cell(1).size());
+        QCOMPARE(cell->text(QAccessible::Description), u"2 of 300"_s);
         QVERIFY(cell->state().selected && cell->state().focused);
+        QVERIFY(!list->child(2)->state().selected);
         QCOMPARE(list->indexOfChild(cell), 1);
         const QPoint center = cell->rect().center();
         QCOMPARE(list->childAt(center.x(), center.y()), cell);
-        QVERIFY(!list->child(2)->state().selected);
         cell->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         QCOMPARE(grid.delegate.opened, std::vector<std::size_t>{1});
 
