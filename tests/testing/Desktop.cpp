@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 Desktop::Desktop(QSize size) : _environment(QProcessEnvironment::systemEnvironment()) {
     const auto set = [&](const char* name, const QString& value) {
         _environment.insert(QString::fromLatin1(name), value);
@@ -20,20 +22,19 @@ Desktop::Desktop(QSize size) : _environment(QProcessEnvironment::systemEnvironme
     folderFor("XDG_STATE_HOME", "state");
     folderFor("XDG_RUNTIME_DIR", "run");
     folderFor("TMPDIR", "tmp");
-    QFile::setPermissions(folder(QStringLiteral("run")),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    set("QT_QPA_PLATFORM", QStringLiteral("xcb"));
-    set("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", QStringLiteral("1"));
-    set("XDG_SESSION_TYPE", QStringLiteral("x11"));
-    set("LC_ALL", QStringLiteral("C.UTF-8"));
-    _environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    _environment.remove(QStringLiteral("LANGUAGE"));
+    QFile::setPermissions(folder(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    set("QT_QPA_PLATFORM", u"xcb"_s);
+    set("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", u"1"_s);
+    set("XDG_SESSION_TYPE", u"x11"_s);
+    set("LC_ALL", u"C.UTF-8"_s);
+    _environment.remove(u"WAYLAND_DISPLAY"_s);
+    _environment.remove(u"LANGUAGE"_s);
     if (!startServer(size))
-        _problem = QStringLiteral("no X server could be started (xvfb)");
+        _problem = u"no X server could be started (xvfb)"_s;
     else if (!startBus())
-        _problem = QStringLiteral("no session bus could be started (dbus)");
+        _problem = u"no session bus could be started (dbus)"_s;
     else if (!startWindowManager())
-        _problem = QStringLiteral("no window manager could be started (openbox)");
+        _problem = u"no window manager could be started (openbox)"_s;
 }
 
 Desktop::~Desktop() {
@@ -56,43 +57,37 @@ std::unique_ptr<QProcess> Desktop::start(const QString& program, const QStringLi
 }
 
 bool Desktop::startServer(QSize size) {
-    const QString screen = QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height());
+    const QString screen = u"%1x%2x24"_s.arg(size.width()).arg(size.height());
     // The server chooses a free display and prints its number.
-    _server = start(
-        QStringLiteral("Xvfb"),
-        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
-         screen, QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")});
+    _server = start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-screen"_s, u"0"_s, screen, u"-nolisten"_s,
+                                u"tcp"_s, u"-noreset"_s});
     if (!_server->waitForStarted())
         return false;
     while (!_server->canReadLine())
         if (!_server->waitForReadyRead(20000))
             return false;
     const QString number = QString::fromLatin1(_server->readLine().trimmed());
-    _environment.insert(QStringLiteral("DISPLAY"), QStringLiteral(":") + number);
+    _environment.insert(u"DISPLAY"_s, u":"_s + number);
     return !number.isEmpty();
 }
 
 bool Desktop::startBus() {
-    _bus = start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                 QStringLiteral("--print-address=1")});
+    _bus = start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
     if (!_bus->waitForStarted())
         return false;
     while (!_bus->canReadLine())
         if (!_bus->waitForReadyRead(10000))
             return false;
-    _environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
-                        QString::fromLatin1(_bus->readLine().trimmed()));
+    _environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(_bus->readLine().trimmed()));
     return true;
 }
 
 bool Desktop::startWindowManager() {
-    _manager = start(QStringLiteral("openbox"), {});
+    _manager = start(u"openbox"_s, {});
     if (!_manager->waitForStarted())
         return false;
     return QTest::qWaitFor([&] {
-        return run(QStringLiteral("xprop"),
-                   {QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK")})
-            .contains(QStringLiteral("window id"));
+        return run(u"xprop"_s, {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s}).contains(u"window id"_s);
     });
 }
 
@@ -104,9 +99,7 @@ QString Desktop::run(const QString& program, const QStringList& arguments) const
 }
 
 QImage Desktop::screenshot() const {
-    const auto process =
-        start(QStringLiteral("import"), {QStringLiteral("-silent"), QStringLiteral("-window"),
-                                         QStringLiteral("root"), QStringLiteral("png:-")});
+    const auto process = start(u"import"_s, {u"-silent"_s, u"-window"_s, u"root"_s, u"png:-"_s});
     process->waitForFinished(20000);
     return QImage::fromData(process->readAllStandardOutput(), "PNG").convertToFormat(QImage::Format_RGB32);
 }
@@ -114,14 +107,13 @@ QImage Desktop::screenshot() const {
 void Desktop::keepScreenshot(const QString& name) const {
     const QString folder = qEnvironmentVariable("TAVLIN_SCREENSHOTS");
     if (!folder.isEmpty())
-        screenshot().save(QDir(folder).filePath(name + QStringLiteral(".png")));
+        screenshot().save(QDir(folder).filePath(name + u".png"_s));
 }
 
 namespace {
 
 QStringList mouseTo(QPoint screen) {
-    return {QStringLiteral("mousemove"), QStringLiteral("--sync"), QString::number(screen.x()),
-            QString::number(screen.y())};
+    return {u"mousemove"_s, u"--sync"_s, QString::number(screen.x()), QString::number(screen.y())};
 }
 
 QStringList withKeys(const char* verb, const QStringList& keys) {
@@ -134,23 +126,22 @@ QStringList withKeys(const char* verb, const QStringList& keys) {
 }  // namespace
 
 void Desktop::moveTo(QPoint screen) const {
-    run(QStringLiteral("xdotool"), mouseTo(screen));
+    run(u"xdotool"_s, mouseTo(screen));
 }
 
 void Desktop::click(QPoint screen, int times, const QStringList& held, int button) const {
     QStringList words = mouseTo(screen) + withKeys("keydown", held);
-    words << QStringLiteral("click") << QStringLiteral("--repeat") << QString::number(times)
-          << QStringLiteral("--delay") << QStringLiteral("40") << QString::number(button);
-    run(QStringLiteral("xdotool"), words + withKeys("keyup", held));
+    words << u"click"_s << u"--repeat"_s << QString::number(times) << u"--delay"_s << u"40"_s
+          << QString::number(button);
+    run(u"xdotool"_s, words + withKeys("keyup", held));
 }
 
 void Desktop::drag(QPoint from, QPoint to) const {
-    QStringList words = mouseTo(from) << QStringLiteral("mousedown") << QStringLiteral("1");
+    QStringList words = mouseTo(from) << u"mousedown"_s << u"1"_s;
     constexpr int steps = 10;
     for (int i = 1; i <= steps; ++i)
-        words << mouseTo(from + (to - from) * i / steps) << QStringLiteral("sleep")
-              << QStringLiteral("0.025");
-    run(QStringLiteral("xdotool"), words << QStringLiteral("mouseup") << QStringLiteral("1"));
+        words << mouseTo(from + (to - from) * i / steps) << u"sleep"_s << u"0.025"_s;
+    run(u"xdotool"_s, words << u"mouseup"_s << u"1"_s);
 }
 
 void Desktop::wheel(QPoint screen, int notches, const QStringList& held) const {
@@ -158,10 +149,9 @@ void Desktop::wheel(QPoint screen, int notches, const QStringList& held) const {
 }
 
 void Desktop::key(const QString& name) const {
-    run(QStringLiteral("xdotool"), {QStringLiteral("key"), name});
+    run(u"xdotool"_s, {u"key"_s, name});
 }
 
 void Desktop::type(const QString& text) const {
-    run(QStringLiteral("xdotool"),
-        {QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), text});
+    run(u"xdotool"_s, {u"type"_s, u"--delay"_s, u"20"_s, text});
 }

@@ -12,9 +12,11 @@
 #include <cerrno>
 #include <cstring>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-QString sandboxProblem = QStringLiteral("the mount sandbox was not entered");
+QString sandboxProblem = u"the mount sandbox was not entered"_s;
 
 bool run(const QString& program, const QStringList& arguments) {
     return QProcess::execute(program, arguments) == 0;
@@ -24,10 +26,9 @@ bool run(const QString& program, const QStringList& arguments) {
 
 void MountSandbox::enter() {
     if (::geteuid() != 0)
-        sandboxProblem = QStringLiteral("mounting needs root");
+        sandboxProblem = u"mounting needs root"_s;
     else if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        sandboxProblem =
-            QStringLiteral("no private mounts here: ") + QString::fromLocal8Bit(std::strerror(errno));
+        sandboxProblem = u"no private mounts here: "_s + QString::fromLocal8Bit(std::strerror(errno));
     else
         sandboxProblem.clear();
 }
@@ -43,18 +44,16 @@ bool MountSandbox::mountTmpfs(const QString& folder, const char* options) {
 
 bool MountSandbox::mountExt4(const QString& folder, int mebibytes, const char* label) {
     QDir().mkpath(folder);
-    QFile image(folder + QStringLiteral(".image"));
+    QFile image(folder + u".image"_s);
     if (!image.open(QFile::WriteOnly) || !image.resize(qint64{mebibytes} << 20))
         return false;
     image.close();
-    return run(QStringLiteral("mkfs.ext4"), {QStringLiteral("-q"), QStringLiteral("-F"), QStringLiteral("-L"),
-                                             QString::fromLatin1(label), image.fileName()}) &&
-           run(QStringLiteral("mount"),
-               {QStringLiteral("-o"), QStringLiteral("loop"), image.fileName(), folder});
+    return run(u"mkfs.ext4"_s, {u"-q"_s, u"-F"_s, u"-L"_s, QString::fromLatin1(label), image.fileName()}) &&
+           run(u"mount"_s, {u"-o"_s, u"loop"_s, image.fileName(), folder});
 }
 
 bool MountSandbox::remountReadOnly(const QString& folder) {
-    return run(QStringLiteral("mount"), {QStringLiteral("-o"), QStringLiteral("remount,ro"), folder});
+    return run(u"mount"_s, {u"-o"_s, u"remount,ro"_s, folder});
 }
 
 bool MountSandbox::unmount(const QString& folder) {

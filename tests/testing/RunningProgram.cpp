@@ -10,6 +10,8 @@
 #include <sys/types.h>
 #include <csignal>
 
+using namespace Qt::StringLiterals;
+
 RunningProgram::RunningProgram(const Desktop& desktop, const QStringList& arguments) : _desktop(desktop) {
     _process.setProcessEnvironment(_desktop.environment());
     _process.setProcessChannelMode(QProcess::SeparateChannels);
@@ -29,7 +31,7 @@ QStringList RunningProgram::log() {
 }
 
 QStringList RunningProgram::debugLog() {
-    static const QRegularExpression header(QStringLiteral("^.*?(?=([-+]\\[[A-Z]|[a-z]\\w+ \\(\\d+\\): ))"));
+    static const QRegularExpression header(u"^.*?(?=([-+]\\[[A-Z]|[a-z]\\w+ \\(\\d+\\): ))"_s);
     QStringList messages;
     for (const QString& line : log()) {
         const auto match = header.match(line);
@@ -88,7 +90,7 @@ QList<Reference> references(const QDBusMessage& answer) {
     return result;
 }
 
-const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");
+const QString accessible = u"org.a11y.atspi.Accessible"_s;
 
 QDBusMessage call(const QString& connection, const Reference& object, const QString& interface,
                   const QString& member, const QVariantList& arguments = {}) {
@@ -98,22 +100,22 @@ QDBusMessage call(const QString& connection, const Reference& object, const QStr
 }
 
 QString nameOf(const QString& connection, const Reference& reference) {
-    const auto answer = call(connection, reference, QStringLiteral("org.freedesktop.DBus.Properties"),
-                             QStringLiteral("Get"), {accessible, QStringLiteral("Name")});
+    const auto answer =
+        call(connection, reference, u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {accessible, u"Name"_s});
     return answer.type() == QDBusMessage::ReplyMessage
                ? answer.arguments().constFirst().value<QDBusVariant>().variant().toString()
                : QString();
 }
 
 QString roleOf(const QString& connection, const Reference& reference) {
-    const auto answer = call(connection, reference, accessible, QStringLiteral("GetRoleName"));
+    const auto answer = call(connection, reference, accessible, u"GetRoleName"_s);
     return answer.type() == QDBusMessage::ReplyMessage ? answer.arguments().constFirst().toString()
                                                        : QString();
 }
 
 QRect extentsOf(const QString& connection, const Reference& reference) {
-    const auto answer = call(connection, reference, QStringLiteral("org.a11y.atspi.Component"),
-                             QStringLiteral("GetExtents"), {QVariant::fromValue(quint32{0})});
+    const auto answer = call(connection, reference, u"org.a11y.atspi.Component"_s, u"GetExtents"_s,
+                             {QVariant::fromValue(quint32{0})});
     if (answer.type() != QDBusMessage::ReplyMessage)
         return {};
     const auto box = answer.arguments().constFirst().value<QDBusArgument>();
@@ -147,12 +149,11 @@ bool canHold(const QString& role, const QString& wanted) {
 
 }  // namespace
 
-AccessibilityBus::AccessibilityBus(const Desktop& desktop)
-    : _connection(desktop.busAddress() + QStringLiteral("a11y")) {
+AccessibilityBus::AccessibilityBus(const Desktop& desktop) : _connection(desktop.busAddress() + u"a11y"_s) {
     const QString session = desktop.busAddress();
     QDBusConnection::connectToBus(session, session);
-    const auto answer = call(session, {QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus")},
-                             QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
+    const auto answer =
+        call(session, {u"org.a11y.Bus"_s, u"/org/a11y/bus"_s}, u"org.a11y.Bus"_s, u"GetAddress"_s);
     if (answer.type() == QDBusMessage::ReplyMessage)
         QDBusConnection::connectToBus(answer.arguments().constFirst().toString(), _connection);
     QDBusConnection::disconnectFromBus(session);
@@ -163,12 +164,10 @@ AccessibilityBus::~AccessibilityBus() {
 }
 
 AccessibleObject AccessibilityBus::application() const {
-    const Reference registry{QStringLiteral("org.a11y.atspi.Registry"),
-                             QStringLiteral("/org/a11y/atspi/accessible/root")};
-    for (const Reference& reference :
-         references(call(_connection, registry, accessible, QStringLiteral("GetChildren"))))
-        if (nameOf(_connection, reference).compare(QStringLiteral("tavlin"), Qt::CaseInsensitive) == 0)
-            return {reference.service, reference.path, QStringLiteral("tavlin"), {}, {}};
+    const Reference registry{u"org.a11y.atspi.Registry"_s, u"/org/a11y/atspi/accessible/root"_s};
+    for (const Reference& reference : references(call(_connection, registry, accessible, u"GetChildren"_s)))
+        if (nameOf(_connection, reference).compare(u"tavlin"_s, Qt::CaseInsensitive) == 0)
+            return {reference.service, reference.path, u"tavlin"_s, {}, {}};
     return {};
 }
 
@@ -176,8 +175,7 @@ QList<AccessibleObject> AccessibilityBus::children(const AccessibleObject& objec
     QList<AccessibleObject> result;
     if (!object.isValid())
         return result;
-    const auto answer =
-        call(_connection, {object.service, object.path}, accessible, QStringLiteral("GetChildren"));
+    const auto answer = call(_connection, {object.service, object.path}, accessible, u"GetChildren"_s);
     for (const Reference& reference : references(answer))
         result += describe(_connection, reference);
     return result;
@@ -185,8 +183,7 @@ QList<AccessibleObject> AccessibilityBus::children(const AccessibleObject& objec
 
 QStringList AccessibilityBus::names(const AccessibleObject& parent, const QString& role) const {
     QStringList result;
-    const auto answer =
-        call(_connection, {parent.service, parent.path}, accessible, QStringLiteral("GetChildren"));
+    const auto answer = call(_connection, {parent.service, parent.path}, accessible, u"GetChildren"_s);
     for (const Reference& reference : references(answer))
         if (roleOf(_connection, reference) == role)
             result += nameOf(_connection, reference);
@@ -205,7 +202,7 @@ AccessibleObject AccessibilityBus::search(const QString& role, const QString& na
         if (seen == role && nameOf(_connection, reference) == name)
             return describe(_connection, reference);
         if (canHold(seen, role))
-            open += references(call(_connection, reference, accessible, QStringLiteral("GetChildren")));
+            open += references(call(_connection, reference, accessible, u"GetChildren"_s));
     }
     return {};
 }
