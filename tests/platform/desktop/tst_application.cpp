@@ -101,65 +101,42 @@ class TestApplication : public QObject {
     }
 
  private Q_SLOTS:
-    void wholeLife_data() {
-        QTest::addColumn<QByteArray>("ending");
-        QTest::addColumn<bool>("isClosed");
-        QTest::newRow("terminate") << QByteArray("terminate") << false;
-        QTest::newRow("the toolkit's quit") << QByteArray("quit") << false;
-        QTest::newRow("last window closed") << QByteArray("close") << true;
-        QTest::newRow("a loading thread is left behind") << QByteArray("detached") << false;
-        QTest::newRow("an exception at the start") << QByteArray("throws") << false;
-        QTest::newRow("ended before the loop") << QByteArray("early") << false;
-    }
     void wholeLife() {
-        QFETCH(const QByteArray, ending);
-        QFETCH(const bool, isClosed);
-        QProcess child;
-        start(child, ending.constData(), {u"/some/folder/"_s});
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(child.exitCode(), 0);
-        QStringList lines = linesOf(child);
-        lines.removeAll(u"will become active"_s);
-        QStringList expected{u"created"_s, u"restore state"_s, u"awake"_s, u"did finish launching"_s,
-                             u"open /some/folder"_s};
-        if (isClosed)
-            expected += u"close event"_s;
-        expected << u"save state"_s << u"will terminate"_s;
-        QCOMPARE(lines, expected);
+        for (const char* ending : {"terminate", "quit", "close", "detached", "throws", "early"}) {
+            QProcess child;
+            start(child, ending, {u"/some/folder/"_s});
+            QVERIFY2(child.waitForFinished(), ending);
+            QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(child.exitCode(), 0);
+            QStringList lines = linesOf(child);
+            lines.removeAll(u"will become active"_s);
+            QStringList expected{u"created"_s, u"restore state"_s, u"awake"_s, u"did finish launching"_s,
+                                 u"open /some/folder"_s};
+            if (ending == QByteArray("close"))
+                expected += u"close event"_s;
+            expected << u"save state"_s << u"will terminate"_s;
+            QVERIFY2(lines == expected, qPrintable(QLatin1String(ending) + u": "_s + lines.join(u", "_s)));
+        }
     }
 
-    /// The program is told once of coming to the front, after it has opened its folder.
-    void activation() {
-        QProcess child;
-        start(child, "signal");
-        QByteArray output;
-        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("will become active"));
-        QVERIFY(output.indexOf("open ") < output.indexOf("will become active"));
-        QCOMPARE(output.count("will become active"), 1);
-        child.terminate();
-        QVERIFY(child.waitForFinished());
-    }
-
-    void signalsEndItOnce_data() {
-        QTest::addColumn<int>("signal");
-        QTest::newRow("SIGTERM") << SIGTERM;
-        QTest::newRow("SIGINT") << SIGINT;
-        QTest::newRow("SIGHUP") << SIGHUP;
-    }
+    /// It is told once of coming to the front, after it has opened its folder, and once of its end.
     void signalsEndItOnce() {
-        QFETCH(const int, signal);
-        QProcess child;
-        start(child, "signal");
-        QByteArray output;
-        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
-        ::kill(static_cast<pid_t>(child.processId()), signal);
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(child.exitCode(), 0);
-        output += child.readAllStandardOutput();
-        QCOMPARE(output.count("will terminate"), 1);
-        QVERIFY(!output.contains("close event"));
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+            QProcess child;
+            start(child, "signal");
+            QByteArray output;
+            QTRY_VERIFY((output += child.readAllStandardOutput()).contains("will become active"));
+            QVERIFY(output.indexOf("open ") < output.indexOf("will become active"));
+            QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
+            ::kill(static_cast<pid_t>(child.processId()), signal);
+            QVERIFY(child.waitForFinished());
+            QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(child.exitCode(), 0);
+            output += child.readAllStandardOutput();
+            QCOMPARE(output.count("will become active"), 1);
+            QCOMPARE(output.count("will terminate"), 1);
+            QVERIFY(!output.contains("close event"));
+        }
     }
 
     void aSecondStartRaisesTheFirst() {
