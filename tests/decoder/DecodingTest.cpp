@@ -83,47 +83,39 @@ class DecodingTest : public QObject {
         QVERIFY(prepare(Role::common));
     }
 
-    void formats_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp", "ppm", "gif", "ico"})
-            QTest::newRow(format) << fileOfFormat(format);
-        QTest::newRow("pgm of one row, as text") << QByteArray("P2 # grey\n2 1 255\n0 255\n");
-    }
     void formats() {
-        QFETCH(QByteArray, bytes);
-        const QImage image = imageOf(decoded(bytes));
-        QVERIFY(!image.isNull());
-        QVERIFY(image.format() == QImage::Format_RGB32 ||
-                image.format() == QImage::Format_ARGB32_Premultiplied);
-        if (bytes.startsWith("P2"))
-            QCOMPARE(image.pixel(1, 0), qRgb(255, 255, 255));
-        else
+        const auto isReadyToPaint = [](const QImage& image) {
+            return image.format() == QImage::Format_RGB32 ||
+                   image.format() == QImage::Format_ARGB32_Premultiplied;
+        };
+        for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp", "ppm", "gif", "ico"}) {
+            const QImage image = imageOf(decoded(fileOfFormat(format)));
+            QVERIFY2(isReadyToPaint(image), format);
             QCOMPARE(lettersOf(image), "RGBY");
+        }
+        const QImage rowAsText = imageOf(decoded("P2 # grey\n2 1 255\n0 255\n"));
+        QVERIFY(isReadyToPaint(rowAsText));
+        QCOMPARE(rowAsText.pixel(1, 0), qRgb(255, 255, 255));
     }
 
-    void fitting_data() {
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<int>("pixelSize");
-        QTest::addColumn<QSize>("expected");
-        QTest::newRow("smaller stays") << QSize(100, 60) << 128 << QSize(100, 60);
-        QTest::newRow("as large stays") << QSize(128, 60) << 128 << QSize(128, 60);
-        QTest::newRow("one pixel more") << QSize(129, 60) << 128 << QSize(128, 60);
-        QTest::newRow("wide") << QSize(1000, 500) << 256 << QSize(256, 128);
-        QTest::newRow("high") << QSize(500, 1000) << 256 << QSize(128, 256);
-        QTest::newRow("a line") << QSize(3000, 1) << 100 << QSize(100, 1);
-        QTest::newRow("to one pixel") << QSize(300, 200) << 1 << QSize(1, 1);
-    }
     void fitting() {
-        QFETCH(QSize, size);
-        QFETCH(int, pixelSize);
-        QFETCH(QSize, expected);
-        for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp"}) {
-            const Result result = decoded(written(quadrants(size), format), pixelSize);
-            QCOMPARE(imageOf(result).size(), expected);
-            QCOMPARE(fullSizeOf(result), size);
-            if (expected.height() > 2)
-                QCOMPARE(lettersOf(imageOf(result)), "RGBY");
-        }
+        struct Case {
+            QSize size;
+            int pixelSize;
+            QSize expected;
+        };
+        for (const auto& [size, pixelSize, expected] :
+             {Case{{100, 60}, 128, {100, 60}}, Case{{128, 60}, 128, {128, 60}},
+              Case{{129, 60}, 128, {128, 60}}, Case{{1000, 500}, 256, {256, 128}},
+              Case{{500, 1000}, 256, {128, 256}}, Case{{3000, 1}, 100, {100, 1}},
+              Case{{300, 200}, 1, {1, 1}}})
+            for (const char* format : {"jpeg", "png", "webp", "tiff", "bmp"}) {
+                const Result result = decoded(written(quadrants(size), format), pixelSize);
+                QCOMPARE(imageOf(result).size(), expected);
+                QCOMPARE(fullSizeOf(result), size);
+                if (expected.height() > 2)
+                    QCOMPARE(lettersOf(imageOf(result)), "RGBY");
+            }
     }
 
     void orientations_data() {

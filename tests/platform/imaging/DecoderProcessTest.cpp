@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decoder/TestPictures.h"
 #include "platform/FileAccess.h"
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestHome.h"
@@ -32,6 +31,17 @@ QStringList openDescriptors() {
 
 bool hasChild() {
     return ::waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+/// A 64 × 48 picture: red, green / blue, yellow.
+bool isQuadrants(const QImage& image) {
+    const auto near = [&](int x, int y, QColor colour) {
+        const QColor found = image.pixelColor(image.width() * x / 4, image.height() * y / 4);
+        return std::abs(found.red() - colour.red()) < 12 && std::abs(found.green() - colour.green()) < 12 &&
+               std::abs(found.blue() - colour.blue()) < 12;
+    };
+    return near(1, 1, QColor(220, 30, 30)) && near(3, 1, QColor(30, 200, 30)) &&
+           near(1, 3, QColor(30, 30, 220)) && near(3, 3, QColor(240, 240, 40));
 }
 
 DecodeResult decode(DecoderProcess& process, int descriptor, int pixelSize) {
@@ -180,7 +190,7 @@ class DecoderProcessTest : public QObject {
             const auto& picture = std::get<DecodedPicture>(result);
             QCOMPARE(picture.image.size(), expected);
             QCOMPARE(picture.fullSize, QSize(64, 48));
-            QCOMPARE(testPictures::lettersOf(picture.image), "RGBY");
+            QVERIFY(isQuadrants(picture.image));
         }
         QCOMPARE(process.processId(), before);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/ThumbnailQueue.h"
 
+#include "decoder/TestPictures.h"
 #include "platform/FileAccess.h"
 #include "platform/imaging/ThumbnailStore.h"
 #include "platform/PathBytes.h"
@@ -10,10 +11,8 @@
 #include <unistd.h>
 #include <csignal>
 
-#include <QBuffer>
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QImage>
 #include <QMimeDatabase>
 #include <QRandomGenerator>
 #include <QSignalSpy>
@@ -22,6 +21,7 @@
 
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using namespace platform;
 using State = Thumbnail::State;
 
@@ -39,38 +39,15 @@ QImage noise(QSize size, QColor colour) {
     return image;
 }
 
-QByteArray encoded(const QImage& image, const char* format) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    image.save(&buffer, format, 90);
-    return bytes;
-}
-
 QByteArray jpeg(const QImage& image) {
-    return encoded(image, "jpeg");
-}
-
-/// The JPEG with a small one inside, as cameras write it (EXIF 2.3, 4.5: IFD0 of one entry, IFD1 with the
-/// offset and length of the thumbnail).
-QByteArray withPreview(const QByteArray& picture, const QByteArray& preview) {
-    const auto hex = [](qsizetype number, int digits) {
-        return QByteArray::number(number, 16).rightJustified(digits, '0');
-    };
-    const QByteArray body = QByteArray::fromHex(
-                                "457869660000 4d4d002a00000008 0001 0100000400000001 00000001"
-                                "0000001a 0002 0201000400000001 00000038 0202000400000001" +
-                                hex(preview.size(), 8) + "00000000") +
-                            preview;
-    return picture.first(2) + QByteArray::fromHex("ffe1" + hex(body.size() + 2, 4)) + body +
-           picture.sliced(2);
+    return testPictures::written(image, "jpeg", 90);
 }
 
 /// The decoders and all other children of this process, also those that have ended and were not waited for.
 std::vector<int> childProcesses() {
     std::vector<int> children;
-    for (const QString& thread :
-         QDir(QStringLiteral("/proc/self/task")).entryList({QStringLiteral("[0-9]*")})) {
-        QFile file(QStringLiteral("/proc/self/task/%1/children").arg(thread));
+    for (const QString& thread : QDir(u"/proc/self/task"_s).entryList({u"[0-9]*"_s})) {
+        QFile file(u"/proc/self/task/%1/children"_s.arg(thread));
         if (file.open(QIODevice::ReadOnly))
             for (const QByteArray& child : file.readAll().simplified().split(' '))
                 if (!child.isEmpty())
@@ -86,7 +63,7 @@ void signalChildren(int signal) {
 
 QStringList openFiles(int process) {
     QStringList files;
-    const QDir folder(QStringLiteral("/proc/%1/fd").arg(process));
+    const QDir folder(u"/proc/%1/fd"_s.arg(process));
     for (const QFileInfo& info : folder.entryInfoList(QDir::Files | QDir::System))
         files += info.symLinkTarget();
     return files;
@@ -99,21 +76,219 @@ class ThumbnailQueueTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void answersByContent_data();
-    void answersByContent();
-    void visibleComeFirst();
-    void replacedWishesAreDropped();
-    void previewComesBeforeThePicture();
-    void looksIntoTheStoreFirst();
-    void withoutDecoder();
-    void olderStaysUntilTheNewer();
-    void memoryIsBounded();
-    void killedDecoderCostsNothing();
-    void endsWhileDecodersHang();
-    void releasesFiles();
+    void initTestCase() {
+        QMimeDatabase().mimeTypeForName(u"image/png"_s);  // keeps its index open for good
+    }
+
+    void init() {
+        _folder = std::make_unique<QTemporaryDir>();
+        ThumbnailQueue::setDecoderProgram(kDecoder);
+        QDir(ThumbnailStore::defaultFolder()).removeRecursively();
+        _openBefore = openFiles(::getpid());
+    }
+
+    void cleanup() {
+        QThreadPool::globalInstance()->waitForDone();  // the toolkit scales images there
+        QCOMPARE(childProcesses().size(), 0U);
+        QCOMPARE(openFiles(::getpid()).size(), _openBefore.size());
+    }
+
+    void answersByContent_data() {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QSize>("size");
+        const QByteArray png = testPictures::written(noise({300, 300}, Qt::blue), "png");
+        QTest::newRow("large picture")
+            << jpeg(noise({800, 400}, Qt::red)) << State::complete << QSize(200, 100);
+        QTest::newRow("small picture") << jpeg(noise({40, 80}, Qt::red)) << State::complete << QSize(40, 80);
+        QTest::newRow("half a picture") << png.first(png.size() / 2) << State::failed << QSize(0, 0);
+        QTest::newRow("text") << QByteArray("no picture at all, but a text") << State::notImage
+                              << QSize(0, 0);
+        QTest::newRow("empty") << QByteArray() << State::notImage << QSize(0, 0);
+        QTest::newRow("FIFO") << QByteArray("FIFO") << State::notImage << QSize(0, 0);
+        QTest::newRow("absent") << QByteArray("absent") << State::notImage << QSize(0, 0);
+    }
+    void answersByContent() {
+        QFETCH(const QByteArray, content);
+        const QString path = write(u"file"_s, content);
+        if (content == "FIFO" || content == "absent")
+            QVERIFY(QFile::remove(path));
+        if (content == "FIFO")
+            ::mkfifo(bytesFromPath(path).constData(), 0600);
+        ThumbnailQueue queue;
+        record(queue);
+        QCOMPARE(queue.thumbnail(path).state, State::unknown);
+        queue.setWanted({{path, 200}}, {});
+        QTRY_COMPARE(_reports.size(), 1U);
+        const Thumbnail thumbnail = queue.thumbnail(path);
+        QTEST(thumbnail.state, "state");
+        QTEST(thumbnail.image.size(), "size");
+        QCOMPARE(thumbnail.failure.isEmpty(), thumbnail.state != State::failed);
+        const auto uri = fileUriFromPath(path);
+        QTRY_COMPARE(QFile::exists(ThumbnailStore().failurePath(uri)), thumbnail.state == State::failed);
+    }
+
+    void visibleComeFirst() {
+        const auto requests = writeMany(40);
+        const std::vector<ThumbnailRequest> near(requests.begin(), requests.begin() + 30);
+        const std::vector<ThumbnailRequest> visible(requests.rbegin(), requests.rbegin() + 10);
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted(visible, near);
+        QTRY_COMPARE(_reports.size(), 40U);
+        const auto place = [&](const auto& report) {
+            return std::find(visible.begin(), visible.end(), ThumbnailRequest{report.first, 256}) -
+                   visible.begin();
+        };
+        constexpr int mostWorkers = 4;
+        QVERIFY2(place(_reports[0]) < mostWorkers, "the most urgent are begun first");
+        const auto early = std::count_if(_reports.begin(), _reports.begin() + 10,
+                                         [&](const auto& report) { return place(report) < 10; });
+        QVERIFY2(early > 10 - mostWorkers, "only what the other workers are at can be overtaken");
+    }
+
+    void replacedWishesAreDropped() {
+        const auto requests = writeMany(200);
+        const QString last = write(u"last.jpg"_s, jpeg(noise({300, 300}, Qt::green)));
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted(requests, {});
+        queue.setWanted({{last, 256}}, {});
+        QTRY_COMPARE(_reports.size(), 1U);
+        QCOMPARE(_reports[0].first, last);
+        const auto made = std::count_if(requests.begin(), requests.end(), [&](const auto& request) {
+            return queue.thumbnail(request.path).state != State::unknown;
+        });
+        QVERIFY2(made <= 20, qPrintable(u"%1 were made for nothing"_s.arg(made)));
+    }
+
+    void previewComesBeforeThePicture() {
+        const QImage preview = noise({160, 90}, Qt::green);
+        const QString path = write(
+            u"camera.jpg"_s, testPictures::withExifInJpeg(jpeg(noise({800, 450}, Qt::red).scaled(4800, 2700)),
+                                                          testPictures::exifBlock(1, jpeg(preview))));
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted({{path, 256}}, {});
+        QTRY_COMPARE(_reports.size(), 2U);
+        QCOMPARE(_reports[0].second.state, State::preview);
+        QCOMPARE(_reports[0].second.image.size(), QSize(160, 90));
+        QCOMPARE(_reports[1].second.state, State::complete);
+        QCOMPARE(_reports[1].second.image.size(), QSize(256, 144));
+    }
+
+    void looksIntoTheStoreFirst() {
+        const QString good = write(u"good.jpg"_s, jpeg(noise({1600, 900}, Qt::red)));
+        const QString bad = write(u"bad.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
+        const ThumbnailStore store;
+        const QString stored = store.thumbnailPath(fileUriFromPath(good), 256);
+        auto queue = std::make_unique<ThumbnailQueue>();
+        queue->setWanted({{good, 200}}, {});
+        QTRY_COMPARE(QImage(stored).size(), QSize(256, 144));
+
+        QImage other(256, 144, QImage::Format_RGB32);
+        other.fill(Qt::yellow);
+        QVERIFY(store.save(*store.originalOf(good, openRegularFile(good).get()), 256, other, {1600, 900}));
+        QVERIFY(store.saveFailure(*store.originalOf(bad, openRegularFile(bad).get()), u"why"_s));
+        queue = std::make_unique<ThumbnailQueue>();
+        record(*queue);
+        queue->setWanted({{good, 200}, {bad, 200}}, {});
+        QTRY_COMPARE(_reports.size(), 2U);
+        QCOMPARE(queue->thumbnail(good).image.size(), QSize(200, 112));
+        QCOMPARE(queue->thumbnail(good).image.pixelColor(100, 50), QColor(Qt::yellow));
+        QCOMPARE(queue->thumbnail(bad).failure, u"why"_s);
+    }
+
+    void withoutDecoder() {
+        ThumbnailQueue::setDecoderProgram(u"/absent"_s);
+        const QString path = write(u"good.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
+        ThumbnailQueue queue;
+        queue.setWanted({{path, 200}}, {});
+        QTRY_COMPARE(queue.thumbnail(path).state, State::failed);
+        QVERIFY(!queue.thumbnail(path).failure.isEmpty());
+        QVERIFY(!QFile::exists(ThumbnailStore().failurePath(fileUriFromPath(path))));
+    }
+
+    void olderStaysUntilTheNewer() {
+        const QString same = write(u"same.jpg"_s, jpeg(noise({800, 400}, Qt::red)));
+        const QString path = write(u"changed.jpg"_s, jpeg(noise({800, 400}, Qt::red)));
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted({{same, 300}, {path, 100}}, {});
+        QTRY_COMPARE(_reports.size(), 2U);
+        queue.setWanted({{same, 300}, {path, 300}}, {});
+        QCOMPARE(queue.thumbnail(path).image.width(), 100);
+        QTRY_COMPARE(_reports.size(), 3U);
+        QCOMPARE(queue.thumbnail(path).image.width(), 300);
+
+        write(u"changed.jpg"_s, jpeg(noise({800, 400}, Qt::blue)));
+        queue.setWanted({{same, 300}, {path, 300}}, {}, true);
+        QVERIFY(queue.thumbnail(path).image.pixelColor(50, 50).red() > 100);
+        QTRY_COMPARE(_reports.size(), 4U);
+        QVERIFY(queue.thumbnail(path).image.pixelColor(50, 50).blue() > 100);
+        QCOMPARE(std::count_if(_reports.begin(), _reports.end(), [&](auto& it) { return it.first == same; }),
+                 1);
+    }
+
+    void memoryIsBounded() {
+        constexpr std::size_t limit = 1'500'000;  // bytes: seven thumbnails of 256 by 192
+        const auto requests = writeMany(30);
+        const std::vector<ThumbnailRequest> visible(requests.begin(), requests.begin() + 5);
+        const std::vector<ThumbnailRequest> near(requests.begin() + 5, requests.end());
+        ThumbnailQueue queue;
+        queue.setMemoryLimit(limit);
+        record(queue);
+        std::size_t most = 0;
+        connect(&queue, &ThumbnailQueue::thumbnailChanged, this,
+                [&] { most = std::max(most, queue.memoryUse()); });
+        queue.setWanted(visible, near);
+        QTRY_COMPARE(_reports.size(), 30U);
+        QVERIFY(most > limit / 2 && most <= limit);
+        for (const auto& request : visible)
+            QCOMPARE(queue.thumbnail(request.path).state, State::complete);
+        queue.setMemoryLimit(0);
+        QCOMPARE(queue.memoryUse(), 0U);
+    }
+
+    void endsWhileDecodersHang() {
+        const auto requests = writeMany(30);
+        auto queue = std::make_unique<ThumbnailQueue>();
+        record(*queue);
+        queue->setWanted(requests, {});
+        QTRY_VERIFY(!_reports.empty());
+        signalChildren(SIGSTOP);
+        QElapsedTimer time;
+        time.start();
+        queue.reset();
+        QVERIFY2(time.elapsed() < 500, qPrintable(QString::number(time.elapsed())));
+    }
+
+    void releasesFiles() {
+        const QString elsewhere = write(u"elsewhere.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted({{elsewhere, 200}}, {});
+        QTRY_COMPARE(_reports.size(), 1U);
+        QVERIFY(QDir(_folder->path()).mkdir(u"volume"_s));
+        const QString path = write(u"volume/a.jpg"_s, jpeg(noise({900, 600}, Qt::red)));
+        signalChildren(SIGSTOP);
+        queue.setWanted({{path, 200}}, {});
+        const auto isOpen = [&] {
+            auto processes = childProcesses();
+            processes.push_back(::getpid());
+            return std::any_of(processes.begin(), processes.end(),
+                               [&](int process) { return openFiles(process).contains(path); });
+        };
+        QTRY_VERIFY(isOpen());
+        queue.releaseFilesBelow(_folder->filePath(u"vol"_s));
+        QVERIFY2(isOpen(), "another folder");
+        queue.releaseFilesBelow(_folder->filePath(u"volume"_s));
+        QVERIFY(!isOpen());
+        signalChildren(SIGCONT);
+        queue.setWanted({{elsewhere, 100}}, {});
+        QTRY_COMPARE(_reports.size(), 2U);
+        QCOMPARE(queue.thumbnail(path).state, State::unknown);
+    }
 
  private:
     QString write(const QString& name, const QByteArray& content) {
@@ -130,7 +305,7 @@ class ThumbnailQueueTest : public QObject {
         const QByteArray picture = jpeg(noise({400, 300}, Qt::red));
         std::vector<ThumbnailRequest> requests;
         for (int i = 0; i < count; ++i)
-            requests.push_back({write(QStringLiteral("many-%1.jpg").arg(i), picture), 256});
+            requests.push_back({write(u"many-%1.jpg"_s.arg(i), picture), 256});
         return requests;
     }
     /// Every state the grid is told of, in order.
@@ -145,235 +320,6 @@ class ThumbnailQueueTest : public QObject {
     qint64 _age = 0;
     QStringList _openBefore;
 };
-
-void ThumbnailQueueTest::initTestCase() {
-    QMimeDatabase().mimeTypeForName(QStringLiteral("image/png"));  // keeps its index open for good
-}
-
-void ThumbnailQueueTest::init() {
-    _folder = std::make_unique<QTemporaryDir>();
-    ThumbnailQueue::setDecoderProgram(kDecoder);
-    QDir(ThumbnailStore::defaultFolder()).removeRecursively();
-    _openBefore = openFiles(::getpid());
-}
-
-void ThumbnailQueueTest::cleanup() {
-    QThreadPool::globalInstance()->waitForDone();  // the toolkit scales images there
-    QCOMPARE(childProcesses().size(), 0U);
-    QCOMPARE(openFiles(::getpid()).size(), _openBefore.size());
-}
-
-void ThumbnailQueueTest::answersByContent_data() {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QSize>("size");
-    const QByteArray png = encoded(noise({300, 300}, Qt::blue), "png");
-    QTest::newRow("large picture") << jpeg(noise({800, 400}, Qt::red)) << State::complete << QSize(200, 100);
-    QTest::newRow("small picture") << jpeg(noise({40, 80}, Qt::red)) << State::complete << QSize(40, 80);
-    QTest::newRow("half a picture") << png.first(png.size() / 2) << State::failed << QSize(0, 0);
-    QTest::newRow("text") << QByteArray("no picture at all, but a text") << State::notImage << QSize(0, 0);
-    QTest::newRow("empty") << QByteArray() << State::notImage << QSize(0, 0);
-    QTest::newRow("FIFO") << QByteArray("FIFO") << State::notImage << QSize(0, 0);
-    QTest::newRow("absent") << QByteArray("absent") << State::notImage << QSize(0, 0);
-}
-
-void ThumbnailQueueTest::answersByContent() {
-    QFETCH(const QByteArray, content);
-    const QString path = write(QStringLiteral("file"), content);
-    if (content == "FIFO" || content == "absent")
-        QVERIFY(QFile::remove(path));
-    if (content == "FIFO")
-        ::mkfifo(bytesFromPath(path).constData(), 0600);
-    ThumbnailQueue queue;
-    record(queue);
-    QCOMPARE(queue.thumbnail(path).state, State::unknown);
-    queue.setWanted({{path, 200}}, {});
-    QTRY_COMPARE(_reports.size(), 1U);
-    const Thumbnail thumbnail = queue.thumbnail(path);
-    QTEST(thumbnail.state, "state");
-    QTEST(thumbnail.image.size(), "size");
-    QCOMPARE(thumbnail.failure.isEmpty(), thumbnail.state != State::failed);
-    const auto uri = fileUriFromPath(path);
-    QTRY_COMPARE(QFile::exists(ThumbnailStore().failurePath(uri)), thumbnail.state == State::failed);
-}
-
-void ThumbnailQueueTest::visibleComeFirst() {
-    const auto requests = writeMany(40);
-    const std::vector<ThumbnailRequest> near(requests.begin(), requests.begin() + 30);
-    const std::vector<ThumbnailRequest> visible(requests.rbegin(), requests.rbegin() + 10);
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted(visible, near);
-    QTRY_COMPARE(_reports.size(), 40U);
-    const auto place = [&](const auto& report) {
-        return std::find(visible.begin(), visible.end(), ThumbnailRequest{report.first, 256}) -
-               visible.begin();
-    };
-    constexpr int mostWorkers = 4;
-    QVERIFY2(place(_reports[0]) < mostWorkers, "the most urgent are begun first");
-    const auto early = std::count_if(_reports.begin(), _reports.begin() + 10,
-                                     [&](const auto& report) { return place(report) < 10; });
-    QVERIFY2(early > 10 - mostWorkers, "only what the other workers are at can be overtaken");
-}
-
-void ThumbnailQueueTest::replacedWishesAreDropped() {
-    const auto requests = writeMany(200);
-    const QString last = write(QStringLiteral("last.jpg"), jpeg(noise({300, 300}, Qt::green)));
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted(requests, {});
-    queue.setWanted({{last, 256}}, {});
-    QTRY_COMPARE(_reports.size(), 1U);
-    QCOMPARE(_reports[0].first, last);
-    const auto made = std::count_if(requests.begin(), requests.end(), [&](const auto& request) {
-        return queue.thumbnail(request.path).state != State::unknown;
-    });
-    QVERIFY2(made <= 20, qPrintable(QStringLiteral("%1 were made for nothing").arg(made)));
-}
-
-void ThumbnailQueueTest::previewComesBeforeThePicture() {
-    const QImage preview = noise({160, 90}, Qt::green);
-    const QString path =
-        write(QStringLiteral("camera.jpg"),
-              withPreview(jpeg(noise({800, 450}, Qt::red).scaled(4800, 2700)), jpeg(preview)));
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted({{path, 256}}, {});
-    QTRY_COMPARE(_reports.size(), 2U);
-    QCOMPARE(_reports[0].second.state, State::preview);
-    QCOMPARE(_reports[0].second.image.size(), QSize(160, 90));
-    QCOMPARE(_reports[1].second.state, State::complete);
-    QCOMPARE(_reports[1].second.image.size(), QSize(256, 144));
-}
-
-void ThumbnailQueueTest::looksIntoTheStoreFirst() {
-    const QString good = write(QStringLiteral("good.jpg"), jpeg(noise({1600, 900}, Qt::red)));
-    const QString bad = write(QStringLiteral("bad.jpg"), jpeg(noise({300, 200}, Qt::red)));
-    const ThumbnailStore store;
-    const QString stored = store.thumbnailPath(fileUriFromPath(good), 256);
-    auto queue = std::make_unique<ThumbnailQueue>();
-    queue->setWanted({{good, 200}}, {});
-    QTRY_COMPARE(QImage(stored).size(), QSize(256, 144));
-
-    QImage other(256, 144, QImage::Format_RGB32);
-    other.fill(Qt::yellow);
-    QVERIFY(store.save(*store.originalOf(good, openRegularFile(good).get()), 256, other, {1600, 900}));
-    QVERIFY(store.saveFailure(*store.originalOf(bad, openRegularFile(bad).get()), QStringLiteral("why")));
-    queue = std::make_unique<ThumbnailQueue>();
-    record(*queue);
-    queue->setWanted({{good, 200}, {bad, 200}}, {});
-    QTRY_COMPARE(_reports.size(), 2U);
-    QCOMPARE(queue->thumbnail(good).image.size(), QSize(200, 112));
-    QCOMPARE(queue->thumbnail(good).image.pixelColor(100, 50), QColor(Qt::yellow));
-    QCOMPARE(queue->thumbnail(bad).failure, QStringLiteral("why"));
-}
-
-void ThumbnailQueueTest::withoutDecoder() {
-    ThumbnailQueue::setDecoderProgram(QStringLiteral("/absent"));
-    const QString path = write(QStringLiteral("good.jpg"), jpeg(noise({300, 200}, Qt::red)));
-    ThumbnailQueue queue;
-    queue.setWanted({{path, 200}}, {});
-    QTRY_COMPARE(queue.thumbnail(path).state, State::failed);
-    QVERIFY(!queue.thumbnail(path).failure.isEmpty());
-    QVERIFY(!QFile::exists(ThumbnailStore().failurePath(fileUriFromPath(path))));
-}
-
-void ThumbnailQueueTest::olderStaysUntilTheNewer() {
-    const QString same = write(QStringLiteral("same.jpg"), jpeg(noise({800, 400}, Qt::red)));
-    const QString path = write(QStringLiteral("changed.jpg"), jpeg(noise({800, 400}, Qt::red)));
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted({{same, 300}, {path, 100}}, {});
-    QTRY_COMPARE(_reports.size(), 2U);
-    queue.setWanted({{same, 300}, {path, 300}}, {});
-    QCOMPARE(queue.thumbnail(path).image.width(), 100);
-    QTRY_COMPARE(_reports.size(), 3U);
-    QCOMPARE(queue.thumbnail(path).image.width(), 300);
-
-    write(QStringLiteral("changed.jpg"), jpeg(noise({800, 400}, Qt::blue)));
-    queue.setWanted({{same, 300}, {path, 300}}, {}, true);
-    QVERIFY(queue.thumbnail(path).image.pixelColor(50, 50).red() > 100);
-    QTRY_COMPARE(_reports.size(), 4U);
-    QVERIFY(queue.thumbnail(path).image.pixelColor(50, 50).blue() > 100);
-    QCOMPARE(std::count_if(_reports.begin(), _reports.end(), [&](auto& it) { return it.first == same; }), 1);
-}
-
-void ThumbnailQueueTest::memoryIsBounded() {
-    constexpr std::size_t limit = 1'500'000;  // bytes: seven thumbnails of 256 by 192
-    const auto requests = writeMany(30);
-    const std::vector<ThumbnailRequest> visible(requests.begin(), requests.begin() + 5);
-    const std::vector<ThumbnailRequest> near(requests.begin() + 5, requests.end());
-    ThumbnailQueue queue;
-    queue.setMemoryLimit(limit);
-    record(queue);
-    std::size_t most = 0;
-    connect(&queue, &ThumbnailQueue::thumbnailChanged, this,
-            [&] { most = std::max(most, queue.memoryUse()); });
-    queue.setWanted(visible, near);
-    QTRY_COMPARE(_reports.size(), 30U);
-    QVERIFY(most > limit / 2 && most <= limit);
-    for (const auto& request : visible)
-        QCOMPARE(queue.thumbnail(request.path).state, State::complete);
-    queue.setMemoryLimit(0);
-    QCOMPARE(queue.memoryUse(), 0U);
-}
-
-void ThumbnailQueueTest::killedDecoderCostsNothing() {
-    const auto requests = writeMany(41);
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted({requests[0]}, {});
-    QTRY_COMPARE(_reports.size(), 1U);
-    const std::vector<int> decoders = childProcesses();
-    QCOMPARE(decoders.size(), 1U);
-    ::kill(decoders[0], SIGSTOP);
-    queue.setWanted(requests, {});
-    QTRY_COMPARE(_reports.size(), 40U);
-    ::kill(decoders[0], SIGKILL);
-    QTRY_COMPARE(_reports.size(), 41U);
-    for (const auto& request : requests)
-        QCOMPARE(queue.thumbnail(request.path).state, State::complete);
-}
-
-void ThumbnailQueueTest::endsWhileDecodersHang() {
-    const auto requests = writeMany(30);
-    auto queue = std::make_unique<ThumbnailQueue>();
-    record(*queue);
-    queue->setWanted(requests, {});
-    QTRY_VERIFY(!_reports.empty());
-    signalChildren(SIGSTOP);
-    QElapsedTimer time;
-    time.start();
-    queue.reset();
-    QVERIFY2(time.elapsed() < 500, qPrintable(QString::number(time.elapsed())));
-}
-
-void ThumbnailQueueTest::releasesFiles() {
-    const QString elsewhere = write(QStringLiteral("elsewhere.jpg"), jpeg(noise({300, 200}, Qt::red)));
-    ThumbnailQueue queue;
-    record(queue);
-    queue.setWanted({{elsewhere, 200}}, {});
-    QTRY_COMPARE(_reports.size(), 1U);
-    QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("volume")));
-    const QString path = write(QStringLiteral("volume/a.jpg"), jpeg(noise({900, 600}, Qt::red)));
-    signalChildren(SIGSTOP);
-    queue.setWanted({{path, 200}}, {});
-    const auto isOpen = [&] {
-        auto processes = childProcesses();
-        processes.push_back(::getpid());
-        return std::any_of(processes.begin(), processes.end(),
-                           [&](int process) { return openFiles(process).contains(path); });
-    };
-    QTRY_VERIFY(isOpen());
-    queue.releaseFilesBelow(_folder->filePath(QStringLiteral("vol")));
-    QVERIFY2(isOpen(), "another folder");
-    queue.releaseFilesBelow(_folder->filePath(QStringLiteral("volume")));
-    QVERIFY(!isOpen());
-    signalChildren(SIGCONT);
-    queue.setWanted({{elsewhere, 100}}, {});
-    QTRY_COMPARE(_reports.size(), 2U);
-    QCOMPARE(queue.thumbnail(path).state, State::unknown);
-}
 
 TAVLIN_TEST_MAIN(QCoreApplication, ThumbnailQueueTest)
 #include "ThumbnailQueueTest.moc"
