@@ -114,18 +114,6 @@ class PreferencesWindowTest : public QObject {
         QCOMPARE(savedValues()[4], -1);
     }
 
-    /// What holds for one run only is gone after the next load.
-    void choicesOutliveTheRunByTheStoresRules() {
-        open();
-        for (QAbstractButton* box : _controller->window()->findChildren<QAbstractButton*>(
-                 QRegularExpression(u"Checkbox$|DateButton$"_s)))
-            box->click();
-        QCOMPARE(savedValues(), QList({1, 1, 0, 1, 1, 1, 0, 1}));
-        delete std::exchange(appGlobals, PreferencesDictionary::dictionary());
-        appGlobals->load();
-        QCOMPARE(storeValues(), QList({1, 1, 0, 1, 1, 0, 0, 0}));
-    }
-
     void logsItsLife() {
         appGlobals->setObjectForKey(true, Keys::debugLogging);
         LogLines log;
