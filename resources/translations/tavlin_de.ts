@@ -10,6 +10,9 @@
     <message id="AboutWindowWindowTitle"><source></source><translation>Über Tavlin</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>Das Laufwerk „%@“ ist jetzt da.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>Das Laufwerk „%@“ wurde entfernt.</translation></message>
+    <message id="ImageWindowBrokenPicture"><source></source><translation>Dieses Bild kann nicht gezeigt werden</translation></message>
+    <message id="ImageWindowMetadataName"><source></source><translation>Metadaten</translation></message>
+    <message id="ImageWindowPictureName"><source></source><translation>Bild</translation></message>
     <message id="MainMenuAbout"><source></source><translation>Ü&amp;ber Tavlin</translation></message>
     <message id="MainMenuEdit"><source></source><translation>&amp;Bearbeiten</translation></message>
     <message id="MainMenuFile"><source></source><translation>&amp;Datei</translation></message>

@@ -10,6 +10,9 @@
     <message id="AboutWindowWindowTitle"><source></source><translation>About Tavlin</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>The volume “%@” is there now.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>The volume “%@” was removed.</translation></message>
+    <message id="ImageWindowBrokenPicture"><source></source><translation>This picture cannot be shown</translation></message>
+    <message id="ImageWindowMetadataName"><source></source><translation>Metadata</translation></message>
+    <message id="ImageWindowPictureName"><source></source><translation>Picture</translation></message>
     <message id="MainMenuAbout"><source></source><translation>&amp;About Tavlin</translation></message>
     <message id="MainMenuEdit"><source></source><translation>&amp;Edit</translation></message>
     <message id="MainMenuFile"><source></source><translation>&amp;File</translation></message>

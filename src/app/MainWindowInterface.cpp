@@ -8,12 +8,14 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/FolderReader.h"
 #include "platform/Guard.h"
+#include "platform/imaging/DecodeThreads.h"
 #include "platform/PathBytes.h"
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
 #include "platform/views/TableView.h"
 #include "settings/TavlinPreferencesWindowController.h"
 #include "ui/TavlinAboutWindowController.h"
+#include "viewer/ImageWindowController.h"
 
 #include <QDir>
 #include <QLoggingCategory>
@@ -37,33 +39,28 @@ QString firstFolder() {
     return mayBeFolder(pictures) ? pictures : QDir::homePath();
 }
 
-/// Names the windows that the menus open, before the menus are made.
+/// Names the windows that the program opens, before the menus are made.
 void addInterfaceDescriptions() {
     using platform::WindowRequest;
     auto& descriptions = platform::InterfaceDescriptions::shared();
     descriptions.add(QStringLiteral("PreferencesWindow"), [](const WindowRequest& request) {
         return std::make_unique<TavlinPreferencesWindowController>(request.windowNibName);
     });
+    descriptions.add(QStringLiteral("ImageWindow"), [](const WindowRequest& request) {
+        return std::make_unique<ImageWindowController>(request.windowNibName, request.sender,
+                                                       request.imagePath);
+    });
     descriptions.add(QStringLiteral("AboutWindow"), [](const WindowRequest& request) {
         return std::make_unique<TavlinAboutWindowController>(request.windowNibName, request.sender);
     });
 }
 
-/// Opens a window that belongs to itself alone, and lives until it is closed.
-void openImageWindow(const QString& nibName, ImageBrowserDataSource& sender, const QString& path) {
-    auto controller = platform::InterfaceDescriptions::shared().open({nibName, &sender, path});
-    if (controller == nullptr)
-        return;
-    QObject* self = controller.release();
-    QObject::connect(static_cast<platform::WindowController*>(self),
-                     &platform::WindowController::windowWillClose, self, &QObject::deleteLater);
-}
-
 }  // namespace
 
 std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
-    platform::ThumbnailQueue::setDecoderProgram(platform::Bundle::mainBundle().libexecPath() +
-                                                QStringLiteral("/tavlin-decoder"));
+    const QString decoder = platform::Bundle::mainBundle().libexecPath() + QStringLiteral("/tavlin-decoder");
+    platform::ThumbnailQueue::setDecoderProgram(decoder);
+    platform::DecodeThreads::setDecoderProgram(decoder);
     addInterfaceDescriptions();
     return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
 }
@@ -98,7 +95,8 @@ void MainWindowInterface::connectOutlets() {
     _images.setScriptsTableView(&_window.scriptsTable());
     _images.setFileBrowserOutlineView(&outline);
     _images.setFileBrowserDataSource(&_places);
-    _images.setImageWindowOpener(openImageWindow);
+    _images.setImageWindowOpener([this](const QString& nibName, ImageBrowserDataSource& sender,
+                                        const QString& path) { _imageWindows.open(nibName, sender, path); });
     grid.setDataSource(&_images);
     grid.setBrowserDelegate(&_images);
     grid.setThumbnailQueue(&_thumbnails);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/BrowserCommands.h"
+#include "app/ImageWindowOpener.h"
 #include "app/MainWindow.h"
 #include "app/TavlinAppDelegate.h"
 #include "app/WindowState.h"
@@ -47,5 +48,6 @@ class MainWindowInterface : public platform::MainInterface {
     ScriptsDataSource _scripts;
     MainWindow _window;
     BrowserCommands _commands;
+    ImageWindowOpener _imageWindows;
     QString _lastFolder;  ///< of the run before
 };
