@@ -148,7 +148,7 @@ void ImageWindowTest::theWholeWindow() {
     QCOMPARE(controller.metaDataSummary(),
              _picture + QStringLiteral("\n\n") + window->textView().toPlainText());
     QCOMPARE(window->textView().font().pointSizeF(), 9.0);
-    QTRY_COMPARE(window->imageView().geometry().pictureSize(), QSize(3000, 2000));
+    QTRY_COMPARE(window->imageView().pictureGeometry().pictureSize(), QSize(3000, 2000));
 
     LogLines log;
     appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
@@ -180,7 +180,7 @@ void ImageWindowTest::zoomsToTheExactPixels() {
     QTRY_COMPARE(view.image().size(), QSize(300, 200));
     QTest::keyClick(&view, Qt::Key_Space);
     QTRY_COMPARE(view.image().size(), QSize(3000, 2000));
-    QCOMPARE(view.geometry().scale(), 1.0);
+    QCOMPARE(view.pictureGeometry().scale(), 1.0);
     QCOMPARE(view.grab().toImage().pixelColor(150, 100), QColor(10, 200, 30));
 }
 

@@ -104,7 +104,7 @@ void ImageView::take(Step step) {
     DecodeResult result = _task->takeResult();
     _task.release()->deleteLater();  // it is the one that calls
     if (auto* picture = std::get_if<DecodedPicture>(&result)) {
-        show(step, std::move(*picture));
+        use(step, std::move(*picture));
     } else if (step == Step::preview) {
         ask(Step::fitted);
         return;
@@ -124,7 +124,7 @@ void ImageView::take(Step step) {
         askForMore();
 }
 
-void ImageView::show(Step step, DecodedPicture picture) {
+void ImageView::use(Step step, DecodedPicture picture) {
     if (step == Step::exact) {
         _exact = picture.image;
         _hasExact = true;

@@ -28,7 +28,7 @@ class ImageView : public QWidget {
     /// Forgets the picture and asks for that of this file.
     void setImageWithPath(const QString& path);
 
-    const PictureGeometry& geometry() const { return _geometry; }
+    const PictureGeometry& pictureGeometry() const { return _geometry; }
     /// The pixels at hand, as large as they have come; null before the first.
     QImage image() const { return _exact.isNull() ? _fitted : _exact; }
     bool isBroken() const { return _isBroken; }
@@ -55,7 +55,7 @@ class ImageView : public QWidget {
     void ask(Step step);
     void askForMore();
     void take(Step step);
-    void show(Step step, DecodedPicture picture);
+    void use(Step step, DecodedPicture picture);
     void geometryChanged();
     void paintBroken(QPainter& painter) const;
 

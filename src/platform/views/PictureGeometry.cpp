@@ -14,7 +14,7 @@ void PictureGeometry::setPictureSize(QSize size) {
 void PictureGeometry::setViewSize(QSize size) {
     const QPointF change = QPointF(size.width() - _viewSize.width(), size.height() - _viewSize.height()) / 2;
     _viewSize = size;
-    if (_isFitting || _scale < fitScale()) {
+    if (_isFitting || _scale <= fitScale()) {
         fit();
         return;
     }
