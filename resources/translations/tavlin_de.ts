@@ -58,5 +58,7 @@
     <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>Allgemeine An&amp;gaben (bis zum Beenden)</translation></message>
     <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC-Metadaten</translation></message>
     <message id="PreferencesWindowTitle"><source></source><translation>Einstellungen</translation></message>
+    <message id="ScriptsMenuOpenFolder"><source></source><translation>Skript&amp;ordner öffnen</translation></message>
+    <message id="ScriptsMenuRun"><source></source><translation>A&amp;usführen</translation></message>
 </context>
 </TS>

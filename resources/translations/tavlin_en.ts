@@ -58,5 +58,7 @@
     <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>&amp;General properties (until Tavlin quits)</translation></message>
     <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC metadata</translation></message>
     <message id="PreferencesWindowTitle"><source></source><translation>Preferences</translation></message>
+    <message id="ScriptsMenuOpenFolder"><source></source><translation>Open Scripts &amp;Folder</translation></message>
+    <message id="ScriptsMenuRun"><source></source><translation>&amp;Run</translation></message>
 </context>
 </TS>

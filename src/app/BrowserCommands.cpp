@@ -8,14 +8,18 @@
 #include "places/FileBrowserDataSource.h"
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/MainMenu.h"
+#include "platform/desktop/Workspace.h"
+#include "platform/Guard.h"
 #include "platform/PathBytes.h"
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
+#include "scripts/ScriptsDataSource.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QMenu>
 #include <QMenuBar>
+#include <QUrl>
 
 namespace {
 
@@ -150,6 +154,22 @@ void BrowserCommands::showGridMenu(const platform::MainMenu& menu, QPoint global
     popUp->addSeparator();
     for (const char* name : {"SelectAll", "GoToParentFolder", "Reload"})
         popUp->addAction(menu.action(QString::fromLatin1(name)));
+    popUp->popup(globalPosition);
+}
+
+void BrowserCommands::showScriptMenu(int row, QPoint globalPosition) {
+    auto* popUp = new QMenu(&_outlets.window);
+    popUp->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* run = popUp->addAction(text("ScriptsMenuRun"));
+    run->setEnabled(row >= 0);
+    connect(run, &QAction::triggered, this, [this, row] {
+        platform::guarded("running a script",
+                          [&] { _outlets.scripts.doubleClickOnRow(static_cast<std::uint32_t>(row)); });
+    });
+    connect(popUp->addAction(text("ScriptsMenuOpenFolder")), &QAction::triggered, this, [] {
+        const QByteArray address = platform::fileUriFromPath(ScriptsDataSource::scriptsFolder());
+        platform::Workspace::sharedWorkspace().openUrl(QUrl::fromEncoded(address));
+    });
     popUp->popup(globalPosition);
 }
 

@@ -8,6 +8,7 @@ class FileBrowserDataSource;
 class FileSystemItem;
 class ImageBrowserDataSource;
 class MainWindow;
+class ScriptsDataSource;
 class TavlinAppDelegate;
 
 namespace platform {
@@ -25,12 +26,15 @@ class BrowserCommands : public QObject {
         TavlinAppDelegate& delegate;
         FileBrowserDataSource& places;
         ImageBrowserDataSource& images;
+        ScriptsDataSource& scripts;
     };
 
     explicit BrowserCommands(const Outlets& outlets, QObject* parent = nullptr);
 
     void fillMenu(platform::MainMenu& menu);
     void showGridMenu(const platform::MainMenu& menu, QPoint globalPosition);
+    /// The menu of a row of the scripts table, or of the space beside the rows (-1).
+    void showScriptMenu(int row, QPoint globalPosition);
 
     void zoomIn();
     void zoomOut();

@@ -65,7 +65,7 @@ std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
     return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
 }
 
-MainWindowInterface::MainWindowInterface() : _commands({_window, _delegate, _places, _images}) {
+MainWindowInterface::MainWindowInterface() : _commands({_window, _delegate, _places, _images, _scripts}) {
     connectOutlets();
     connectZoom();
     connectStatus();
@@ -107,6 +107,8 @@ void MainWindowInterface::connectOutlets() {
     _scripts.setMainWindow(&_window);
     _scripts.setImageBrowserDataSource(&_images);
 
+    QObject::connect(&_window.scriptsTable(), &platform::TableView::contextMenuAsked, &_commands,
+                     &BrowserCommands::showScriptMenu);
     QObject::connect(&grid, &platform::ImageBrowserView::contextMenuAsked, &_commands,
                      [this](QPoint position) { _commands.showGridMenu(_menu, position); });
 }

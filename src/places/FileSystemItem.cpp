@@ -189,7 +189,7 @@ bool FileSystemItem::shouldAddEntry(const FolderEntry& entry) const {
         isHidden = true;
     }
 
-    // No folder of this desktop is a package, so the message of line 273 has no case.
+    // No folder of this desktop is a package.
     if (canBeAsked)
         logWithMethodName(childrenName, 270, u"isPackageValue: %@", false);
     else

@@ -57,8 +57,7 @@ class PropertyValue {
     QString className() const;
 
     /// The value as a person writes it: text as it is, numbers without idle digits (0.004, 2.8, 6000), arrays
-    /// as
-    /// "(a, b)", dictionaries as "{k = v; }".
+    /// as "(a, b)", dictionaries as "{k = v; }".
     QString description() const;
 
     bool isString() const { return std::holds_alternative<QString>(_value); }

@@ -7,8 +7,7 @@
 #include <optional>
 
 /// One script of the table: an unchangeable record of two texts, the file's name ("ScriptNameKey") and its
-/// full path
-/// ("ScriptURLKey", a plain path for all its name).
+/// full path ("ScriptURLKey", a plain path for all its name).
 class ScriptEntry {
  public:
     ScriptEntry(QString name, QString path) : _name(std::move(name)), _path(std::move(path)) {}

@@ -32,7 +32,7 @@ std::vector<platform::PropertyValue> propertyValues(const QStringList& texts) {
     return {texts.begin(), texts.end()};
 }
 
-/// The types of scripts that ship with the program: one of the original's, and those that run here.
+/// The types of scripts that may ship with the program.
 const QStringList stockScriptTypes{QStringLiteral("applescript"), QStringLiteral("sh"), QStringLiteral("py")};
 
 }  // namespace
@@ -40,7 +40,6 @@ const QStringList stockScriptTypes{QStringLiteral("applescript"), QStringLiteral
 void ScriptsDataSource::awakeFromNib() {
     constexpr auto method = "-[ScriptsDataSource awakeFromNib]";
     logWithMethodName(method, 21, u"Awaking!");
-    _lock = std::make_unique<std::mutex>();
     _array = std::make_unique<Array>();
     createFolder(getUserFolder(userFolderTemplate(UserFolder::applicationSupport)));
     const QString folder = scriptsFolder();
@@ -107,14 +106,14 @@ void ScriptsDataSource::reloadScripts() {
 void ScriptsDataSource::lock() {
     constexpr auto method = "-[ScriptsDataSource lock]";
     logWithMethodName(method, 306, u"lock! (stock and two smoking barrels)");
-    _lock->lock();
+    _lock.lock();
     logWithMethodName(method, 308, u"lock done!");
 }
 
 void ScriptsDataSource::unlock() {
     constexpr auto method = "-[ScriptsDataSource unlock]";
     logWithMethodName(method, 315, u"unlock!");
-    _lock->unlock();
+    _lock.unlock();
     logWithMethodName(method, 317, u"unlock done!");
 }
 
@@ -233,9 +232,10 @@ void ScriptsDataSource::tableViewSetObjectValueForTableColumnRow(platform::Table
     {
         const ScopedScriptsLock locked(*this);
         const ScriptEntryRef entry = objectAtRow(static_cast<std::uint32_t>(row));
-        if (column.identifier() == u"scriptNames")
+        if (column.identifier() != u"scriptNames")
+            logWithMethodName(method, 428, u"unknown column! WTF R U DOINK?");
+        else if (entry != nullptr)
             entry->setObjectForKey(value, u"ScriptNameKey");
-        logWithMethodName(method, 428, u"unknown column! WTF R U DOINK?");
     }
     reloadAllTableViews();
 }

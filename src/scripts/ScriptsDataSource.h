@@ -88,6 +88,6 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     QWidget* mainWindow = nullptr;
     ImageBrowserDataSource* imageBrowserDataSource = nullptr;
     std::unique_ptr<Array> _array;
-    std::unique_ptr<std::mutex> _lock;
+    std::mutex _lock;  ///< guards _array, where an operation says so
     bool _didAwake = false;
 };

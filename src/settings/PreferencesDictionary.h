@@ -26,7 +26,8 @@ class PreferencesDictionary {
     /// All entries in the order of their keys: "{key = value; }".
     QString description() const;
 
-    /// The store's own lock, which is not re-entrant: who holds it uses the unlocked operations only.
+    /// The store's own lock, which is not re-entrant: who holds it must neither use the per-entry operations,
+    /// description() and save(), nor log.
     void lock();
     void unlock();
 

@@ -35,7 +35,7 @@ bool holds(const ImageList& list, const ImageRef& image) {
                        [&](const ImageRef& other) { return other->isEqual(*image); });
 }
 
-/// The merge as it is prescribed, step by step.
+/// The merge in its plain form, step by step.
 ImageList naivelyMerged(ImageList shown, const ImageList& imported) {
     for (const ImageRef& image : imported)
         if (!holds(shown, image))

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/ImageBrowserViewPrivate.h"
+#include "platform/views/ToolTipText.h"
 
 #include <QGestureEvent>
 #include <QHelpEvent>
@@ -146,8 +147,8 @@ bool ImageBrowserView::viewportEvent(QEvent* event) {
         case QEvent::ToolTip: {
             const auto* const help = static_cast<QHelpEvent*>(event);
             const auto index = d.indexAtPoint(help->pos());
-            QToolTip::showText(help->globalPos(), index ? d.toolTip(*index) : QString(), viewport(),
-                               index ? d.cellRect(*index) : QRect());
+            QToolTip::showText(help->globalPos(), index ? toolTipText(d.toolTip(*index)) : QString(),
+                               viewport(), index ? d.cellRect(*index) : QRect());
             return true;
         }
         case QEvent::NativeGesture: {

@@ -2,6 +2,7 @@
 #include "platform/views/OutlineItemDelegate.h"
 
 #include "platform/views/TextFieldCell.h"
+#include "platform/views/ToolTipText.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -70,8 +71,7 @@ bool OutlineItemDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     const TextFieldCell& cell = _filledCell(index);
     const bool fits = cell.cellSize().width() <= option.rect.width();
-    QToolTip::showText(event->globalPos(), fits ? QString() : cell.title().toHtmlEscaped(), view,
-                       option.rect);
+    QToolTip::showText(event->globalPos(), fits ? QString() : toolTipText(cell.title()), view, option.rect);
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
+#include "platform/views/ToolTipText.h"
 #include "platform/views/ViewColumn.h"
 
 #include <QAbstractListModel>
@@ -80,7 +81,7 @@ class TableModel : public QAbstractListModel {
     QVariant toolTip(int row) const {
         const QString answer = guarded("table: tool tip", QString(),
                                        [&] { return _dataSource->tableViewToolTipForRow(_table, row); });
-        return answer.isNull() ? QVariant() : displayablePath(answer).toHtmlEscaped();
+        return answer.isNull() ? QVariant() : toolTipText(answer);
     }
 
     TableView& _table;
@@ -241,6 +242,13 @@ void TableView::keyPressEvent(QKeyEvent* event) {
         _d->runDoubleAction();
     else
         QTableView::keyPressEvent(event);
+}
+
+void TableView::mousePressEvent(QMouseEvent* event) {
+    QTableView::mousePressEvent(event);
+    // What is pressed beside the rows is no row: the toolkit alone would keep the last one selected.
+    if (rowAt(qRound(event->position().y())) < 0)
+        clearSelection();
 }
 
 void TableView::mouseDoubleClickEvent(QMouseEvent* event) {
