@@ -333,4 +333,5 @@ void FileBrowserDataSource::continueReveal() {
     _isSelectingRevealed = true;
     outline.selectRow(outline.rowForItem(item), false);
     _isSelectingRevealed = false;
+    outline.scrollRowToMiddle(outline.rowForItem(item));
 }

@@ -98,8 +98,8 @@ void ScriptsDataSourceTest::installsAndListsInOrder() {
     QCOMPARE(_scripts->objectAtIndex(0)->objectForKey(u"ScriptURLKey").value(),
              folder() + QStringLiteral("/Contact sheet.py"));
     const QString tip = _table->model()->index(5, 0).data(Qt::ToolTipRole).toString();
-    QCOMPARE(tip, QStringLiteral(
-                      "Turns the selected JPEGs a quarter left without loss, into new files beside them."));
+    QVERIFY(
+        tip.contains(u"Turns the selected JPEGs a quarter left without loss, into new files beside them."));
 }
 
 void ScriptsDataSourceTest::stockScriptsAreRestoredAndOthersKept() {

@@ -18,6 +18,17 @@ constexpr int shadowReach = 8;         // beyond the picture's edge
 constexpr int shadowDrop = 2;          // how far it lies below
 constexpr double shadowStrength = 0.42;
 
+/// What shows through a transparent picture: squares of 8 points, light as paper.
+QBrush checkerboard() {
+    constexpr int side = 8;
+    QImage tile(2 * side, 2 * side, QImage::Format_RGB32);
+    tile.fill(QColor(255, 255, 255));
+    QPainter painter(&tile);
+    painter.fillRect(0, 0, side, side, QColor(228, 228, 228));
+    painter.fillRect(side, side, side, side, QColor(228, 228, 228));
+    return QBrush(tile);
+}
+
 /// The shadow of a square, a Gaussian blur of it in closed form (the product of two error functions), as
 /// black with alpha. Its outer `2 * reach` at each side are the corners and edges of every shadow.
 QPixmap makeShadow(qreal ratio) {
@@ -109,10 +120,11 @@ void GridCellPainter::paintPicture(QPainter& painter, const GridCell& cell) {
     if (!cell.picture.pixmap.isNull()) {
         const qreal ratio = _look.devicePixelRatio;
         const QRectF rect = pictureRect(cell.thumbnail, cell.picture, ratio);
-        const bool isFramed =
-            cell.picture.kind == CellPicture::Kind::picture && !cell.picture.pixmap.hasAlphaChannel();
+        const bool isFramed = cell.picture.kind == CellPicture::Kind::picture;
         if (isFramed && _look.isShadowed)
             paintShadow(painter, rect);
+        if (isFramed && cell.picture.pixmap.hasAlphaChannel())
+            painter.fillRect(rect, checkerboard());
         const bool isExact = std::abs(rect.width() * ratio - cell.picture.pixmap.width()) < 0.01;
         painter.setRenderHint(QPainter::SmoothPixmapTransform, !isExact);
         if (isExact)

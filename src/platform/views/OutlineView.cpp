@@ -178,6 +178,12 @@ void OutlineView::selectRow(int row, bool byExtendingSelection) {
         _d->tellSelectionChange();
 }
 
+void OutlineView::scrollRowToMiddle(int row) {
+    const QModelIndex index = _d->rows.indexAtRow(row);
+    if (index.isValid())
+        scrollTo(index, PositionAtCenter);
+}
+
 void OutlineView::deselectRow(int row) {
     const QModelIndex index = _d->rows.indexAtRow(row);
     if (!index.isValid())

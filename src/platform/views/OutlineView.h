@@ -93,6 +93,8 @@ class OutlineView : public QTreeView {
     /// Brings the row into view, too. A row that is not there does nothing.
     void selectRow(int row, bool byExtendingSelection);
     void deselectRow(int row);
+    /// Scrolls so that a row stands amid its neighbours.
+    void scrollRowToMiddle(int row);
 
  protected:
     void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;

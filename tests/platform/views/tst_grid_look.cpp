@@ -161,7 +161,7 @@ class GridLookTest : public QObject {
         const QPoint center = cell(3).center();
         QHelpEvent help(QEvent::ToolTip, center, _view->viewport()->mapToGlobal(center));
         QApplication::sendEvent(_view->viewport(), &help);
-        QCOMPARE(QToolTip::text(), u"Not a JPEG file"_s);
+        QVERIFY(QToolTip::text().contains(u"Not a JPEG file"));
     }
 
     void selectionFollowsThePalette() {
