@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/ImageWindowOpener.h"
+#include "testing/TestHome.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QWidget>
+
+namespace {
+
+QStringList openPaths;
+
+class FakeController : public platform::WindowController {
+ public:
+    explicit FakeController(const QString& path) : _path(path) { openPaths += path; }
+    ~FakeController() override { openPaths.removeOne(_path); }
+    QWidget* window() const override { return nullptr; }
+
+ private:
+    const QString _path;
+};
+
+}  // namespace
+
+/// Many image windows at once.
+class ImageWindowOpenerTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void oneATurnUntilEscape() {
+        QWidget front;
+        ImageWindowOpener opener;
+        platform::WindowController* first = nullptr;
+        platform::InterfaceDescriptions::shared().add(
+            QStringLiteral("Fake"), [&](const platform::WindowRequest& request) {
+                auto controller = std::make_unique<FakeController>(request.imagePath);
+                first = first == nullptr ? controller.get() : first;
+                if (openPaths.size() == 3)
+                    QTest::keyClick(&front, Qt::Key_Escape);
+                return controller;
+            });
+        for (int i = 0; i < 10; ++i)
+            opener.open(QStringLiteral("Fake"), opener, QString::number(i));
+        QVERIFY(openPaths.isEmpty());
+        for (qsizetype before = 0; before < 3; before = openPaths.size()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+            QVERIFY(openPaths.size() <= before + 1);
+        }
+
+        opener.open(QStringLiteral("unknown"), opener, QStringLiteral("x"));
+        opener.open(QStringLiteral("Fake"), opener, QStringLiteral("y"));
+        QTRY_COMPARE(openPaths.constLast(), QStringLiteral("y"));
+        QCOMPARE(openPaths.size(), 4);
+        Q_EMIT first->windowWillClose();
+        QTRY_COMPARE(openPaths.size(), 3);
+    }
+    void cleanup() { QVERIFY2(openPaths.isEmpty(), "a window outlives the opener"); }
+};
+
+TAVLIN_TEST_MAIN(QApplication, ImageWindowOpenerTest)
+#include "tst_image_window_opener.moc"
