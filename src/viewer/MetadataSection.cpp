@@ -47,7 +47,7 @@ std::optional<QString> textOf(MetadataSection section, const PropertyValue& valu
 QString fillerFor(const QString& key) {
     const qsizetype length = keyWidth - key.size();
     logWithMethodName(method, currentLine(), u"fillerLength: %d", length);
-    const QString filler(qMax<qsizetype>(0, length), u' ');
+    QString filler(qMax<qsizetype>(0, length), u' ');
     logWithMethodName(method, currentLine(), u"filler length: %d", filler.size());
     return filler;
 }

@@ -32,6 +32,14 @@ void addNested(PropertyDictionary& properties, const char* key, PropertyDictiona
         properties.emplace_back(QString::fromLatin1(key), PropertyValue::Dictionary{std::move(nested)});
 }
 
+/// A damaged file, or one with a part that the library does not know, keeps what was read before.
+void readAsFarAsPossible(Exiv2::Image& image) {
+    try {
+        image.readMetadata();
+    } catch (const std::exception&) {
+    }
+}
+
 std::optional<PropertyDictionary> readFile(const QByteArray& file) {
     auto memory = std::make_unique<Exiv2::MemIo>(reinterpret_cast<const Exiv2::byte*>(file.constData()),
                                                  static_cast<long>(file.size()));
@@ -39,7 +47,7 @@ std::optional<PropertyDictionary> readFile(const QByteArray& file) {
     if (std::ranges::find(kPictureTypes, type) == kPictureTypes.end())
         return std::nullopt;
     const auto image = Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(memory.release()));
-    image->readMetadata();
+    readAsFarAsPossible(*image);
     PropertyDictionary properties = generalProperties(*image, file);
     addNested(properties, "{IPTC}", iptcProperties(image->iptcData()));
     addNested(properties, "{Exif}", exifProperties(image->exifData()));

@@ -117,7 +117,8 @@ void DecodeThreads::Shared::run(const QString& program) {
     ended.notify_all();
 }
 
-DecodeThreads::DecodeThreads(QString program, std::size_t threads) : _shared(std::make_shared<Shared>()) {
+DecodeThreads::DecodeThreads(const QString& program, std::size_t threads)
+    : _shared(std::make_shared<Shared>()) {
     for (std::size_t i = 0; i < threads; ++i)
         _shared->threads.emplace_back([shared = _shared, program] { shared->run(program); });
 }

@@ -16,7 +16,7 @@ namespace platform {
 /// network volume) is left behind after a second, with nothing of ours but its own shared state.
 class DecodeThreads {
  public:
-    DecodeThreads(QString decoderProgram, std::size_t threads);
+    DecodeThreads(const QString& decoderProgram, std::size_t threads);
     ~DecodeThreads();
     DecodeThreads(const DecodeThreads&) = delete;
     DecodeThreads& operator=(const DecodeThreads&) = delete;
