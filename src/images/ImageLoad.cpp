@@ -9,7 +9,6 @@
 #include "support/Logging.h"
 
 #include <QMetaObject>
-#include <QObject>
 
 #include <atomic>
 #include <system_error>
@@ -22,6 +21,14 @@ constexpr const char* addPathsName = "-[ImageBrowserDataSource addImagesWithPath
 std::atomic<int> threadsRunning = 0;
 
 }  // namespace
+
+void ImageLoadReceiver::mergeWaiting() {
+    _meeting.mergeWaiting();
+}
+
+ImageLoadMeeting::ImageLoadMeeting(QObject* context, Merge merge)
+    : _context(new ImageLoadReceiver(*this, context)), _merge(std::move(merge)) {
+}
 
 void ImageLoadMeeting::close() {
     const std::scoped_lock guard(_lock);
@@ -55,16 +62,23 @@ void ImageLoadMeeting::mergeAndWait(const std::shared_ptr<ImageLoad>& load) {
     std::unique_lock guard(_lock);
     if (_context == nullptr)
         return;
-    QMetaObject::invokeMethod(
-        _context,
-        [this, load] {
-            platform::guarded("merging images", [&] { _merge(load); });
-            const std::scoped_lock mergeGuard(_lock);
-            load->_isMerged = true;
-            _isDone.notify_all();
-        },
-        Qt::QueuedConnection);
+    // The event carries nothing: what is to be merged is handed over under the lock.
+    _waiting.push_back(load);
+    QMetaObject::invokeMethod(_context, &ImageLoadReceiver::mergeWaiting, Qt::QueuedConnection);
     _isDone.wait(guard, [&] { return load->_isMerged || _context == nullptr; });
+}
+
+void ImageLoadMeeting::mergeWaiting() {
+    std::unique_lock guard(_lock);
+    while (_context != nullptr && !_waiting.empty()) {
+        const std::shared_ptr<ImageLoad> load = std::move(_waiting.front());
+        _waiting.pop_front();
+        guard.unlock();
+        platform::guarded("merging images", [&] { _merge(load); });
+        guard.lock();
+        load->_isMerged = true;
+        _isDone.notify_all();
+    }
 }
 
 bool ImageLoad::detach() {

@@ -4,20 +4,33 @@
 #include "images/ImageMerge.h"
 #include "images/ImageWalk.h"
 
+#include <QObject>
 #include <QStringList>
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
-
-class QObject;
 
 namespace platform {
 class ImageBrowserView;
 }
 
 class ImageLoad;
+class ImageLoadMeeting;
+
+/// Receives the loading threads' event on the main thread, for as long as its owner lives.
+class ImageLoadReceiver : public QObject {
+    Q_OBJECT
+
+ public:
+    ImageLoadReceiver(ImageLoadMeeting& meeting, QObject* owner) : QObject(owner), _meeting(meeting) {}
+    void mergeWaiting();
+
+ private:
+    ImageLoadMeeting& _meeting;
+};
 
 /// Where the loading threads and the main thread meet. It outlives both sides: each thread holds it, and once
 /// it is closed no thread touches the program's objects any more, which may then go away.
@@ -25,8 +38,8 @@ class ImageLoadMeeting {
  public:
     using Merge = std::function<void(const std::shared_ptr<ImageLoad>&)>;
 
-    /// `merge` runs on the main thread, by an event sent to `context`. Both are borrowed until close().
-    ImageLoadMeeting(QObject* context, Merge merge) : _context(context), _merge(std::move(merge)) {}
+    /// `merge` runs on the main thread, for as long as `context` lives. Both are borrowed until close().
+    ImageLoadMeeting(QObject* context, Merge merge);
 
     /// Main thread: from now on nothing is merged, and no thread waits any longer.
     void close();
@@ -40,10 +53,14 @@ class ImageLoadMeeting {
     /// Has the load merged on the main thread and waits until it is, or until the meeting is closed.
     void mergeAndWait(const std::shared_ptr<ImageLoad>& load);
 
+    /// Main thread: merges the loads that wait, in their order.
+    void mergeWaiting();
+
  private:
     mutable std::mutex _lock;  ///< guards all below, and the waiting loads' _isMerged
     std::condition_variable _isDone;
-    QObject* _context;  ///< null once closed
+    ImageLoadReceiver* _context;  ///< belongs to the constructor's context; null once closed
+    std::deque<std::shared_ptr<ImageLoad>> _waiting;
     Merge _merge;
     platform::ImageBrowserView* _view = nullptr;
     ImageListRef _shownImages = std::make_shared<const ImageList>();
