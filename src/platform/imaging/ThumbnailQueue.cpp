@@ -165,3 +165,6 @@ void ThumbnailQueue::releaseFilesBelow(const QString& folder) {
 }
 
 }  // namespace platform
+
+// Here, so that a test can put a queue of its own in the place of this one.
+#include "moc_ThumbnailQueue.cpp"
