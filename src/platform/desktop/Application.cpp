@@ -7,6 +7,7 @@
 #include "platform/desktop/RunningInstance.h"
 #include "platform/desktop/SystemLog.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/WindowOrder.h"
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
@@ -200,6 +201,8 @@ int Application::enterEventLoop() {
     removeTemporaryFolder();
     if (_d->interface->hasDetachedWork()) {
         // Destroying what such a thread uses would crash it, and waiting for it would hold the user.
+        // The settings are what ends otherwise with the application object.
+        UserDefaults::standardUserDefaults().synchronize();
         std::fflush(nullptr);
         std::_Exit(status);
     }

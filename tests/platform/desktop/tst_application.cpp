@@ -2,6 +2,7 @@
 #include "platform/desktop/Application.h"
 
 #include "platform/desktop/MainMenu.h"
+#include "platform/desktop/UserDefaults.h"
 #include "testing/TestHome.h"
 
 #include <QApplication>
@@ -59,7 +60,14 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
         if (_ending == "early")
             platform::Application::shared()->terminate();
     }
-    void applicationWillTerminate() override { say("will terminate"); }
+    /// Leaves settings that take a while to write.
+    void applicationWillTerminate() override {
+        say("will terminate");
+        QVariantMap settings{{u"ending"_s, QString::fromLatin1(_ending)}};
+        for (int i = 0; i < 20000; ++i)
+            settings.insert(QString::number(i), i);
+        platform::UserDefaults::standardUserDefaults().setDictionaryForKey(settings, u"Test"_s);
+    }
     void applicationWillBecomeActive() override { say("will become active"); }
     void applicationWillUnhide() override {}
     bool validateMenuItem(const platform::MenuItem& /*item*/) override { return true; }
@@ -85,6 +93,8 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
 
 class TestApplication : public QObject {
     Q_OBJECT
+
+    const QString _settingsPath = platform::UserDefaults::standardUserDefaults().filePath();
 
     static QProcessEnvironment environment(const char* ending) {
         QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
@@ -116,6 +126,8 @@ class TestApplication : public QObject {
                 expected += u"close event"_s;
             expected << u"save state"_s << u"will terminate"_s;
             QVERIFY2(lines == expected, qPrintable(QLatin1String(ending) + u": "_s + lines.join(u", "_s)));
+            const auto settings = platform::UserDefaults(_settingsPath).dictionaryForKey(u"Test"_s);
+            QVERIFY2(settings && settings->value(u"ending"_s).toString() == QLatin1String(ending), ending);
         }
     }
 
