@@ -37,6 +37,7 @@ Application* sharedApplication = nullptr;
 
 constexpr int statusNoDisplay = 1;
 constexpr int statusMisuse = 2;
+constexpr int statusNoInterface = 1;
 /// A session that still runs this long after it announced its end has been called off.
 constexpr auto sessionEndLasts = 60s;
 
@@ -133,7 +134,9 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     d->instance = std::move(instance);
     Bundle::mainBundle().installTranslators();
     d->windowOrder = std::make_unique<WindowOrder>(application);
-    d->interface = mainInterface();
+    d->interface = guarded("mainInterface", std::unique_ptr<MainInterface>(), mainInterface);
+    if (d->interface == nullptr)
+        return statusNoInterface;
     Application self(std::move(d));
     self.launch(commandLine.path);
     return self.enterEventLoop();
@@ -147,8 +150,7 @@ Application::Application(std::unique_ptr<Private> d) : _d(std::move(d)) {
     connect(
         qApp, &QGuiApplication::commitDataRequest, this,
         [this] {
-            _d->interface->saveState();
-            sendWillTerminate();
+            saveAndSendWillTerminate();
             QTimer::singleShot(sessionEndLasts, this, [this] { _d->hasTerminated = false; });
         },
         Qt::DirectConnection);
@@ -177,7 +179,7 @@ Application* Application::shared() {
 
 void Application::launch(const QString& folder) {
     MainInterface& interface = *_d->interface;
-    interface.restoreState();
+    guarded("restoreState", [&] { interface.restoreState(); });
     guarded("awakeFromNib", [&] { interface.awake(); });
     guarded("applicationDidFinishLaunching", [&] { _d->delegate().applicationDidFinishLaunching(); });
     guarded("openFolder", [&] { interface.openFolder(folder); });
@@ -196,8 +198,7 @@ void Application::openForOtherStart(const QString& folder) {
 int Application::enterEventLoop() {
     const int status = _d->isTerminating ? EXIT_SUCCESS : QApplication::exec();
     _d->isTerminating = true;
-    _d->interface->saveState();
-    sendWillTerminate();
+    saveAndSendWillTerminate();
     removeTemporaryFolder();
     if (_d->interface->hasDetachedWork()) {
         // Destroying what such a thread uses would crash it, and waiting for it would hold the user.
@@ -214,7 +215,8 @@ void Application::terminate() {
     QCoreApplication::exit(EXIT_SUCCESS);
 }
 
-void Application::sendWillTerminate() {
+void Application::saveAndSendWillTerminate() {
+    guarded("saveState", [this] { _d->interface->saveState(); });
     if (std::exchange(_d->hasTerminated, true))
         return;
     guarded("applicationWillTerminate", [this] { _d->delegate().applicationWillTerminate(); });

@@ -57,8 +57,8 @@ class Application : public QObject {
     /// The whole life: arguments and PATH, widgets, outlets, kept window state, awakeFromNib,
     /// did-finish-launching, the command line's folder, activation; then the event loop, and at its end the
     /// delegate's applicationWillTerminate once. Where the program runs already, that one comes to the front
-    /// with the folder, and this start ends. Answers the exit status: 0, 1 without a display, 2 for a
-    /// command line that is not understood.
+    /// with the folder, and this start ends. Answers the exit status: 0, 1 without a display or an interface,
+    /// 2 for a command line that is not understood.
     ///
     /// The program ends when its last window closes, by terminate(), by SIGTERM, SIGINT or SIGHUP, and with
     /// the session. Ending closes no window by event.
@@ -87,7 +87,7 @@ class Application : public QObject {
     void launch(const QString& folder);
     void openForOtherStart(const QString& folder);
     int enterEventLoop();
-    void sendWillTerminate();
+    void saveAndSendWillTerminate();
     void validateMenusSoon();
 
     std::unique_ptr<Private> _d;

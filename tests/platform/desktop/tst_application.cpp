@@ -43,8 +43,14 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
     platform::ApplicationDelegate& delegate() override { return *this; }
     QWidget& mainWindow() override { return _window; }
     platform::MainMenu& mainMenu() override { return _menu; }
-    void restoreState() override { say("restore state"); }
-    void saveState() override { say("save state"); }
+    void restoreState() override {
+        say("restore state");
+        throwIfAsked();
+    }
+    void saveState() override {
+        say("save state");
+        throwIfAsked();
+    }
     void awake() override { say("awake"); }
     void openFolder(const QString& path) override {
         say(("open " + path.toUtf8()).constData());
@@ -55,8 +61,7 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
     void applicationDidFinishLaunching() override {
         say("did finish launching");
         _window.show();
-        if (_ending == "throws")
-            throw std::runtime_error("thrown on purpose");
+        throwIfAsked();
         if (_ending == "early")
             platform::Application::shared()->terminate();
     }
@@ -73,6 +78,10 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
     bool validateMenuItem(const platform::MenuItem& /*item*/) override { return true; }
 
  private:
+    void throwIfAsked() const {
+        if (_ending == "throws")
+            throw std::runtime_error("thrown on purpose");
+    }
     void end() {
         if (_ending == "quit")
             QCoreApplication::quit();
