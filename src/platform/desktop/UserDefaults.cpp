@@ -13,6 +13,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 namespace platform {
@@ -137,7 +138,11 @@ void UserDefaults::setDictionaryForKey(const QVariantMap& dictionary, const QStr
         if (std::exchange(_isWriting, true))
             return;
     }
-    _writer = std::jthread([this] { writePending(); });
+    try {
+        _writer = std::jthread([this] { writePending(); });
+    } catch (const std::system_error&) {
+        writePending();  // the system has no thread left
+    }
 }
 
 void UserDefaults::synchronize() {

@@ -3,8 +3,10 @@
 #include "testing/LogLines.h"
 #include "testing/TestHome.h"
 
+#include <pthread.h>
 #include <sys/resource.h>
 
+#include <QScopeGuard>
 #include <QTest>
 
 #include <csignal>
@@ -113,6 +115,18 @@ class UserDefaultsTest : public QObject {
         QCOMPARE(defaults.dictionaryForKey(_group), more);
         QCOMPARE(log.taken(), QStringList(u"The settings cannot be written to %1."_s.arg(path)));
         QCOMPARE(readFile(_path), before);
+    }
+
+    void writesWithoutAThread() {
+        pthread_attr_t usual;
+        QCOMPARE(::pthread_getattr_default_np(&usual), 0);
+        pthread_attr_t impossible = usual;
+        QCOMPARE(::pthread_attr_setstacksize(&impossible, std::size_t{1} << 50), 0);
+        UserDefaults defaults(_path);
+        QCOMPARE(::pthread_setattr_default_np(&impossible), 0);
+        const auto restore = qScopeGuard([&] { ::pthread_setattr_default_np(&usual); });
+        defaults.setDictionaryForKey(_settings, _group);
+        QVERIFY(readFile(_path).contains("bSetting=-5"));
     }
 
  private:
