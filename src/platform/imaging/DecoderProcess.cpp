@@ -198,7 +198,7 @@ std::optional<DecoderProcess::Private::Trouble> DecoderProcess::Private::awaitMe
         if (count > 0)
             return std::nullopt;
         if (Clock::now() >= end)
-            return worker.ready ? Trouble::timedOut : Trouble::neverReady;
+            return worker.ready ? Trouble::timedOut : Trouble::notStarted;
     }
 }
 
@@ -287,6 +287,7 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
         return failure(DecodeError::damaged, QStringLiteral("no picture can be asked for like this"));
     _d->takeCancellation();
     Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
+    int failedStarts = 0;
     for (int deaths = 0; deaths < 2;) {
         const auto outcome = _d->ask(role, request, deadline);
         if (const auto* answer = std::get_if<Private::Answer>(&outcome)) {
@@ -308,6 +309,10 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
                 _d->takeCancellation();
                 return failure(DecodeError::cancelled);
             case Trouble::neverReady:
+                // Killed while it started, perhaps: a broken installation fails the second time as well.
+                if (++failedStarts < 2)
+                    break;
+                [[fallthrough]];
             case Trouble::notStarted:
                 return failure(DecodeError::unavailable, QStringLiteral("no decoder could be started"));
         }
