@@ -22,7 +22,8 @@ namespace {
 constexpr int kPatienceMilliseconds =
     200;  // a killed process is gone within a few, unless the kernel holds it
 
-/// Killed children that would not die at once; tried again whenever another child ends.
+/// Killed children that would not die at once; tried again whenever another child ends. Never destroyed, as
+/// the program's last children end after its statics.
 class Unreaped {
  public:
     void add(pid_t processId) {
@@ -40,7 +41,7 @@ class Unreaped {
 };
 
 Unreaped& unreaped() {
-    static Unreaped instance;
+    static auto& instance = *new Unreaped;
     return instance;
 }
 
