@@ -66,7 +66,7 @@ class Packer {
         if (const auto* integer = std::get_if<std::int64_t>(&variant))
             return kInteger + packed(*integer);
         if (const auto* floating = std::get_if<double>(&variant))
-            return kFloating + packed(*floating);
+            return std::isfinite(*floating) ? kFloating + packed(*floating) : QByteArray();
         if (depth + 1 >= kMaximumPropertyDepth)
             return {};
         if (const auto* dictionaryValue = value.dictionary())

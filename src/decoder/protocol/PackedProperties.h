@@ -16,7 +16,7 @@ inline constexpr int kMaximumPropertyDepth = 4;  ///< dictionaries and arrays in
 
 /// A picture's properties as bytes: each value a letter for its kind (text, integer, floating, array,
 /// dictionary) and its content, texts and lists with their lengths before them. Only values of these kinds
-/// are packed; what would pass a bound is left out.
+/// are packed; what would pass a bound, and what is not finite, is left out.
 QByteArray packProperties(const platform::PropertyDictionary& properties);
 
 /// The reverse; nothing when the bytes are no packed properties or pass a bound. Never asks for more memory

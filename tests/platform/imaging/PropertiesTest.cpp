@@ -66,7 +66,8 @@ void PropertiesTest::packedPropertiesComeBack() {
     PropertyValue::Array plain{{PropertyValue(100), PropertyValue(0.5)}, PropertyValue::ArrayKind::plain};
     PropertyDictionary inner{{QStringLiteral("ISO"), plain}};
     PropertyDictionary whole{{QStringLiteral("ä"), QStringLiteral("a\nb\u202e")},
-                             {QStringLiteral("{Exif}"), PropertyValue::Dictionary{inner}}};
+                             {QStringLiteral("{Exif}"), PropertyValue::Dictionary{inner}},
+                             {QStringLiteral("not finite"), PropertyValue(qInf())}};
     const auto back = decoder::unpackProperties(decoder::packProperties(whole));
     QVERIFY(back);
     QCOMPARE(lines(*back),
