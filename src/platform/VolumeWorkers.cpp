@@ -3,13 +3,18 @@
 
 #include "platform/Guard.h"
 
+#include <QLoggingCategory>
+
 #include <algorithm>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 namespace platform {
 
 namespace {
+
+Q_LOGGING_CATEGORY(volumeLog, "tavlin.volumes")
 
 /// A worker with nothing to do ends after this time.
 constexpr std::chrono::seconds workerPatience{10};
@@ -20,14 +25,20 @@ bool VolumeWorkers::runUntil(const std::shared_ptr<VolumeJob>& job, Clock::time_
     std::unique_lock lock(_mutex);
     const std::size_t before = jobsBeforeAnother();
     if (before >= _workers && _workers < mostWorkers) {
-        std::thread([workers = shared_from_this()] { workers->work(); }).detach();
-        ++_workers;
+        try {
+            std::thread([workers = shared_from_this()] { workers->work(); }).detach();
+            ++_workers;
+        } catch (const std::system_error& e) {
+            qCWarning(volumeLog, "no thread to ask a volume: %s", e.what());
+        }
     }
     _queue.push_back(job);
     _jobArrived.notify_one();
     const bool mayBeDone = before < _workers;
     const bool isDone = mayBeDone && _jobDone.wait_until(lock, deadline, [&] { return job->_isDone; });
     job->_isLate = !isDone;
+    if (!isDone && !job->isWantedLate())
+        std::erase(_queue, job);
     return isDone;
 }
 

@@ -38,9 +38,9 @@ class VolumeWorkers : public std::enable_shared_from_this<VolumeWorkers> {
     using Clock = std::chrono::steady_clock;
     static constexpr std::size_t mostWorkers = 4;
 
-    /// Queues the job and waits for it. False when it is not done at the deadline: it stays queued or
-    /// running, and is late. Does not wait at all where every worker is late already and no other may be
-    /// started.
+    /// Queues the job and waits for it. False when it is not done at the deadline: it is late then, and goes
+    /// on running; or stays queued, if it is wanted late. Does not wait at all where every worker is late
+    /// already and no other may be started.
     bool runUntil(const std::shared_ptr<VolumeJob>& job, Clock::time_point deadline);
 
     /// Whether a job that is queued or running fits; `fits` may change the first that does.
