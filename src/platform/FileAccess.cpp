@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -14,6 +15,9 @@
 namespace platform {
 
 namespace {
+
+/// Whose nanoseconds fit: 1678 to 2262.
+constexpr std::int64_t mostSeconds = 9'223'372'035;
 
 EntryKind kindFromMode(std::uint32_t mode) {
     switch (mode & S_IFMT) {
@@ -50,7 +54,9 @@ std::optional<FileStatus> statusOf(int folder, const char* name, int flags) {
     FileStatus status;
     status.kind = kindFromMode(s.stx_mode);
     status.modificationTime = static_cast<double>(s.stx_mtime.tv_sec) + s.stx_mtime.tv_nsec / 1e9;
-    status.modificationNanoseconds = s.stx_mtime.tv_sec * 1'000'000'000LL + s.stx_mtime.tv_nsec;
+    status.modificationNanoseconds =
+        std::clamp<std::int64_t>(s.stx_mtime.tv_sec, -mostSeconds, mostSeconds) * 1'000'000'000 +
+        s.stx_mtime.tv_nsec;
     status.size = s.stx_size;
     status.device = (static_cast<std::uint64_t>(s.stx_dev_major) << 32) | s.stx_dev_minor;
     status.inode = s.stx_ino;
@@ -60,6 +66,11 @@ std::optional<FileStatus> statusOf(int folder, const char* name, int flags) {
 
 int linkFlags(FollowLinks follow) {
     return follow == FollowLinks::yes ? 0 : AT_SYMLINK_NOFOLLOW;
+}
+
+bool isRegularFile(int descriptor) {
+    const auto status = statusOf(descriptor, "", AT_EMPTY_PATH);
+    return status && status->kind == EntryKind::regularFile;
 }
 
 /// The kernel's linux_dirent64 without its name (getdents64(2)).
@@ -118,15 +129,24 @@ bool visitFolder(int folderDescriptor,
 }
 
 ScopedFileDescriptor openRegularFile(const QString& path) {
-    ScopedFileDescriptor file(
-        ::open(bytesFromPath(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file.isValid())
+    constexpr int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const QByteArray bytes = bytesFromPath(path);
+    const ScopedFileDescriptor place(::open(bytes.constData(), O_PATH | O_CLOEXEC));
+    if (!place.isValid())
+        return ScopedFileDescriptor();
+    if (!isRegularFile(place.get())) {
+        errno = EINVAL;
+        return ScopedFileDescriptor();
+    }
+    const QByteArray own = "/proc/self/fd/" + QByteArray::number(place.get());
+    ScopedFileDescriptor file(::open(own.constData(), flags));
+    if (file.isValid() || errno != ENOENT)
         return file;
-    const auto status = fileStatusOfDescriptor(file.get());
-    if (status && status->kind == EntryKind::regularFile)
-        return file;
-    file.reset();
-    errno = EINVAL;
+    file = ScopedFileDescriptor(::open(bytes.constData(), flags));
+    if (file.isValid() && !isRegularFile(file.get())) {
+        file.reset();
+        errno = EINVAL;
+    }
     return file;
 }
 

@@ -18,9 +18,10 @@ enum class EntryKind : std::uint8_t { unknown, regularFile, folder, link, other 
 /// What one statx(2) tells of a file. Thread-safe value.
 struct FileStatus {
     EntryKind kind = EntryKind::unknown;
-    double modificationTime = 0;               ///< seconds since 1970-01-01 00:00 UTC, with their fraction
-    std::int64_t modificationNanoseconds = 0;  ///< the same, exactly, for telling versions of a file apart
-    std::uint64_t size = 0;                    ///< bytes
+    double modificationTime = 0;  ///< seconds since 1970-01-01 00:00 UTC, with their fraction
+    std::int64_t modificationNanoseconds =
+        0;                   ///< the same, exactly (between the years 1678 and 2262), to tell versions apart
+    std::uint64_t size = 0;  ///< bytes
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
     std::uint32_t mode = 0;
@@ -49,8 +50,9 @@ ScopedFileDescriptor openFolder(const QString& path);
 bool visitFolder(int folderDescriptor,
                  const std::function<bool(std::string_view name, EntryKind kind)>& visit);
 
-/// Opens a regular file for reading without ever blocking on a FIFO or waking a device
-/// (O_RDONLY|O_NONBLOCK|O_NOCTTY|O_CLOEXEC, then fstat); invalid for anything else, errno telling why.
+/// Opens a regular file for reading; invalid for anything else, errno telling why. What is not one is not
+/// opened at all (looked at by O_PATH first), so that no device wakes and no FIFO's writer goes on; only
+/// without /proc a file that is replaced meanwhile may be, and even then nothing blocks.
 ScopedFileDescriptor openRegularFile(const QString& path);
 
 }  // namespace platform

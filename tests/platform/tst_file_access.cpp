@@ -9,8 +9,10 @@
 
 #include <QTest>
 
+#include <atomic>
 #include <set>
 #include <string>
+#include <thread>
 
 using namespace platform;
 
@@ -47,6 +49,35 @@ class FileAccessTest : public QObject {
         QTEST(isExistingFolder(name), "isFolder");
         QTEST(openFolder(name).isValid(), "isFolder");
         QTEST(openRegularFile(name).isValid(), "canBeRead");
+    }
+
+    void tellsLateTimesApart() {
+        const ScopedFileDescriptor file(::open(bytesFromPath(path("file")).constData(), O_WRONLY));
+        const timespec times[]{{1, 0}, {10'000'000'000, 0}};  // in 2286
+        QCOMPARE(::futimens(file.get(), times), 0);
+        const auto status = fileStatusOfDescriptor(file.get());
+        QVERIFY(status);
+        if (status->modificationTime < 1e10)
+            QSKIP("the file system cannot keep such a time");
+        QVERIFY(status->modificationNanoseconds > 9'000'000'000'000'000'000);
+    }
+
+    void leavesAFifosWriterAlone() {
+        std::atomic<bool> isOpened = false;
+        std::thread writer([&] {
+            const ScopedFileDescriptor fifo(::open(bytesFromPath(path("fifo")).constData(), O_WRONLY));
+            isOpened = true;
+        });
+        const auto keepsItWaiting = [&] {
+            return !openRegularFile(path("fifo")).isValid() && !isOpened;
+        };
+        bool keeps = true;
+        for (int i = 0; i < 5000 && keeps; ++i)
+            keeps = keepsItWaiting();
+        while (!isOpened)
+            ::close(::open(bytesFromPath(path("fifo")).constData(), O_RDONLY | O_NONBLOCK));
+        writer.join();
+        QVERIFY(keeps);
     }
 
     /// More names than one call of the system answers, of different lengths, and one that is not UTF-8.
