@@ -85,7 +85,7 @@ bool ImageLoad::detach() {
     try {
         ++threadsRunning;
         std::thread([load = shared_from_this()]() mutable {
-            load->addImagesWithPaths();
+            platform::guarded("a load", [&] { load->addImagesWithPaths(); });
             load.reset();
             --threadsRunning;
         }).detach();

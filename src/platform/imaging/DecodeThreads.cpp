@@ -2,6 +2,7 @@
 #include "platform/imaging/DecodeThreads.h"
 
 #include "platform/FileAccess.h"
+#include "platform/Guard.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -60,9 +61,11 @@ void DecodeThreads::Job::run(DecoderProcess& decoder) {
         const std::scoped_lock lock(mutex);
         if (!receiver)
             return;
+        decoder.forgetCancellation();
         process = &decoder;
     }
-    DecodeResult answer = decodeFile(decoder, path, request, deadline);
+    DecodeResult answer = guarded("decoding", DecodeResult(DecodeFailure{DecodeError::unavailable, {}}),
+                                  [&] { return decodeFile(decoder, path, request, deadline); });
     const std::scoped_lock lock(mutex);
     process = nullptr;
     if (!receiver)

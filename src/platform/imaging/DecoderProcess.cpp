@@ -141,7 +141,7 @@ struct DecoderProcess::Private {
     }
     bool start(Role role);
     bool hasDiedIdle(Role role);
-    bool takeCancellation();
+    bool isCancelled() const;
     Outcome ask(Role role, const DecodeRequest& request, std::chrono::milliseconds deadline);
     Outcome awaitAnswer(Worker& worker, std::uint64_t id, Clock::time_point end);
     std::optional<Trouble> awaitMessage(const Worker& worker, Clock::time_point end) const;
@@ -177,9 +177,9 @@ bool DecoderProcess::Private::hasDiedIdle(Role role) {
     return ::poll(&socket, 1, 0) > 0 && (socket.revents & (POLLHUP | POLLERR)) != 0;
 }
 
-bool DecoderProcess::Private::takeCancellation() {
-    eventfd_t count = 0;
-    return ::eventfd_read(cancelled.get(), &count) == 0;
+bool DecoderProcess::Private::isCancelled() const {
+    pollfd event{cancelled.get(), POLLIN, 0};
+    return ::poll(&event, 1, 0) > 0;
 }
 
 /// Nothing once a message (or the end of the connection) can be received.
@@ -285,7 +285,8 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
     using Trouble = Private::Trouble;
     if (request.descriptor < 0 || request.pixelSize < 1 || request.pixelSize > decoder::kMaximumPixelSize)
         return failure(DecodeError::damaged, QStringLiteral("no picture can be asked for like this"));
-    _d->takeCancellation();
+    if (_d->isCancelled())
+        return failure(DecodeError::cancelled);
     Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
     int failedStarts = 0;
     for (int deaths = 0; deaths < 2;) {
@@ -306,7 +307,6 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
             case Trouble::broken:
                 return failure(DecodeError::badAnswer);
             case Trouble::cancelled:
-                _d->takeCancellation();
                 return failure(DecodeError::cancelled);
             case Trouble::neverReady:
                 // Killed while it started, perhaps: a broken installation fails the second time as well.
@@ -322,6 +322,11 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
 
 void DecoderProcess::cancel() {
     ::eventfd_write(_d->cancelled.get(), 1);
+}
+
+void DecoderProcess::forgetCancellation() {
+    eventfd_t count = 0;
+    ::eventfd_read(_d->cancelled.get(), &count);
 }
 
 int DecoderProcess::processId() const {

@@ -81,8 +81,11 @@ class DecoderProcess {
 
     /// Blocks until the answer or the deadline (which counts for each try).
     DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
-    /// Ends a decode() under way with `cancelled`; the process is killed. Any thread.
+    /// Ends a decode() under way with `cancelled` (the process is killed), and every later one as well, until
+    /// forgetCancellation(). Any thread, both: a piece of work of several decodes begins by forgetting what
+    /// was meant for the one before it, so that no cancellation between two of them is lost.
     void cancel();
+    void forgetCancellation();
     /// The process id of the common decoder, 0 when none runs. Any thread.
     int processId() const;
 

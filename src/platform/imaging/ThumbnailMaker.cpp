@@ -114,6 +114,13 @@ ThumbnailMaker::Outcome ThumbnailMaker::work(const ThumbnailJob& job) {
     return outcome;
 }
 
+ThumbnailMaker::Outcome ThumbnailMaker::failed(const ThumbnailJob& job) {
+    auto entry = entryOf(Thumbnail::State::failed, {}, job.request.pixelSize);
+    entry.thumbnail.failure = reasonOf(DecodeFailure{});
+    entry.mayPass = true;
+    return answered(job, std::move(entry));
+}
+
 DecodeResult ThumbnailMaker::decode(DecodeRequest::Kind kind, int descriptor, int pixelSize,
                                     std::chrono::milliseconds deadline) {
     DecodeRequest request;

@@ -42,7 +42,8 @@ struct ThumbnailWrite {
 };
 
 /// Makes thumbnails on one worker's thread with one decoder process of its own: looks into the store, then
-/// asks the decoder. Files are open only while work() runs. cancel() alone may come from another thread.
+/// asks the decoder. Files are open only while work() runs. cancel() and forgetCancellation() alone may come
+/// from another thread.
 class ThumbnailMaker {
  public:
     struct Outcome {
@@ -54,8 +55,12 @@ class ThumbnailMaker {
     ThumbnailMaker(const QString& decoderProgram, ThumbnailStore store);
 
     Outcome work(const ThumbnailJob& job);
+    /// The answer where work() threw: a failure that says nothing of the file.
+    static Outcome failed(const ThumbnailJob& job);
     void write(const ThumbnailWrite& write) const;
+    /// Ends the work under way, which is then unfinished; and that begun later, until it is forgotten.
     void cancel() { _decoder.cancel(); }
+    void forgetCancellation() { _decoder.forgetCancellation(); }
 
  private:
     struct OpenFile;

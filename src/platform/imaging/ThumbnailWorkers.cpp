@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/ThumbnailWorkers.h"
 
+#include "platform/Guard.h"
+
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -90,6 +92,7 @@ std::optional<ThumbnailWorkers::Shared::Task> ThumbnailWorkers::Shared::takeTask
         worker.isBusy = worker.isWanted = true;
         worker.isVisible = isVisible;
         worker.start = Clock::now();
+        worker.maker.forgetCancellation();
         return worker.job;
     };
     if (!firstSights.empty())
@@ -143,9 +146,10 @@ void ThumbnailWorkers::Shared::run(Worker& worker) {
         lock.unlock();
         ThumbnailMaker::Outcome outcome;
         if (const auto* job = std::get_if<ThumbnailJob>(&*task))
-            outcome = worker.maker.work(*job);
+            outcome = guarded("making a thumbnail", ThumbnailMaker::failed(*job),
+                              [&] { return worker.maker.work(*job); });
         else
-            worker.maker.write(std::get<ThumbnailWrite>(*task));
+            guarded("storing a thumbnail", [&] { worker.maker.write(std::get<ThumbnailWrite>(*task)); });
         task.reset();
         lock.lock();
         finish(worker, std::move(outcome));

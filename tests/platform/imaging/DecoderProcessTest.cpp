@@ -153,9 +153,23 @@ class DecoderProcessTest : public QObject {
             });
             const auto result = process.decode(request, kPatience);
             over = true;
+            other.join();
+            process.forgetCancellation();
             QCOMPARE(errorOf(result), DecodeError::cancelled);
             QCOMPARE(process.processId(), 0);
         }
+    }
+
+    /// As where a picture is withdrawn while its file is being opened.
+    void cancelBeforehandCountsUntilForgotten() {
+        DecoderProcess process(_decoder);
+        const auto file = open("picture.png");
+        const DecodeRequest request{DecodeRequest::Kind::thumbnail, file.get(), 100};
+        process.cancel();
+        for (int i = 0; i < 2; ++i)
+            QCOMPARE(errorOf(process.decode(request, kPatience)), DecodeError::cancelled);
+        process.forgetCancellation();
+        QVERIFY(std::holds_alternative<DecodedPicture>(process.decode(request, kPatience)));
     }
 
     void rareFormats_data() {
