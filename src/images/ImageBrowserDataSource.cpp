@@ -4,7 +4,7 @@
 #include "images/ImageLoad.h"
 #include "places/FileBrowserDataSource.h"
 #include "places/FileSystemItem.h"
-#include "platform/FileAccess.h"
+#include "platform/FolderReader.h"
 #include "platform/views/Control.h"
 #include "platform/views/OutlineView.h"
 #include "support/Logging.h"
@@ -74,7 +74,8 @@ void ImageBrowserDataSource::startLoad(const QString& path) {
     if (_load != nullptr)
         _load->stop();
     _reloadsAgain = false;
-    _changedWhileLoading.clear();
+    _goneWhileLoading.clear();
+    _comeWhileLoading.clear();
     auto load = std::make_shared<ImageLoad>(QStringList{path}, _meeting);
     logWithMethodName(name, 107, u"Detaching new thread...");
     const bool isDetached = load->detach();
@@ -156,7 +157,7 @@ QString ImageBrowserDataSource::urlAtIndex(std::size_t index) const {
 }
 
 bool ImageBrowserDataSource::isFolderAtIndex(std::size_t index) const {
-    return platform::isExistingFolder(pathAtIndex(index));
+    return platform::FolderReader::shared().isFolder(pathAtIndex(index));
 }
 
 platform::IndexSet ImageBrowserDataSource::selectedItems() const {

@@ -71,7 +71,7 @@ class ImageBrowserDataSource : public QObject,
     QString pathAtIndex(std::size_t index) const;
     /// The same path: no URL.
     QString urlAtIndex(std::size_t index) const;
-    /// Whether an existing folder is at the item's path.
+    /// Whether an existing folder is at the item's path; no for a place that does not answer in time.
     bool isFolderAtIndex(std::size_t index) const;
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
@@ -146,7 +146,8 @@ class ImageBrowserDataSource : public QObject,
     std::shared_ptr<ImageLoad> _load;   ///< the load of the place asked for last, null when it is done
     bool _reloadsAgain = false;         ///< a request for that same place waits
     bool _isStopped = false;            ///< the main loop has ended
-    ImageList _changedWhileLoading;     ///< removed or restored since _load began
+    ImageList _goneWhileLoading;        ///< removed, and not restored, since _load began
+    ImageList _comeWhileLoading;        ///< restored, and not removed, since _load began
     std::optional<QString> _shownPath;  ///< the place whose items are shown
     QTimer* _progressTimer;
 };

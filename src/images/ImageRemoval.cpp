@@ -9,6 +9,7 @@
 #include "platform/desktop/StandardFolders.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
+#include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
@@ -28,9 +29,10 @@ bool belongsTo(const QString& place, const ImageObject& image) {
         return false;
     const QString folder = image.imageContainingFolderPath();
     if (folder == place)
-        return !isRecursive() || !platform::isExistingFolder(image.imagePath());
+        return !isRecursive() || !platform::FolderReader::shared().isFolder(image.imagePath());
     const QString prefix = place.endsWith(u'/') ? place : place + u'/';
-    return isRecursive() && folder.startsWith(prefix) && !platform::isExistingFolder(image.imagePath());
+    return isRecursive() && folder.startsWith(prefix) &&
+           !platform::FolderReader::shared().isFolder(image.imagePath());
 }
 
 /// The list of a place's items without those that are gone, and with those that have come and belong there.
@@ -47,6 +49,13 @@ ImageList changedList(const ImageList& images, const ImageList& gone, const Imag
         sortImages(result, imageSortOrderSetting());
     }
     return result;
+}
+
+/// Notes what changed last: the images are `now`, and no longer what they were before.
+void changeInto(const ImageList& images, ImageList& now, ImageList& before) {
+    before = imagesWithout(before, images);
+    now = imagesWithout(now, images);
+    now.insert(now.end(), images.begin(), images.end());
 }
 
 }  // namespace
@@ -92,7 +101,7 @@ void ImageBrowserDataSource::undoRemoval() {
     for (const QString& path : platform::Workspace::sharedWorkspace().recycler().undo()) {
         come.emplace_back(new ImageObject);
         come.back()->setPath(path);
-        needsWalk = needsWalk || (isRecursive() && platform::isExistingFolder(path));
+        needsWalk = needsWalk || (isRecursive() && platform::FolderReader::shared().isFolder(path));
     }
     showChanges({}, come);
     Q_EMIT removalsChanged();
@@ -103,8 +112,8 @@ void ImageBrowserDataSource::undoRemoval() {
 
 void ImageBrowserDataSource::showChanges(const ImageList& gone, const ImageList& come) {
     if (_load != nullptr) {
-        _changedWhileLoading.insert(_changedWhileLoading.end(), gone.begin(), gone.end());
-        _changedWhileLoading.insert(_changedWhileLoading.end(), come.begin(), come.end());
+        changeInto(gone, _goneWhileLoading, _comeWhileLoading);
+        changeInto(come, _comeWhileLoading, _goneWhileLoading);
     }
     auto changed = std::make_shared<const ImageList>(changedList(*_images, gone, come, _shownPath));
     if (*changed == *_images)
@@ -117,11 +126,8 @@ void ImageBrowserDataSource::showChanges(const ImageList& gone, const ImageList&
 
 ImageListRef ImageBrowserDataSource::withChangesWhileLoading(ImageListRef imported,
                                                              const QString& place) const {
-    if (_changedWhileLoading.empty())
+    if (_goneWhileLoading.empty() && _comeWhileLoading.empty())
         return imported;
-    ImageList gone;
-    ImageList come;
-    for (const ImageRef& image : _changedWhileLoading)
-        (platform::fileStatus(image->imagePath(), platform::FollowLinks::no) ? come : gone).push_back(image);
-    return std::make_shared<const ImageList>(changedList(*imported, gone, come, place));
+    return std::make_shared<const ImageList>(
+        changedList(*imported, _goneWhileLoading, _comeWhileLoading, place));
 }

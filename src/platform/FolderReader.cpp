@@ -200,6 +200,11 @@ void FolderReader::setRead(Read read, std::chrono::milliseconds budget) {
     _d->budget = budget;
 }
 
+bool FolderReader::isFolder(const QString& path) {
+    const auto status = contents(path, FolderDetail::status);
+    return status && status->isFolder;
+}
+
 std::optional<FolderContents> FolderReader::contents(const QString& path, FolderDetail detail,
                                                      LateAnswer late) {
     _d->watchTurns();

@@ -40,6 +40,9 @@ class FolderReader {
     /// The folder's contents, or nothing when they do not come in time; `late` is then used once.
     std::optional<FolderContents> contents(const QString& path, FolderDetail detail, LateAnswer late = {});
 
+    /// Whether a folder is at the path, as far as its place tells in time.
+    bool isFolder(const QString& path);
+
     /// Replaces what visits a folder and how long a turn may wait, for tests of slow places or on slow
     /// machines. Visits under way keep the former.
     void setRead(Read read, std::chrono::milliseconds budget = turnBudget);

@@ -6,6 +6,7 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
+#include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
 
 #include <QApplication>
@@ -146,6 +147,10 @@ class ImageBrowserDataSourceTest : public QObject {
         QCOMPARE(window.titles(), QStringList({QStringLiteral("2"), QStringLiteral("0")}));
         QCOMPARE(window.images->imageBrowserItemAtIndex(window.view, 1), stays);
         QVERIFY(window.images->isFolderAtIndex(0));
+        SlowPlace slow(path);
+        platform::FolderReader::shared().setRead(slow.read());
+        QVERIFY(!window.images->isFolderAtIndex(0));
+        platform::FolderReader::shared().setRead(platform::readFolder);
         QCOMPARE(window.images->urlAtIndex(0), path + QStringLiteral("/2"));
         QVERIFY(QDir(path).removeRecursively());
         window.load(path);
