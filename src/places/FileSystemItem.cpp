@@ -40,7 +40,9 @@ std::optional<double> modificationTimeOf(const QString& path) {
 }
 
 QString dateText(double secondsSince1970) {
-    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(secondsSince1970 * 1000), Qt::UTC)
+    constexpr double mostMilliseconds = 9e18;
+    const double milliseconds = std::clamp(secondsSince1970 * 1000, -mostMilliseconds, mostMilliseconds);
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(milliseconds), Qt::UTC)
         .toString(Qt::ISODateWithMs);
 }
 
