@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QMetaObject>
+#include <QTimer>
 
 #include <algorithm>
 #include <deque>
@@ -39,6 +40,7 @@ struct ThumbnailQueue::Private {
     std::uint64_t wishesCount = 0;
     std::deque<QString> changed;  ///< to be reported
     std::unique_ptr<ThumbnailWorkers> workers;
+    QTimer unwantedTimer;  ///< runs out once the wishes have stood for a while
 
     void addWish(ThumbnailRequest request, bool isVisible, bool checkAgain, std::vector<ThumbnailJob>& jobs);
     void absorbAnswers();
@@ -113,6 +115,10 @@ void ThumbnailQueue::Private::report() {
 
 ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_unique<Private>()) {
     _d->queue = this;
+    _d->unwantedTimer.setSingleShot(true);
+    _d->unwantedTimer.setTimerType(Qt::PreciseTimer);
+    _d->unwantedTimer.setInterval(ThumbnailWorkers::patienceWithUnwanted);
+    connect(&_d->unwantedTimer, &QTimer::timeout, this, [this] { _d->workers->cancelUnwanted(); });
 }
 
 ThumbnailQueue::~ThumbnailQueue() = default;
@@ -141,6 +147,7 @@ void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
         });
     }
     _d->workers->setJobs(std::move(visibleJobs), std::move(nearJobs));
+    _d->unwantedTimer.start();
 }
 
 Thumbnail ThumbnailQueue::thumbnail(const QString& path) const {

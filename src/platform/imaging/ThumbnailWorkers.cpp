@@ -23,7 +23,6 @@ using Clock = std::chrono::steady_clock;
 Q_LOGGING_CATEGORY(thumbnailLog, "tavlin.thumbnails")
 
 constexpr std::size_t pendingWriteLimit = std::size_t{32} << 20;
-constexpr auto patienceWithUnwanted = 300ms;
 constexpr auto patienceAtRelease = 40ms;
 constexpr auto patienceAtEnd = 1s;
 constexpr auto cancelInterval = 3ms;
@@ -176,7 +175,7 @@ bool ThumbnailWorkers::Shared::adopt(const ThumbnailJob& job, bool isVisible) {
 void ThumbnailWorkers::Shared::cancelUnwanted() {
     const auto now = Clock::now();
     for (const auto& worker : workers)
-        if (worker->isBusy && !worker->isWanted && now - worker->start > patienceWithUnwanted)
+        if (worker->isBusy && !worker->isWanted && now - worker->start >= patienceWithUnwanted)
             worker->maker.cancel();
 }
 
@@ -248,6 +247,11 @@ void ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<Th
     shared.cancelUnwanted();
     startThreads(visible.size() + near.size());
     shared.work.notify_all();
+}
+
+void ThumbnailWorkers::cancelUnwanted() {
+    const std::lock_guard lock(_shared->mutex);
+    _shared->cancelUnwanted();
 }
 
 std::vector<ThumbnailAnswer> ThumbnailWorkers::takeAnswers() {

@@ -3,6 +3,7 @@
 
 #include "platform/imaging/ThumbnailMaker.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -30,6 +31,9 @@ class ThumbnailWorkers {
     /// under way, and does not check a version, is that one. What is no longer wanted and takes long is
     /// cancelled.
     void setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near);
+    /// To be called once that long after the last setJobs(): cancels what was too young for that then.
+    void cancelUnwanted();
+    static constexpr std::chrono::milliseconds patienceWithUnwanted{300};
     std::vector<ThumbnailAnswer> takeAnswers();
     /// Drops the work on files below `folder`; returns when none of them is open any more, at the latest
     /// after 40 ms.

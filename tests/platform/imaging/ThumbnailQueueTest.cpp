@@ -263,6 +263,19 @@ class ThumbnailQueueTest : public QObject {
         QVERIFY2(time.elapsed() < 500, qPrintable(QString::number(time.elapsed())));
     }
 
+    /// With every decoder stopped at what is wanted no longer, and no further wishes.
+    void leavesWhatHangsUnwanted() {
+        const auto requests = writeMany(30);
+        ThumbnailQueue queue;
+        record(queue);
+        queue.setWanted(requests, {});
+        QTRY_VERIFY(!_reports.empty());
+        signalChildren(SIGSTOP);
+        const QString path = write(u"wanted.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
+        queue.setWanted({{path, 200}}, {});
+        QTRY_COMPARE(queue.thumbnail(path).state, State::complete);
+    }
+
     void releasesFiles() {
         const QString elsewhere = write(u"elsewhere.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
         ThumbnailQueue queue;
