@@ -23,8 +23,8 @@ QByteArray makeBelow(QByteArray parent) {
 }  // namespace
 
 QString temporaryFolder() {
-    if (folderMade.isEmpty() && qEnvironmentVariableIsSet("TMPDIR"))
-        folderMade = makeBelow(qgetenv("TMPDIR"));
+    if (const QByteArray wish = qgetenv("TMPDIR"); folderMade.isEmpty() && wish.startsWith('/'))
+        folderMade = makeBelow(wish);
     if (folderMade.isEmpty())
         folderMade = makeBelow("/tmp");
     return folderMade.isEmpty() ? QString() : pathFromBytes(folderMade + '/');

@@ -10,8 +10,8 @@
 #include <optional>
 #include <vector>
 
-// Helpers that the program keeps and does not call. None holds state; all but progressImageWithPercent() may
-// be called from any thread.
+// Helpers that the program keeps and does not call. None holds state; any thread may call them, but
+// for those that say otherwise.
 
 /// Whether a text is four numbers from 0 to 255 with dots between them. Lenient on purpose: an empty piece
 /// counts as 0, and leading zeros do not matter.
@@ -40,7 +40,7 @@ platform::PropertyDictionary& makeAllContainedDictionaryObjectsMutable(
 /// Main thread.
 QImage progressImageWithPercent(int percent, float width, float height);
 
-/// The system's folder for temporary files, "/tmp" where there is none.
+/// The system's folder for temporary files, "/tmp" where there is none. Main thread.
 QString getNewTempFolderPath();
 
 /// Copies a text and its terminating NUL into `buffer`, which holds `maxLength` bytes; false, and nothing

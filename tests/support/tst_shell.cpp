@@ -23,6 +23,13 @@ class ShellTest : public QObject {
         const auto permissions = QFile::permissions(platform::temporaryFolder());
         QVERIFY(!permissions.testAnyFlags(QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther |
                                           QFile::WriteOther));
+
+        platform::removeTemporaryFolder();
+        const QByteArray usual = qgetenv("TMPDIR");
+        qputenv("TMPDIR", "");
+        QVERIFY(platform::temporaryFolder().startsWith(u"/tmp/"_s));
+        platform::removeTemporaryFolder();
+        qputenv("TMPDIR", usual);
     }
 
     void parameterFileKeepsEveryPath() {
