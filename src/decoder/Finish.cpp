@@ -44,7 +44,7 @@ QImage upright(const QImage& image, QImageIOHandler::Transformations transformat
     return turned;
 }
 
-Picture finish(QImage image, QSize fullSize, QImageIOHandler::Transformations transformation, int pixelSize) {
+Result finish(QImage image, QSize fullSize, QImageIOHandler::Transformations transformation, int pixelSize) {
     const QSize fitted = fittedSize(image.size(), pixelSize);
     if (fitted != image.size()) {
         const QColorSpace profile = image.colorSpace();
@@ -61,7 +61,9 @@ Picture finish(QImage image, QSize fullSize, QImageIOHandler::Transformations tr
     image.convertTo(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
         fullSize.transpose();
-    return {image, fullSize, {}};
+    if (image.isNull())
+        return Failure{Status::tooLarge, {}};
+    return Picture{image, fullSize, {}};
 }
 
 }  // namespace decoder

@@ -17,8 +17,8 @@ QImageIOHandler::Transformations transformationOfOrientation(int orientation);
 
 /// What every loader's image goes through: fitted by a smooth filter, turned upright, converted to sRGB by
 /// its colour profile, 32 bits a pixel. `fullSize` is the whole picture's before it is turned; `image` may
-/// already be smaller.
-Picture finish(QImage image, QSize fullSize, QImageIOHandler::Transformations transformation, int pixelSize);
+/// already be smaller. Too large where there is no memory left for it.
+Result finish(QImage image, QSize fullSize, QImageIOHandler::Transformations transformation, int pixelSize);
 
 /// The image turned upright.
 QImage upright(const QImage& image, QImageIOHandler::Transformations transformation);

@@ -115,10 +115,12 @@ Result loadStoredThumbnail(QIODevice& device) {
     const QImage image = reader.read();
     if (image.isNull())
         return failureOf(reader);
-    Picture picture = finish(image, image.size(), QImageIOHandler::TransformationNone, kMaximumPixelSize);
-    for (const QString& key : image.textKeys())
-        picture.texts.insert(key.toUtf8(), image.text(key).toUtf8());
-    return picture;
+    Result result = finish(image, image.size(), QImageIOHandler::TransformationNone, kMaximumPixelSize);
+    if (auto* picture = std::get_if<Picture>(&result)) {
+        for (const QString& key : image.textKeys())
+            picture->texts.insert(key.toUtf8(), image.text(key).toUtf8());
+    }
+    return result;
 }
 
 }  // namespace decoder
