@@ -12,12 +12,19 @@
 #include <unistd.h>
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <climits>
 #include <optional>
+#include <thread>
 
 namespace platform {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// How long one that has the lock may take until it listens.
+constexpr auto startLasts = 1s;
 
 QByteArray meetingPlace() {
     const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
@@ -58,11 +65,19 @@ std::unique_ptr<RunningInstance> RunningInstance::become(const QString& folder) 
     ScopedFileDescriptor lock;
     if (!place.isEmpty()) {
         lock.reset(::open((place + ".lock").constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-        const bool isFirst = !lock.isValid() || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
-        if (!isFirst && send(socketPath, bytesFromPath(folder)))
-            return nullptr;
-        if (!isFirst)
-            lock.reset();
+        const auto isFirst = [&] {
+            return !lock.isValid() || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+        };
+        const auto patienceEnds = std::chrono::steady_clock::now() + startLasts;
+        while (!isFirst()) {
+            if (send(socketPath, bytesFromPath(folder)))
+                return nullptr;
+            if (std::chrono::steady_clock::now() > patienceEnds) {
+                lock.reset();
+                break;
+            }
+            std::this_thread::sleep_for(20ms);
+        }
     }
     return std::unique_ptr<RunningInstance>(new RunningInstance(std::move(lock), socketPath));
 }

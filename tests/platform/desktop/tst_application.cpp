@@ -3,7 +3,11 @@
 
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/UserDefaults.h"
+#include "platform/ScopedFileDescriptor.h"
 #include "testing/TestHome.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -179,6 +183,22 @@ class TestApplication : public QObject {
         start(third, "terminate", {u"/three"_s});
         QVERIFY(third.waitForFinished());
         QVERIFY(third.readAllStandardOutput().contains("open /three\n"));
+    }
+
+    /// The lock stands, its owner does not listen yet, and then is gone.
+    void aSecondStartWaitsForTheFirst() {
+        const QByteArray place = qgetenv("XDG_RUNTIME_DIR") + "/tavlin" + qgetenv("WAYLAND_DISPLAY") +
+                                 QByteArray(qgetenv("DISPLAY")).replace('/', '_');
+        platform::ScopedFileDescriptor lock(::open((place + ".lock").constData(), O_RDWR | O_CREAT, 0600));
+        QCOMPARE(::flock(lock.get(), LOCK_EX), 0);
+        QProcess second;
+        start(second, "signal");
+        QVERIFY(!second.waitForReadyRead(400));
+        lock.reset();
+        QByteArray output;
+        QTRY_VERIFY((output += second.readAllStandardOutput()).contains("ready"));
+        second.terminate();
+        QVERIFY(second.waitForFinished());
     }
 
     void anIgnoredSignalStaysIgnored() {
