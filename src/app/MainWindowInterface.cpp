@@ -5,6 +5,7 @@
 #include "app/ZoomSlider.h"
 #include "images/ImageLoad.h"
 #include "platform/desktop/Bundle.h"
+#include "platform/desktop/StandardFolders.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/FolderReader.h"
 #include "platform/Guard.h"
@@ -17,10 +18,8 @@
 #include "ui/TavlinAboutWindowController.h"
 #include "viewer/ImageWindowController.h"
 
-#include <QDir>
 #include <QLoggingCategory>
 #include <QSignalBlocker>
-#include <QStandardPaths>
 
 #include <cstdio>
 
@@ -35,8 +34,8 @@ bool mayBeFolder(const QString& path) {
 }
 
 QString firstFolder() {
-    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
-    return mayBeFolder(pictures) ? pictures : QDir::homePath();
+    const QString pictures = platform::picturesFolder();
+    return mayBeFolder(pictures) ? pictures : platform::homeFolder();
 }
 
 /// Names the windows that the program opens, before the menus are made.

@@ -78,9 +78,9 @@ MountTable::MountTable() : _table(::open("/proc/self/mountinfo", O_RDONLY | O_CL
 const std::vector<QString>& MountTable::mountFolders() {
     pollfd watched{_table.get(), POLLPRI, 0};
     const bool hasChanged = ::poll(&watched, 1, 0) > 0 && (watched.revents & (POLLPRI | POLLERR)) != 0;
-    if (hasChanged || _generation == 0) {
+    if (hasChanged || !_isRead) {
         _mountFolders = mountFoldersFromTable(readFromStart(_table.get()));
-        ++_generation;
+        _isRead = true;
     }
     return _mountFolders;
 }

@@ -26,12 +26,10 @@ class MountTable {
     MountTable();
 
     const std::vector<QString>& mountFolders();
-    /// Grows whenever mountFolders() found a change.
-    int generation() const { return _generation; }
 
  private:
     ScopedFileDescriptor _table;
-    int _generation = 0;
+    bool _isRead = false;
     std::vector<QString> _mountFolders;
 };
 

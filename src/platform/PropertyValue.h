@@ -60,7 +60,6 @@ class PropertyValue {
     /// as "(a, b)", dictionaries as "{k = v; }".
     QString description() const;
 
-    bool isString() const { return std::holds_alternative<QString>(_value); }
     const QString* string() const { return std::get_if<QString>(&_value); }
     const Array* array() const { return std::get_if<Array>(&_value); }
     const Dictionary* dictionary() const { return std::get_if<Dictionary>(&_value); }

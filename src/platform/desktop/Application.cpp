@@ -251,8 +251,4 @@ QString Application::classNameOfWindow(const QWidget& window) {
     return QString::fromLatin1(window.metaObject()->className()).section(QStringLiteral("::"), -1);
 }
 
-bool Application::isActive() const {
-    return QGuiApplication::applicationState() == Qt::ApplicationActive;
-}
-
 }  // namespace platform

@@ -72,7 +72,6 @@ class Application : public QObject {
     /// The name of a window's class, without its namespace.
     static QString classNameOfWindow(const QWidget& window);
 
-    bool isActive() const;
     /// Ends the event loop as soon as it runs.
     void terminate();
 

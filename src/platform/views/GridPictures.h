@@ -42,8 +42,6 @@ class GridPictures {
     /// scaled by the caller until it has been made anew.
     void setTarget(int side, qreal devicePixelRatio);
     void setByteLimit(qsizetype bytes);
-    /// The bytes of what is kept.
-    qsizetype byteUse() const { return _entries.totalCost() * bytesPerCost; }
 
     /// The side in device pixels.
     int targetPixels() const { return _pixels; }

@@ -222,10 +222,6 @@ void ImageBrowserView::setCellsStyleMask(unsigned mask) {
     viewport()->update();
 }
 
-unsigned ImageBrowserView::cellsStyleMask() const {
-    return _d->cellsStyle;
-}
-
 void ImageBrowserView::setNeedsDisplay(bool needs) {
     if (needs)
         viewport()->update();

@@ -110,7 +110,6 @@ class ImageBrowserView : public QAbstractItemView {
     bool animates() const;
     void setAllowsReordering(bool allows);
     void setCellsStyleMask(unsigned mask);
-    unsigned cellsStyleMask() const;
     void setNeedsDisplay(bool needs);
 
     /// Answers the icon of a file that is no picture.
