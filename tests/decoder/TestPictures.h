@@ -83,8 +83,8 @@ inline QByteArray tiffDirectory(const std::vector<TiffEntry>& entries, quint32 n
     return bytes + little(next);
 }
 
-inline QByteArray tiffHeader(quint16 magic = 42) {
-    return QByteArray("II") + little(magic) + little(quint32(8));
+inline QByteArray tiffHeader() {
+    return QByteArray("II") + little(quint16(42)) + little(quint32(8));
 }
 
 /// An EXIF block with an orientation and, unless it is empty, a thumbnail.

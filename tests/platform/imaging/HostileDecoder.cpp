@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -56,8 +55,6 @@ void misbehave(const std::string& mode, const Request& request, int file) {
     Response response = rightResponse(request.id);
     if (mode == "dies")
         ::raise(SIGSEGV);
-    if (mode == "exits")
-        std::_Exit(EXIT_FAILURE);
     if (mode == "hangs") {
         while (true)
             ::pause();
@@ -66,24 +63,14 @@ void misbehave(const std::string& mode, const Request& request, int file) {
         dieOnce(file);
     if (mode == "wrong-stride")
         response.stride = kSide * 4 + 4;
-    if (mode == "negative-height")
-        response.height = -kSide;
     if (mode == "huge-width")
         response.width = response.stride = 0x40000000;
     if (mode == "larger-than-asked")
         response.width = response.height = 1024, response.stride = 4096;
-    if (mode == "unknown-format")
-        response.format = PixelFormat(77);
     if (mode == "unknown-status")
         response.status = Status(99);
-    if (mode == "ready-again")
-        response.status = Status::ready;
-    if (mode == "other-role-for-ever")
-        response.status = Status::otherRole;
     if (mode == "wrong-id")
         response.id += 1;
-    if (mode == "wrong-magic")
-        response.magic = 0;
     if (mode == "huge-texts")
         response.textBytes = ~std::uint64_t(0) - kBytes + 1;
     if (mode == "garbled-texts")
@@ -92,25 +79,14 @@ void misbehave(const std::string& mode, const Request& request, int file) {
         response.status = Status::properties;
         response.textBytes = mode == "huge-properties" ? std::uint64_t(1) << 40 : kBytes;
     }
-    if (mode == "rude-message") {
-        response.status = Status::damaged;
-        std::ranges::fill(response.message, '\xff');
-        std::ranges::copy(std::string("\x1b[31m\n\a"), response.message);
-    }
     if (mode == "garbage") {
         const std::string garbage(1000, 'x');
         sendMessage(kSocketDescriptor, garbage.data(), garbage.size(), -1, Waiting::yes);
-    } else if (mode == "short-message") {
-        sendMessage(kSocketDescriptor, &response, 20, -1, Waiting::yes);
-    } else if (mode == "no-memory") {
-        answer(response, -1);
     } else if (mode == "ordinary-file") {
         answer(response, file);
     } else {
         const bool texts = mode == "garbled-texts";
-        const std::size_t bytes = mode == "small-memory"   ? kBytes - 1
-                                  : mode == "large-memory" ? kBytes + 1
-                                                           : kBytes;
+        const std::size_t bytes = mode == "small-memory" ? kBytes - 1 : kBytes;
         auto pixels =
             memory(bytes + (texts ? 16 : 0), mode != "no-seals" && mode != "unsealed-properties" && !texts);
         if (texts) {
@@ -133,8 +109,6 @@ int main(int, char** argv) {
         return EXIT_FAILURE;
     Response ready;
     ready.status = Status::ready;
-    if (mode == "garbled-ready")
-        ready.magic = 1;
     answer(ready, -1);
     while (true) {
         Request request;

@@ -101,10 +101,8 @@ class ThumbnailQueueTest : public QObject {
         QTest::newRow("large picture")
             << jpeg(noise({800, 400}, Qt::red)) << State::complete << QSize(200, 100);
         QTest::newRow("small picture") << jpeg(noise({40, 80}, Qt::red)) << State::complete << QSize(40, 80);
-        QTest::newRow("half a picture") << png.first(png.size() / 2) << State::failed << QSize(0, 0);
         QTest::newRow("text") << QByteArray("no picture at all, but a text") << State::notImage
                               << QSize(0, 0);
-        QTest::newRow("empty") << QByteArray() << State::notImage << QSize(0, 0);
         QTest::newRow("FIFO") << QByteArray("FIFO") << State::notImage << QSize(0, 0);
         QTest::newRow("absent") << QByteArray("absent") << State::notImage << QSize(0, 0);
     }
@@ -162,21 +160,6 @@ class ThumbnailQueueTest : public QObject {
         QVERIFY2(made <= 20, qPrintable(u"%1 were made for nothing"_s.arg(made)));
     }
 
-    void previewComesBeforeThePicture() {
-        const QImage preview = noise({160, 90}, Qt::green);
-        const QString path = write(
-            u"camera.jpg"_s, testPictures::withExifInJpeg(jpeg(noise({800, 450}, Qt::red).scaled(4800, 2700)),
-                                                          testPictures::exifBlock(1, jpeg(preview))));
-        ThumbnailQueue queue;
-        record(queue);
-        queue.setWanted({{path, 256}}, {});
-        QTRY_COMPARE(_reports.size(), 2U);
-        QCOMPARE(_reports[0].second.state, State::preview);
-        QCOMPARE(_reports[0].second.image.size(), QSize(160, 90));
-        QCOMPARE(_reports[1].second.state, State::complete);
-        QCOMPARE(_reports[1].second.image.size(), QSize(256, 144));
-    }
-
     void looksIntoTheStoreFirst() {
         const QString good = write(u"good.jpg"_s, jpeg(noise({1600, 900}, Qt::red)));
         const QString bad = write(u"bad.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
@@ -197,16 +180,6 @@ class ThumbnailQueueTest : public QObject {
         QCOMPARE(queue->thumbnail(good).image.size(), QSize(200, 112));
         QCOMPARE(queue->thumbnail(good).image.pixelColor(100, 50), QColor(Qt::yellow));
         QCOMPARE(queue->thumbnail(bad).failure, u"why"_s);
-    }
-
-    void withoutDecoder() {
-        ThumbnailQueue::setDecoderProgram(u"/absent"_s);
-        const QString path = write(u"good.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
-        ThumbnailQueue queue;
-        queue.setWanted({{path, 200}}, {});
-        QTRY_COMPARE(queue.thumbnail(path).state, State::failed);
-        QVERIFY(!queue.thumbnail(path).failure.isEmpty());
-        QVERIFY(!QFile::exists(ThumbnailStore().failurePath(fileUriFromPath(path))));
     }
 
     void olderStaysUntilTheNewer() {
@@ -274,33 +247,6 @@ class ThumbnailQueueTest : public QObject {
         const QString path = write(u"wanted.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
         queue.setWanted({{path, 200}}, {});
         QTRY_COMPARE(queue.thumbnail(path).state, State::complete);
-    }
-
-    void releasesFiles() {
-        const QString elsewhere = write(u"elsewhere.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
-        ThumbnailQueue queue;
-        record(queue);
-        queue.setWanted({{elsewhere, 200}}, {});
-        QTRY_COMPARE(_reports.size(), 1U);
-        QVERIFY(QDir(_folder->path()).mkdir(u"volume"_s));
-        const QString path = write(u"volume/a.jpg"_s, jpeg(noise({900, 600}, Qt::red)));
-        signalChildren(SIGSTOP);
-        queue.setWanted({{path, 200}}, {});
-        const auto isOpen = [&] {
-            auto processes = childProcesses();
-            processes.push_back(::getpid());
-            return std::any_of(processes.begin(), processes.end(),
-                               [&](int process) { return openFiles(process).contains(path); });
-        };
-        QTRY_VERIFY(isOpen());
-        queue.releaseFilesBelow(_folder->filePath(u"vol"_s));
-        QVERIFY2(isOpen(), "another folder");
-        queue.releaseFilesBelow(_folder->filePath(u"volume"_s));
-        QVERIFY(!isOpen());
-        signalChildren(SIGCONT);
-        queue.setWanted({{elsewhere, 100}}, {});
-        QTRY_COMPARE(_reports.size(), 2U);
-        QCOMPARE(queue.thumbnail(path).state, State::unknown);
     }
 
  private:
