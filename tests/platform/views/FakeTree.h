@@ -7,12 +7,11 @@
 #include <QSet>
 #include <QStringList>
 
-#include <functional>
 #include <stdexcept>
 #include <vector>
 
 /// A tree of paths that feeds an outline as the program does: new top-level items for each question, children
-/// listed once per item. Notes what it is asked; may be told to throw or to call back.
+/// listed once per item. Notes what it is asked; may be told to throw.
 class FakeTree : public platform::OutlineViewDataSource, public platform::OutlineViewDelegate {
  public:
     using OutlineView = platform::OutlineView;
@@ -37,7 +36,6 @@ class FakeTree : public platform::OutlineViewDataSource, public platform::Outlin
     QStringList asked;
     int selectionChanges = 0;
     QString throwing;
-    std::function<void()> whenAskedForText;
 
     int outlineViewNumberOfChildrenOfItem(OutlineView&, OutlineItem* item) override {
         note("count", item);
@@ -54,8 +52,6 @@ class FakeTree : public platform::OutlineViewDataSource, public platform::Outlin
     QString outlineViewObjectValueForTableColumnByItem(OutlineView&, TableColumn&,
                                                        OutlineItem* item) override {
         note("text", item);
-        if (whenAskedForText)
-            whenAskedForText();
         return pathOf(item).section(u'/', -1);
     }
     bool outlineViewShouldEditTableColumnItem(OutlineView&, TableColumn&, OutlineItem*) override {

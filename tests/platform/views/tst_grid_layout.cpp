@@ -31,30 +31,6 @@ class GridLayoutTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void zoomIsEvenToTheEye() {
-        QCOMPARE(GridLayout::thumbnailSideForZoom(0), 64);
-        QCOMPARE(GridLayout::thumbnailSideForZoom(1), 512);
-        QCOMPARE(GridLayout::thumbnailSideForZoom(-3), 64);
-        QCOMPARE(GridLayout::thumbnailSideForZoom(7), 512);
-        const double third = GridLayout::thumbnailSideForZoom(1 / 3.0);
-        QCOMPARE(third / 64, GridLayout::thumbnailSideForZoom(2 / 3.0) / third);
-    }
-
-    void columns() {
-        // A cell is 100 + 2 * 10 wide, the margins 12 at each side, the spacing at least 8.
-        for (const auto& [width, columns] :
-             {std::pair(0, 1U), {90, 1U}, {144, 1U}, {271, 1U}, {272, 2U}, {1000, 7U}}) {
-            const GridLayout layout = makeLayout({width, 400}, 100, 1000);
-            QCOMPARE(layout.columns(), columns);
-            for (std::size_t i = 0; width > 0 && i < columns; ++i) {
-                const QRect cell = layout.cellRect(i, 0);
-                QVERIFY(cell.left() >= GridLayout::margin && cell.right() < width - GridLayout::margin);
-                if (i > 0)
-                    QVERIFY(cell.left() >= layout.cellRect(i - 1, 0).right() + GridLayout::spacing);
-            }
-        }
-    }
-
     // Every cell is found again at its corners, and nothing between cells, in either direction.
     void pointsAndCells() {
         for (const bool rightToLeft : {false, true}) {
@@ -138,19 +114,6 @@ class GridLayoutTest : public QObject {
         QTEST(int(layout.indexAfterStep(std::size_t(from), step)), "leftToRight");
         layout.setDirection(Qt::RightToLeft);
         QTEST(int(layout.indexAfterStep(std::size_t(from), step)), "rightToLeft");
-    }
-
-    void showing() {
-        // One row is 142 high with 8 between, from 12 on; the viewport shows 300 of 11 rows.
-        const GridLayout layout = makeLayout({500, 300}, 100, 33);
-        const auto offsetShowing = [&](std::size_t index, qint64 from) {
-            return int(layout.offsetShowing(index, from));
-        };
-        QCOMPARE(offsetShowing(3, 150), 150);
-        QCOMPARE(offsetShowing(6, 1000), 12 + 2 * 150 - 4);
-        QCOMPARE(offsetShowing(12, 0), 12 + 4 * 150 + 142 + 4 - 300);
-        QCOMPARE(offsetShowing(1, 500), 0);                           // the first row brings the margin
-        QCOMPARE(offsetShowing(32, 0), 2 * 12 - 8 + 11 * 150 - 300);  // so does the last
     }
 
     // More content than a scroll bar can count: every place is reachable, nothing overflows.

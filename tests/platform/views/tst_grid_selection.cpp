@@ -5,8 +5,6 @@
 #include "testing/TestHome.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QRandomGenerator>
 #include <QTest>
 
 using platform::GridSelection;
@@ -28,42 +26,6 @@ class GridSelectionTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    // Each operation against the same on booleans, over random sets.
-    void algebra() {
-        QRandomGenerator random(7);
-        for (int round = 0; round < 300; ++round) {
-            const auto make = [&](std::vector<bool>& bits) {
-                IndexSet set;
-                for (std::size_t i = 0; i < bits.size(); ++i)
-                    if ((bits[i] = random.bounded(3) == 0))
-                        set.insert(i);
-                return set;
-            };
-            std::vector<bool> bitsA(24);
-            std::vector<bool> bitsB(24);
-            const IndexSet a = make(bitsA);
-            const IndexSet b = make(bitsB);
-            IndexSet both;
-            IndexSet either;
-            IndexSet onlyA;
-            IndexSet one;
-            for (std::size_t i = 0; i < bitsA.size(); ++i) {
-                if (bitsA[i] && bitsB[i])
-                    both.insert(i);
-                if (bitsA[i] || bitsB[i])
-                    either.insert(i);
-                if (bitsA[i] && !bitsB[i])
-                    onlyA.insert(i);
-                if (bitsA[i] != bitsB[i])
-                    one.insert(i);
-            }
-            QCOMPARE(platform::intersectionOf(a, b), both);
-            QCOMPARE(platform::unionOf(a, b), either);
-            QCOMPARE(platform::differenceOf(a, b), onlyA);
-            QCOMPARE(platform::symmetricDifferenceOf(a, b), one);
-        }
-    }
-
     void rules_data() {
         QTest::addColumn<Acts>("acts");
         QTest::addColumn<QString>("selected");
@@ -93,24 +55,6 @@ class GridSelectionTest : public QObject {
         }
         QTEST(selection.indexes().description(), "selected");
         QTEST(int(selection.current().value()), "current");
-    }
-
-    // The toolkit's own selection model needs minutes for this.
-    void manySinglePicksStayQuick() {
-        GridSelection selection;
-        selection.reset(1'000'000);
-        IndexSet picks;
-        for (std::size_t i = 0; i < 100'000; i += 2)
-            picks.insert(i);
-        selection.setIndexes(picks);
-        QElapsedTimer clock;
-        clock.start();
-        for (std::size_t i = 500'000; i < 500'010; ++i)
-            QCOMPARE(selection.select(i, Mode::toggle), IndexSet{i});
-        // A few milliseconds; the bound leaves room for the sanitizers, not for a square.
-        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
-        QCOMPARE(selection.selectAll().count(), std::size_t(1'000'000 - 50'000 - 10));
-        QCOMPARE(selection.indexes().ranges().size(), std::size_t(1));
     }
 };
 

@@ -5,28 +5,18 @@
 #include "testing/TestHome.h"
 
 #include <QAbstractItemModelTester>
-#include <QAccessible>
 #include <QApplication>
-#include <QContextMenuEvent>
-#include <QDrag>
 #include <QLoggingCategory>
-#include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
-#include <QWheelEvent>
 
 #include <cmath>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 using platform::ImageBrowserView;
-using platform::Thumbnail;
 
 namespace {
-
-/// Items or keys, each with the modifiers that are held.
-using Presses = QList<QPair<int, int>>;
 
 /// A shown grid over 300 files and all it works with.
 struct Grid {
@@ -86,20 +76,6 @@ struct Grid {
     ImageBrowserView view;
 };
 
-/// Counts what is painted of a widget, in area.
-class PaintWatch : public QObject {
- public:
-    explicit PaintWatch(QWidget* widget) { widget->installEventFilter(this); }
-    QRegion painted;
-
- protected:
-    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-        if (event->type() == QEvent::Paint)
-            painted += static_cast<QPaintEvent*>(event)->region();
-        return false;
-    }
-};
-
 }  // namespace
 
 class ImageBrowserViewTest : public QObject {
@@ -129,55 +105,6 @@ class ImageBrowserViewTest : public QObject {
         grid.view.setDataSource(nullptr);
         QCOMPARE(grid.view.model()->rowCount(), 0);
         QLoggingCategory::setFilterRules({});
-    }
-
-    void clicks() {
-        Grid grid;
-        const auto selectedAfter = [&](int index, Qt::KeyboardModifiers modifiers) {
-            grid.click(index, modifiers);
-            return grid.selected();
-        };
-        QCOMPARE(selectedAfter(0, Qt::NoModifier), u"(0)"_s);
-        QCOMPARE(selectedAfter(3, Qt::ControlModifier), u"(0, 3)"_s);
-        QCOMPARE(selectedAfter(5, Qt::ControlModifier | Qt::ShiftModifier), u"(0, 3-5)"_s);
-        QCOMPARE(selectedAfter(0, Qt::ControlModifier), u"(3-5)"_s);
-        QCOMPARE(selectedAfter(6, Qt::NoModifier), u"(6)"_s);
-        QCOMPARE(selectedAfter(2, Qt::ShiftModifier), u"(2-6)"_s);
-        QCOMPARE(grid.current(), 2);
-        QVERIFY(grid.delegate.selectionChanges >= 6);
-    }
-
-    void keys_data() {
-        QTest::addColumn<Presses>("keys");
-        QTest::addColumn<QString>("selected");
-        QTest::addColumn<int>("current");
-        const int none = Qt::NoModifier;
-        const int control = Qt::ControlModifier;
-        const int shift = Qt::ShiftModifier;
-        // From item 6 on, four columns.
-        QTest::newRow("right") << Presses{{Qt::Key_Right, none}} << u"(7)"_s << 7;
-        QTest::newRow("down") << Presses{{Qt::Key_Down, none}} << u"(10)"_s << 10;
-        QTest::newRow("extend and shrink")
-            << Presses{{Qt::Key_Down, shift}, {Qt::Key_Down, shift}, {Qt::Key_Up, shift}} << u"(6-10)"_s
-            << 10;
-        QTest::newRow("walk and pick")
-            << Presses{{Qt::Key_Right, control}, {Qt::Key_Right, control}, {Qt::Key_Space, control}}
-            << u"(6, 8)"_s << 8;
-        QTest::newRow("home") << Presses{{Qt::Key_Home, shift}} << u"(0-6)"_s << 0;
-        QTest::newRow("end") << Presses{{Qt::Key_End, none}} << u"(299)"_s << 299;
-        QTest::newRow("all") << Presses{{Qt::Key_A, control}} << u"(0-299)"_s << 6;
-    }
-    void keys() {
-        QFETCH(Presses, keys);
-        Grid grid;
-        QCOMPARE(grid.cell(4).left(), grid.cell(0).left());
-        grid.click(6);
-        for (const auto& [key, modifiers] : std::as_const(keys))
-            grid.key(key, Qt::KeyboardModifiers(modifiers));
-        QTEST(grid.selected(), "selected");
-        QTEST(grid.current(), "current");
-        if (keys.last().first != Qt::Key_A)
-            QVERIFY(grid.view.viewport()->rect().contains(grid.cell(grid.current())));
     }
 
     void doubleClickReachesAllSelected() {
@@ -223,35 +150,6 @@ class ImageBrowserViewTest : public QObject {
             QTest::mouseRelease(viewport, Qt::LeftButton, Qt::NoModifier, grid.cell(10).center());
             QCOMPARE(grid.selected(), selected);
         }
-    }
-
-    void rubberBandScrollsAndEscapes() {
-        Grid grid;
-        grid.view.setSelectionIndexes({2}, false);
-        const QPoint start = grid.cell(4).topLeft() - QPoint(3, 3);
-        QTest::mousePress(grid.view.viewport(), Qt::LeftButton, Qt::NoModifier, start);
-        grid.move(QPoint(530, 460));
-        QTRY_VERIFY(grid.view.selectionIndexes().contains(60));
-        QCOMPARE(grid.view.selectionIndexes().firstIndex(), std::size_t(4));
-        QCOMPARE(grid.view.selectionIndexes().ranges().size(), std::size_t(1));
-        grid.key(Qt::Key_Escape);
-        QCOMPARE(grid.selected(), u"(2)"_s);
-    }
-
-    void typeAhead() {
-        Grid grid;
-        for (const int i : {40, 80, 120})
-            grid.source.items[std::size_t(i)]->path = u"/p/Zoo%1.jpg"_s.arg(i);
-        grid.source.items[200]->path = u"/p/zeb ra.jpg"_s;
-        grid.view.reloadData();
-        QTest::keyClicks(&grid.view, u"z"_s);
-        QCOMPARE(grid.selected(), u"(40)"_s);
-        QTest::keyClicks(&grid.view, u"z"_s);
-        QCOMPARE(grid.current(), 80);
-        QTest::qWait(QApplication::keyboardInputInterval() + 50);  // a new word begins
-        QTest::keyClicks(&grid.view, u"zeb r"_s);
-        QCOMPARE(grid.selected(), u"(200)"_s);
-        QVERIFY(grid.view.viewport()->rect().contains(grid.cell(200)));
     }
 
     void typeAheadOverAMillionHoldsNothingUp() {
@@ -315,22 +213,6 @@ class ImageBrowserViewTest : public QObject {
         QCOMPARE(grid.view.verticalScrollBar()->value(), 0);
     }
 
-    void aReloadRepaintsOnlyWhatChanged() {
-        Grid grid;
-        PaintWatch watch(grid.view.viewport());
-        grid.reload([](GridTestSource&) {});
-        QTest::qWait(20);
-        QVERIFY2(watch.painted.isEmpty(), "nothing changed, and still something was painted");
-        grid.reload([](GridTestSource& source) {
-            source.items[5] = std::make_unique<GridTestItem>(u"/p/else.jpg"_s);
-        });
-        QTRY_COMPARE(watch.painted.boundingRect(), grid.cell(5));
-        watch.painted = {};
-        grid.reload([](GridTestSource& source) { source.insertAt(290, u"/p/far.jpg"_s); });
-        QTest::qWait(20);
-        QVERIFY(watch.painted.isEmpty());
-    }
-
     void zoomAndSizeKeepTheirAnchor() {
         Grid grid;
         grid.view.verticalScrollBar()->setValue(1000);
@@ -343,23 +225,6 @@ class ImageBrowserViewTest : public QObject {
             grid.view.resize(width, 400);
             QCOMPARE(grid.cell(first).top(), top);
         }
-
-        // Round the pointer: the item beneath it stays beneath its height.
-        const QPoint pointer = grid.cell(first + 9).center();
-        QSignalSpy zooms(&grid.view, &ImageBrowserView::zoomValueChanged);
-        for (int i = 0; i < 5; ++i) {
-            QWheelEvent wheel(pointer, grid.view.viewport()->mapToGlobal(pointer), {}, QPoint(0, 120),
-                              Qt::NoButton, Qt::ControlModifier, Qt::NoScrollPhase, false);
-            QApplication::sendEvent(grid.view.viewport(), &wheel);
-            const QRect cell = grid.cell(first + 9);
-            QVERIFY(cell.top() <= pointer.y() && pointer.y() <= cell.bottom());
-        }
-        QCOMPARE(zooms.count(), 5);
-        QVERIFY(std::abs(grid.view.zoomValue() - 0.5F) < 0.01F);
-        grid.key(Qt::Key_Minus);
-        QVERIFY(std::abs(zooms.last().first().toFloat() - 0.4F) < 0.01F);
-        grid.view.setZoomValue(std::nanf(""));
-        QVERIFY(grid.view.zoomValue() < 0.45F);
     }
 
     void wishes() {
@@ -386,91 +251,6 @@ class ImageBrowserViewTest : public QObject {
         const int checks = script.checkCount;
         grid.reload([](GridTestSource&) {});
         QTRY_COMPARE(script.checkCount, checks + 1);
-    }
-
-    void anAnswerRepaintsItsCellAlone() {
-        Grid grid;
-        QTRY_VERIFY(QueueScript::shared().wishCount > 0);
-        QTest::qWait(20);
-        PaintWatch watch(grid.view.viewport());
-        Thumbnail thumbnail;
-        thumbnail.state = Thumbnail::State::complete;
-        thumbnail.image = QImage(97, 60, QImage::Format_RGB32);
-        thumbnail.image.fill(Qt::red);
-        QueueScript::shared().known[GridTestSource::pathOf(1)] = thumbnail;
-        Q_EMIT grid.queue.thumbnailChanged(GridTestSource::pathOf(1));
-        QTRY_COMPARE(watch.painted.boundingRect(), grid.cell(1));
-        watch.painted = {};
-        Q_EMIT grid.queue.thumbnailChanged(GridTestSource::pathOf(1));    // nothing new
-        Q_EMIT grid.queue.thumbnailChanged(GridTestSource::pathOf(290));  // out of sight
-        QTest::qWait(20);
-        QVERIFY(watch.painted.isEmpty());
-    }
-
-    // Pressing one of the selected and moving drags them all, to be copied or linked, never moved.
-    void dragsOut() {
-        struct DragWatch : QObject {
-            QPointer<QObject> made;  // not yet a drag when it is reported
-            bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-                if (event->type() == QEvent::ChildAdded)
-                    made = static_cast<QChildEvent*>(event)->child();
-                return false;
-            }
-        } watch;
-        Grid grid;
-        grid.source.items[1]->path = QString(u"/p/b%1 c.jpg"_s).arg(QChar(0xDCFF));
-        grid.view.setSelectionIndexes({1, 2}, false);
-        grid.view.installEventFilter(&watch);
-        QTest::mousePress(grid.view.viewport(), Qt::LeftButton, Qt::NoModifier, grid.cell(2).center());
-        grid.move(grid.cell(2).center() + QPoint(60, 0));
-        auto* const drag = qobject_cast<QDrag*>(watch.made);
-        QVERIFY(drag);
-        QCOMPARE(drag->mimeData()->data(u"text/uri-list"_s),
-                 QByteArray("file:///p/b%FF%20c.jpg\r\nfile:///p/img0002.jpg\r\n"));
-        QCOMPARE(drag->supportedActions(), Qt::CopyAction | Qt::LinkAction);
-        QVERIFY(!drag->pixmap().isNull());
-        QCOMPARE(grid.selected(), u"(1-2)"_s);
-    }
-
-    void contextMenu() {
-        Grid grid;
-        QSignalSpy asked(&grid.view, &ImageBrowserView::contextMenuAsked);
-        grid.view.setSelectionIndexes({1, 3}, false);
-        const auto ask = [&](QContextMenuEvent::Reason reason, QPoint point) {
-            QContextMenuEvent event(reason, point, grid.view.viewport()->mapToGlobal(point));
-            QApplication::sendEvent(grid.view.viewport(), &event);
-            return grid.view.viewport()->mapFromGlobal(asked.last().first().toPoint());
-        };
-        QCOMPARE(ask(QContextMenuEvent::Mouse, grid.cell(3).center()), grid.cell(3).center());
-        QCOMPARE(grid.selected(), u"(1, 3)"_s);
-        ask(QContextMenuEvent::Mouse, grid.cell(5).center());
-        QCOMPARE(grid.selected(), u"(5)"_s);
-        grid.view.verticalScrollBar()->setValue(3000);
-        const QPoint place = ask(QContextMenuEvent::Keyboard, QPoint(0, 0));
-        QVERIFY(grid.cell(5).contains(place) && grid.view.viewport()->rect().contains(place));
-    }
-
-    // Names, roles and places are those that the journeys go by.
-    void accessibility() {
-        Grid grid;
-        grid.view.setPositionText(u"%1 of %2"_s);
-        grid.view.setSelectionIndexes({1}, false);
-        QAccessibleInterface* const list = QAccessible::queryAccessibleInterface(&grid.view);
-        const int visible = list->childCount();
-        QVERIFY(visible > 4 && visible < 40);
-        QAccessibleInterface* const cell = list->child(1);
-        QCOMPARE(cell->text(QAccessible::Description), u"2 of 300"_s);
-        QVERIFY(cell->state().selected && cell->state().focused);
-        QVERIFY(!list->child(2)->state().selected);
-        QCOMPARE(list->indexOfChild(cell), 1);
-        const QPoint center = cell->rect().center();
-        QCOMPARE(list->childAt(center.x(), center.y()), cell);
-        cell->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QCOMPARE(grid.delegate.opened, std::vector<std::size_t>{1});
-
-        grid.view.verticalScrollBar()->setValue(3000);
-        QCOMPARE(list->child(0)->text(QAccessible::Name), grid.at(grid.firstVisible()).data().toString());
-        QCOMPARE(list->child(visible * 2), nullptr);
     }
 };
 

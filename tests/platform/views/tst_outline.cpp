@@ -4,7 +4,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
-#include <QRandomGenerator>
 #include <QTest>
 
 using platform::OutlineItem;
@@ -88,15 +87,6 @@ class TestOutline : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void asksNothingBeforeTheFirstReload() {
-        Fixture f;
-        f.outline.tableColumnWithIdentifier(text("folders"))->setHeaderTitle(text("Places"));
-        f.outline.grab();
-        QCOMPARE(f.tree.asked, QStringList());
-        QCOMPARE(f.outline.accessibleName(), text("Places"));
-        QVERIFY(!f.outline.tableColumnWithIdentifier(text("others")));
-    }
-
     void asksOnlyForWhatIsShown() {
         Fixture f;
         for (int i = 0; i < 2000; ++i)
@@ -224,24 +214,6 @@ class TestOutline : public QObject {
         QCOMPARE(f.tree.selectionChanges, 0);
     }
 
-    void collapsingHidesTheSelectionAndKeepsTheFocus() {
-        Fixture f;
-        f.selectInExpanded({"/a/k/x"});
-        f.outline.collapseItem(f.item("/a"));
-        QCOMPARE(f.outline.selectedRow(), -1);
-        QCOMPARE(f.outline.currentIndex().data().toString(), text("a"));
-        f.reload();
-        QCOMPARE(f.shown(), text("a b c"));
-        f.expand({"/a"});
-        QCOMPARE(f.shown(), text("a .k ..x ..y .l b c"));
-        QCOMPARE(f.outline.selectedRow(), f.row("/a/k/x"));
-
-        f.outline.collapseItem(f.item("/a"));
-        f.outline.selectRow(f.row("/b"), false);
-        f.expand({"/a"});
-        QCOMPARE(f.selected(), text("b"));
-    }
-
     void aThrowingDataSourceCostsOneAnswer() {
         Fixture f;
         for (const char* question : {"count", "child", "expandable", "text", "display", "selection"}) {
@@ -254,76 +226,6 @@ class TestOutline : public QObject {
             f.reload();
             QCOMPARE(f.shown(), text("a b c"));
             f.outline.selectRow(2, false);
-        }
-    }
-
-    void aReloadFromWithinAnAnswerIsPutOff() {
-        Fixture f;
-        f.reload();
-        f.tree.whenAskedForText = [&] {
-            f.tree.whenAskedForText = nullptr;
-            f.setBelow("", "/z");
-            f.outline.reloadData();
-        };
-        QCOMPARE(f.shown(), text("a b c"));
-        f.returnToEventLoop();
-        QCOMPARE(f.shown(), text("z"));
-    }
-
-    void keysMoveThroughTheTree() {
-        Fixture f;
-        f.reload();
-        f.outline.show();
-        f.outline.setCurrentIndex(f.outline.model()->index(0, 0));
-        const auto rowAfter = [&](Qt::Key key) {
-            QTest::keyClick(&f.outline, key);
-            return f.outline.selectedRow();
-        };
-        QCOMPARE(rowAfter(Qt::Key_Right), 0);
-        QCOMPARE(f.outline.numberOfRows(), 5);
-        QCOMPARE(rowAfter(Qt::Key_Down), 1);
-        QCOMPARE(rowAfter(Qt::Key_Home), 0);
-        QCOMPARE(rowAfter(Qt::Key_Asterisk), 0);
-        QVERIFY2(!f.tree.asked.contains(text("count /a/k")), "the asterisk walked the whole tree");
-        QCOMPARE(rowAfter(Qt::Key_Down), 1);
-        f.outline.reloadData();
-        QCOMPARE(rowAfter(Qt::Key_Down), 2);
-    }
-
-    /// Whatever happens in whatever order, rows are those that the tree view itself walks through.
-    void randomChangesKeepRowsInOrder() {
-        Fixture f;
-        QRandomGenerator random(20240607);
-        f.reload();
-        for (int step = 0; step < 300; ++step) {
-            const int row = random.bounded(f.outline.numberOfRows() + 1);
-            auto* item = static_cast<FakeTree::Item*>(f.outline.itemAtRow(row));
-            const std::function<void()> actions[] = {
-                [&] { f.outline.collapseItem(item); },
-                [&] { f.outline.expandItem(item); },
-                [&] { f.outline.selectRow(row, step % 2 == 0); },
-                [&] { f.outline.reloadData(); },
-                [&] { f.returnToEventLoop(); },
-                [&] {
-                    QStringList& below = f.tree.below[f.pathAt(row)];
-                    below.insert(below.size() / 2, f.pathAt(row) + text("/%1").arg(step));
-                    std::rotate(below.begin(), below.begin() + below.size() / 3, below.end());
-                    if (below.size() > 3)
-                        below.removeLast();
-                    if (item)
-                        item->isListed = false;
-                    f.outline.reloadItem(item, true);
-                },
-            };
-            actions[random.bounded(6)]();
-            QStringList byRow;
-            for (int i = 0; i < f.outline.numberOfRows(); ++i) {
-                const QString path = f.pathAt(i);
-                byRow.append(QString(path.count(u'/') - 1, u'.') + path.section(u'/', -1));
-                QCOMPARE(f.outline.rowForItem(f.outline.itemAtRow(i)), i);
-            }
-            QCOMPARE(byRow.join(u' '), f.shown());
-            QVERIFY(f.outline.selectedRow() < byRow.size());
         }
     }
 };
