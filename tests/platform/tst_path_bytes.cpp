@@ -35,16 +35,6 @@ class PathBytesTest : public QObject {
         }
     }
 
-    void takesPathsApart() {
-        const char* const rows[][3]{{"/a/b", "/a", "b"}, {"/a/b/", "/a", "b"}, {"/a//b", "/a", "b"},
-                                    {"/a", "/", "a"},    {"/", "/", "/"},      {"//", "/", "/"},
-                                    {"a/b", "a", "b"},   {"a", "", "a"},       {"", "", ""}};
-        for (const auto& [path, folder, name] : rows) {
-            QCOMPARE(pathByDeletingLastComponent(QString::fromLatin1(path)), QString::fromLatin1(folder));
-            QCOMPARE(lastPathComponent(QString::fromLatin1(path)), QString::fromLatin1(name));
-        }
-    }
-
     void travelsThroughFileUris() {
         const QByteArray bytes("/h\xe4r b%#?[x];\xc3\xa4~!'");
         const QByteArray uri = fileUriFromPath(pathFromBytes(bytes));

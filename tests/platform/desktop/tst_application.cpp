@@ -201,18 +201,6 @@ class TestApplication : public QObject {
         QVERIFY(second.waitForFinished());
     }
 
-    void anIgnoredSignalStaysIgnored() {
-        QProcess child;
-        child.setChildProcessModifier([] { ::signal(SIGHUP, SIG_IGN); });
-        start(child, "signal");
-        QByteArray output;
-        QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
-        ::kill(static_cast<pid_t>(child.processId()), SIGHUP);
-        QVERIFY(!child.waitForFinished(300));
-        child.terminate();
-        QVERIFY(child.waitForFinished());
-    }
-
     void answersOnTheCommandLine_data() {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<bool>("hasDisplay");
@@ -225,7 +213,6 @@ class TestApplication : public QObject {
                                 << status << QString::fromLatin1(output) << QString::fromLatin1(error);
         };
         row("help", "--help", false, 0, "Usage:", "");
-        row("version", "--version", false, 0, "tavlin " TAVLIN_VERSION, "");
         row("unknown option", "--bogus", true, 2, "", "\"--bogus\"");
         row("after the toolkit's own", "-style fusion --bogus", true, 2, "", "\"--bogus\"");
         row("no display", "", false, 1, "", "no display");

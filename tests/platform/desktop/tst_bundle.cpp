@@ -42,26 +42,6 @@ class BundleTest : public QObject {
         QCOMPARE(english.removeDuplicates(), 0);
     }
 
-    void givesCompiledInterfacesItsTexts() {
-        const Bundle bundle(_built, {u"de"_s});
-        bundle.installTranslators();
-        QCOMPARE(qtTrId("MainWindowFileBrowserColumnFolders"), u"Ordner"_s);
-    }
-
-    void listsResourcesByType() {
-        const QTemporaryDir prefix;
-        const QString folder = prefix.filePath(u"share/tavlin/"_s);
-        QVERIFY(QDir().mkpath(folder + u"folder.sh"_s));
-        for (const char* name : {"b.sh", "_a.sh", "c.py", "sh", "d.sh.txt"})
-            QVERIFY(QFile(folder + QString::fromLatin1(name)).open(QIODevice::WriteOnly));
-        const Bundle bundle(prefix.path(), {});
-        QCOMPARE(bundle.pathsForResourcesOfType(u"sh"_s),
-                 QStringList({folder + u"_a.sh"_s, folder + u"b.sh"_s}));
-        QCOMPARE(bundle.pathForResourceOfType(u"c"_s, u"py"_s), folder + u"c.py"_s);
-        QVERIFY(bundle.pathForResourceOfType(u"c"_s, u"sh"_s).isNull());
-        QCOMPARE(bundle.localizedString(_key), u""_s);
-    }
-
  private:
     const QString _built = QStringLiteral(TAVLIN_BUILD_DIR);
     const QString _key = u"MainWindowFileBrowserColumnFolders"_s;

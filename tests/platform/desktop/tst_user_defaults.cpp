@@ -4,12 +4,10 @@
 #include "testing/TestHome.h"
 
 #include <pthread.h>
-#include <sys/resource.h>
 
 #include <QScopeGuard>
 #include <QTest>
 
-#include <csignal>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -20,15 +18,6 @@ namespace {
 QByteArray readFile(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("missing");
-}
-
-/// The greatest size that a file of this process can grow to, as a stand-in for a full disk.
-void limitFileSize(rlim_t bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
-    ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 }  // namespace
@@ -93,28 +82,6 @@ class UserDefaultsTest : public QObject {
         QCOMPARE(readFile(_path + u".corrupt.2"_s), second);
         QVERIFY(!QFile::exists(_path + u".corrupt.3"_s));
         QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 2);
-    }
-
-    void goesOnWhereNothingCanBeWritten_data() {
-        QTest::addColumn<bool>("isDiskFull");
-        QTest::newRow("full disk") << true;
-        QTest::newRow("no folder can be made") << false;
-    }
-    void goesOnWhereNothingCanBeWritten() {
-        QFETCH(bool, isDiskFull);
-        const QString path = isDiskFull ? _path : _path + u"/below/a/file"_s;
-        writeFile("[PreferencesGlobals]\naSetting=true\n");
-        const QByteArray before = readFile(_path);
-        const QVariantMap more{{u"long"_s, QString(500, u'x')}};
-        LogLines log;
-        UserDefaults defaults(path);
-        limitFileSize(isDiskFull ? static_cast<rlim_t>(before.size()) : RLIM_INFINITY);
-        defaults.setDictionaryForKey(more, _group);
-        defaults.synchronize();
-        limitFileSize(RLIM_INFINITY);
-        QCOMPARE(defaults.dictionaryForKey(_group), more);
-        QCOMPARE(log.taken(), QStringList(u"The settings cannot be written to %1."_s.arg(path)));
-        QCOMPARE(readFile(_path), before);
     }
 
     void writesWithoutAThread() {

@@ -2,14 +2,10 @@
 #include "platform/desktop/Volumes.h"
 #include "platform/MountTable.h"
 #include "platform/PathBytes.h"
-#include "testing/MountSandbox.h"
 #include "testing/TestHome.h"
 
-#include <QProcess>
-#include <QStorageInfo>
 #include <QTest>
 
-using platform::mountedVolumes;
 using platform::MountEntry;
 using platform::Volume;
 
@@ -59,43 +55,7 @@ class TestVolumes : public QObject {
         QTEST(platform::visibleVolumes(table, {{"/dev/sdb1", u"Unused"_s}, {"/dev/sdb2", u"Label"_s}}),
               "volumes");
     }
-
-    void reallyMounted() {
-        if (!MountSandbox::problem().isEmpty())
-            QSKIP(qPrintable(MountSandbox::problem()));
-        // mount(8) keeps the options that are for programs in a table of its own, which must not be the
-        // system's.
-        QVERIFY(MountSandbox::mountTmpfs(u"/run/mount"_s) && MountSandbox::mountTmpfs(u"/media"_s));
-        const QList<Volume> before = mountedVolumes();
-        QCOMPARE(before.value(0).path, u"/"_s);
-        const QTemporaryDir parent;
-        const QString shown = parent.filePath(u"shown"_s);
-        const QString card = u"/media/me/card"_s;
-        if (!MountSandbox::mountExt4(card, 8))
-            QSKIP("no loop device can be mounted here");
-
-        QVERIFY(QDir().mkpath(shown));
-        QCOMPARE(QProcess::execute(u"mount"_s, {u"-t"_s, u"tmpfs"_s, u"-o"_s,
-                                                u"x-gvfs-show,x-gvfs-name=My%20Disk"_s, u"tmpfs"_s, shown}),
-                 0);
-        QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"card"_s}, {shown, u"My Disk"_s}}));
-        QVERIFY(MountSandbox::unmount(shown));
-
-        // What udev would make of a label.
-        QVERIFY(MountSandbox::mountTmpfs(u"/dev/disk"_s) && QDir().mkpath(u"/dev/disk/by-label"_s));
-        const QStorageInfo storage(card);
-        QVERIFY(QFile::link(u"../.."_s + QString::fromLocal8Bit(storage.device().mid(4)),
-                            u"/dev/disk/by-label/My\\x20C\\xc3\\xa4rd"_s));
-        QCOMPARE(mountedVolumes(), before + (QList<Volume>{{card, u"My Cärd"_s}}));
-    }
 };
 
-int main(int argc, char** argv) {
-    MountSandbox::enter();
-    const TestHome home;
-    QCoreApplication application(argc, argv);
-    TestVolumes test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+TAVLIN_TEST_MAIN(QCoreApplication, TestVolumes)
 #include "tst_volumes.moc"
