@@ -101,7 +101,7 @@ Samples samplesOfPng(const ByteReader& reader) {
 
 /// Source: GIF 89a, 23.
 Samples samplesOfGif(const ByteReader& reader) {
-    constexpr qsizetype kHeadBytes = 64 * 1024;
+    constexpr qsizetype kHeadBytes = qsizetype{64} * 1024;
     const QByteArrayView head = reader.bytes().first(std::min(kHeadBytes, reader.size()));
     const qsizetype control = head.indexOf(QByteArrayView("\x21\xf9\x04"));
     Samples samples{8, "RGB", false};
