@@ -11,7 +11,6 @@
 #include "testing/LogLines.h"
 #include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
-#include "ui/ImageAndTextCell.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -70,22 +69,6 @@ class TestFileBrowserDataSource : public QObject {
                  (QStringList{home(u"Pictures/2020 (Kyoto)"_s), home(u"Pictures/2021"_s)}));
     }
 
-    void choosesIcons() {
-        ImageAndTextCell cell;
-        platform::TableColumn column(u"folders"_s);
-        const auto iconOf = [&](const QString& path) {
-            const auto item = FileSystemItem::rootItemWithPath(path);
-            _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, item.get());
-            return cell.image()->name();
-        };
-        QCOMPARE(iconOf(u"/"_s), u"computer"_s);
-        QCOMPARE(iconOf(home(u"Pictures"_s)), u"folder-pictures"_s);
-        QCOMPARE(iconOf(home(u"empty"_s)), u"folder"_s);
-        QCOMPARE(iconOf(home(u"Pictures/2021/file"_s)), u"application-octet-stream"_s);
-        _source->outlineViewWillDisplayCellForTableColumnItem(*_outline, cell, column, nullptr);
-        QVERIFY(cell.image() == nullptr);
-    }
-
     void logsOneSelection() {
         LogLines log;
         appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
@@ -119,22 +102,6 @@ class TestFileBrowserDataSource : public QObject {
         _outline->deselectRow(homeRow() + 1);
         QCOMPARE(log.taken().last(),
                  u"-[ImageBrowserDataSource reloadWithPath:] (95): Reloading for path: (null)"_s);
-    }
-
-    void findsVolumes() {
-        QCOMPARE(_source->indexOfVolumeWithURL("file:///"), 0);
-        QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home()) + '/'), homeRow());
-        QCOMPARE(_source->indexOfVolumeWithURL(platform::fileUriFromPath(home(u"docs"_s))), -1);
-    }
-
-    void findsChildrenByTitle() {
-        FileSystemItem* pictures = itemAtRow(homeRow() + 1);
-        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), -1);
-        _outline->expandItem(pictures);
-        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2021"_s, pictures), homeRow() + 3);
-        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"2022"_s, pictures), -1);
-        // The items of the top level are new ones for each request, which the outline does not show.
-        QCOMPARE(_source->indexOfItemWithTitleContainedByItem(u"Pictures"_s, nullptr), -1);
     }
 
     void showsASlowPlaceLater() {
@@ -175,19 +142,6 @@ class TestFileBrowserDataSource : public QObject {
             QCOMPARE(item == nullptr ? QString() : item->fullPath(), selected);
             _outline->reloadData();  // whose second half comes in the next turn
         }
-    }
-
-    void revealsBelowASlowPlace() {
-        SlowPlace slow(home(u"Pictures"_s));
-        FolderReader::shared().setRead(slow.read());
-        _outline->reloadData();
-        QVERIFY(_source->revealFolder(home(u"Pictures/2020 (Kyoto)/raw"_s)));
-        QVERIFY(_source->selectedItem() == nullptr);
-        _outline->reloadData();  // by a volume that is mounted meanwhile
-        QCoreApplication::processEvents();
-        slow.answer();
-        QTRY_VERIFY(_source->selectedItem() != nullptr);
-        QCOMPARE(_source->selectedItem()->fullPath(), home(u"Pictures/2020 (Kyoto)/raw"_s));
     }
 
  private:

@@ -78,39 +78,6 @@ class TestFileSystemItem : public QObject {
         QCOMPARE(::rmdir(platform::bytesFromPath(item->childAtIndex(4)->fullPath()).constData()), 0);
     }
 
-    void tellsFoldersFromOthers() {
-        makeFolders({u"empty"_s, u"full"_s, u"full/.hidden"_s});
-        makeFile(u"full/file"_s);
-        QVERIFY(QFile::link(u"loop"_s, path(u"loop"_s)));
-        for (const auto& [name, count] : {std::pair{u"gone"_s, -1},
-                                          {u"full/file"_s, -1},
-                                          {u"loop"_s, -1},
-                                          {u"empty"_s, 0},
-                                          {u"full"_s, 0}}) {
-            const auto item = FileSystemItem::rootItemWithPath(path(name));
-            QCOMPARE(item->numberOfChildren(), count);
-            QVERIFY(item->isLeaf());
-        }
-    }
-
-    void readsNothingWithoutPermission() {
-        constexpr uid_t nobody = 65534;
-        QTemporaryDir ours(u"/tmp/tavlin-test-XXXXXX"_s);
-        const QString locked = ours.filePath(u"locked"_s);
-        QVERIFY(QDir().mkpath(locked + u"/inside"_s));
-        const bool isRoot = ::geteuid() == 0;
-        if (isRoot)
-            QCOMPARE(::chown(qPrintable(ours.path()), nobody, nobody), 0);
-        QCOMPARE(::chmod(qPrintable(locked), 0), 0);
-        QCOMPARE(isRoot ? ::seteuid(nobody) : 0, 0);
-        const auto item = FileSystemItem::rootItemWithPath(locked);
-        const int count = item->numberOfChildren();
-        QCOMPARE(isRoot ? ::seteuid(0) : 0, 0);
-        QCOMPARE(::chmod(qPrintable(locked), 0700), 0);
-        QCOMPARE(count, 0);
-        QVERIFY(item->modificationTimeStamp() > 0);
-    }
-
     void sortsAsTheSettingSays() {
         const QStringList byName{u"a"_s, u"b"_s, u"c"_s, u"d"_s};
         const QStringList byDate{u"d"_s, u"a"_s, u"c"_s, u"b"_s};

@@ -8,9 +8,7 @@
 
 #include <QTest>
 
-#include <atomic>
 #include <memory>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 using platform::UserDefaults;
@@ -95,22 +93,6 @@ class PreferencesDictionaryTest : public QObject {
                                            line("load] (121): Loading _dict (globals): ", after),
                                            line("save] (129): Saving dict. Complete global _dict: ", after),
                                            line("save] (147): Saving dictToSave: ", after)}));
-    }
-
-    void sharesItsEntriesAmongThreads() {
-        std::atomic<bool> isEnding = false;
-        std::atomic<int> readings = 0;
-        std::jthread reader([&] {
-            for (; !isEnding; ++readings)
-                _store->setObjectForKey(_store->objectForKey(u"a"_s), u"b"_s);
-        });
-        for (int i = 0; i < 2000 || readings < 100; ++i) {
-            _store->setObjectForKey(i, u"%1"_s.arg(i % 50));
-            QVERIFY(_store->description().contains(u"0 = "_s));
-        }
-        isEnding = true;
-        reader.join();
-        QCOMPARE(_store->keyEnumerator().size(), 51);
     }
 
  private:

@@ -8,15 +8,10 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QButtonGroup>
-#include <QGroupBox>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using platform::Bundle;
 using platform::UserDefaults;
 namespace Keys = PreferenceKeys;
 
@@ -101,19 +96,6 @@ class PreferencesWindowTest : public QObject {
         QCOMPARE(button(control).isChecked(), isRadio || chosen != 0);
     }
 
-    void anUnknownRowSelectsNone() {
-        appGlobals->setObjectForKey(5, Keys::placesBrowserSort);
-        appGlobals->setObjectForKey(-3, Keys::imagesBrowserSort);
-        open();
-        QVERIFY(!button(u"_sortPlacesOptionsByNameButton"_s).isChecked() &&
-                !button(u"_sortPlacesOptionsByModificationDateButton"_s).isChecked());
-        QCOMPARE(savedValues()[1], -1);
-        QCOMPARE(savedValues()[4], -1);
-        button(u"_sortPlacesOptionsByModificationDateButton"_s).click();
-        QCOMPARE(savedValues()[1], 1);
-        QCOMPARE(savedValues()[4], -1);
-    }
-
     void logsItsLife() {
         appGlobals->setObjectForKey(true, Keys::debugLogging);
         LogLines log;
@@ -140,59 +122,14 @@ class PreferencesWindowTest : public QObject {
         QCOMPARE(storeValues(), before);
     }
 
-    void textsAreWholeAndKeysTheirOwn_data() {
-        QTest::addColumn<QString>("language");
-        QTest::newRow("English") << u"en"_s;
-        QTest::newRow("German") << u"de"_s;
-    }
-    /// Every control is labelled and reached by Tab and by a key that no other control or menu has; in a
-    /// large font nothing is wider than the window.
-    void textsAreWholeAndKeysTheirOwn() {
-        QFETCH(const QString, language);
-        const Bundle bundle(QStringLiteral(TAVLIN_BUILD_DIR), {language});
-        const QFont font = QApplication::font();
-        QFont large = font;
-        large.setPointSize(20);
-        QApplication::setFont(large);
-        open(bundle);
-        QApplication::setFont(font);
-        QWidget& window = *_controller->window();
-        QVERIFY(!window.windowTitle().isEmpty());
-        QVERIFY(window.height() <= window.screen()->availableSize().height());
-        QCOMPARE(window.findChild<QScrollArea*>()->horizontalScrollBar()->maximum(), 0);
-        QStringList mnemonics;
-        for (const char* menu : {"File", "Edit", "View", "Help"})
-            mnemonics += mnemonic(bundle.localizedString(u"MainMenu"_s + QString::fromLatin1(menu)));
-        const auto buttons = window.findChildren<QAbstractButton*>();
-        QCOMPARE(buttons.size(), 10);
-        for (const QAbstractButton* one : buttons)
-            mnemonics += mnemonic(one->text());
-        QVERIFY(!mnemonics.contains(QString()));
-        QCOMPARE(mnemonics.removeDuplicates(), 0);
-        for (const QGroupBox* box : window.findChildren<QGroupBox*>())
-            QVERIFY2(!box->title().isEmpty(), qPrintable(box->objectName()));
-
-        QStringList reached;
-        for (int i = 0; i < 8; ++i) {
-            reached += QApplication::focusWidget()->objectName();
-            QTest::keyClick(&window, Qt::Key_Tab);
-        }
-        QCOMPARE(reached,
-                 QStringList({u"_sortPlacesOptionsByNameButton"_s, u"_recursiveCheckbox"_s,
-                              u"_enableAnimationCheckbox"_s, u"_sortImagesOptionsByNameButton"_s,
-                              u"_printingGeneralMetadataCheckbox"_s, u"_printingIPTCMetadataCheckbox"_s,
-                              u"_printingEXIFMetadataCheckbox"_s, u"_debugLoggingCheckbox"_s}));
-    }
-
  private:
-    void open(const Bundle& bundle = Bundle::mainBundle()) {
-        _controller = std::make_unique<TavlinPreferencesWindowController>(u"PreferencesWindow"_s, bundle);
+    void open() {
+        _controller = std::make_unique<TavlinPreferencesWindowController>(u"PreferencesWindow"_s);
         QVERIFY(QTest::qWaitForWindowActive(_controller->window()));
     }
     QAbstractButton& button(const QString& name) const {
         return *_controller->window()->findChild<QAbstractButton*>(name);
     }
-    static QString mnemonic(const QString& text) { return text.section(u'&', 1).left(1).toUpper(); }
 
     std::unique_ptr<TavlinPreferencesWindowController> _controller;
 };

@@ -42,19 +42,6 @@ class PathAndListHelpersTest : public QObject {
         QCOMPARE(log.taken(), QStringList(u"getUserFolder (657): pathToFolder: "_s + path));
     }
 
-    void findsUserFoldersOnThisDesktop() {
-        if (QFileInfo(u"/Users/"_s + platform::loginName()).isDir())
-            QSKIP("This system keeps its homes in /Users.");
-        const LogLines log;
-        const QString data = platform::homeFolder() + u"/50%/da%@ta"_s;
-        qputenv("XDG_DATA_HOME", QFile::encodeName(data));
-        QCOMPARE(getUserFolder(userFolderTemplate(UserFolder::scripts)), data + u"/Tavlin/Scripts"_s);
-        QCOMPARE(getUserFolder(userFolderTemplate(UserFolder::applicationSupport)), data + u"/Tavlin"_s);
-        QCOMPARE(userFolderTemplate(UserFolder::pictures), platform::homeFolder() + u"/Pictures"_s);
-        QCOMPARE(QDir(data).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
-        QVERIFY(QDir(data).exists());
-    }
-
     void namesTheVolumeOfAPath() {
         const std::pair<QString, QString> rows[]{{u"/"_s, u"System"_s},
                                                  {u"/media/me/Camera"_s, u"Camera"_s},

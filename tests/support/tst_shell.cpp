@@ -130,11 +130,6 @@ class ShellTest : public QObject {
         left.replace("%PARAMETER%", QFile::encodeName(parameter));
         QCOMPARE(content, left);
     }
-
-    void textThatIsNotUtf8IsNone() {
-        QVERIFY(!fileContentsAsString(u"/nowhere"_s));
-        QVERIFY(!fileContentsAsString(u"/dev/zero"_s));
-    }
 };
 
 int main(int argc, char** argv) {
