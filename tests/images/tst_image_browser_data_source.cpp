@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Loads that overlap, are asked for again, are overtaken or outlive the program; what the user does.
-#include "images/ImageBrowserDataSource.h"
-#include "places/FileBrowserDataSource.h"
-#include "platform/views/Control.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
+#include "testing/BrowserPanes.h"
 #include "testing/LogLines.h"
 #include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
@@ -15,36 +13,8 @@
 
 namespace {
 
-struct FixedSlider : platform::Control {
-    float floatValue() const override { return 0.25F; }
-};
-
-/// The two panes wired as in the main window; what they show is made in the test's home.
-struct Window {
-    FixedSlider slider;
-    platform::OutlineView outline;
-    platform::ImageBrowserView view;
-    FileBrowserDataSource places;
-    std::unique_ptr<ImageBrowserDataSource> images = std::make_unique<ImageBrowserDataSource>();
-
-    Window() {
-        outline.setDataSource(&places);
-        outline.setDelegate(&places);
-        places.setFileBrowserOutlineView(&outline);
-        places.setImageBrowserDataSource(images.get());
-        images->setImageBrowserView(&view);
-        images->setImageBrowserSizeSlider(&slider);
-        images->setFileBrowserOutlineView(&outline);
-        images->setFileBrowserDataSource(&places);
-        view.setDataSource(images.get());
-        view.setBrowserDelegate(images.get());
-        images->awakeFromNib();
-        outline.reloadData();
-    }
-    ~Window() { places.setImageBrowserDataSource(nullptr); }
-
-    /// The outline's row of the home folder: above the pictures folder, below the volumes.
-    int homeRow() const { return outline.numberOfRows() - 2; }
+/// The two panes; what they show is made in the test's home.
+struct HomeWindow : Window {
     /// Makes files "0" to "count - 1" in a subfolder of the home and answers its path.
     static QString subfolder(const QString& name, int count) {
         const QDir sub(QDir::home().filePath(name));
@@ -52,16 +22,6 @@ struct Window {
         for (int i = 0; i < count; ++i)
             QFile(sub.filePath(QString::number(i))).open(QIODevice::WriteOnly);
         return sub.path();
-    }
-    QStringList titles() const {
-        QStringList result;
-        for (std::size_t i = 0; i < images->numberOfImages(); ++i)
-            result += QFileInfo(images->pathAtIndex(i)).fileName();
-        return result;
-    }
-    void load(const QString& path) {
-        images->reloadWithPath(path);
-        QTRY_VERIFY(!images->isLoading());
     }
     bool showsExactly(const QString& path, int count) const {
         for (std::size_t i = 0; i < images->numberOfImages(); ++i)
@@ -86,7 +46,7 @@ class ImageBrowserDataSourceTest : public QObject {
     }
 
     void logsOneLoad() {
-        Window window;
+        HomeWindow window;
         const QString path = window.subfolder(QStringLiteral("only"), 1);
         appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserAnimation);
         appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
@@ -107,7 +67,7 @@ class ImageBrowserDataSourceTest : public QObject {
     }
 
     void showsThePlaceAskedForLast() {
-        Window window;
+        HomeWindow window;
         const QString many = window.subfolder(QStringLiteral("many"), 3000);
         const QString few = window.subfolder(QStringLiteral("few"), 3);
         const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
@@ -123,7 +83,7 @@ class ImageBrowserDataSourceTest : public QObject {
     }
 
     void loadsAtMostOnceMoreWhenAskedAgain() {
-        Window window;
+        HomeWindow window;
         const QString path = window.subfolder(QStringLiteral("p"), 5);
         const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
         const QSignalSpy loading(window.images.get(), &ImageBrowserDataSource::loadingChanged);
@@ -136,7 +96,7 @@ class ImageBrowserDataSourceTest : public QObject {
     }
 
     void keepsTheItemsThatStay() {
-        Window window;
+        HomeWindow window;
         const QString path = window.subfolder(QStringLiteral("p"), 2);
         window.load(path);
         const auto* stays = window.images->imageBrowserItemAtIndex(window.view, 0);
@@ -144,7 +104,8 @@ class ImageBrowserDataSourceTest : public QObject {
         window.subfolder(QStringLiteral("p/2"), 0);
         appGlobals->setObjectForKey(1, PreferenceKeys::imagesBrowserSort);
         window.load(path);
-        QCOMPARE(window.titles(), QStringList({QStringLiteral("2"), QStringLiteral("0")}));
+        QCOMPARE(window.nameAt(0) + window.nameAt(1), QByteArray("20"));
+        QCOMPARE(window.images->numberOfImages(), std::size_t{2});
         QCOMPARE(window.images->imageBrowserItemAtIndex(window.view, 1), stays);
         QVERIFY(window.images->isFolderAtIndex(0));
         SlowPlace slow(path);
@@ -154,7 +115,7 @@ class ImageBrowserDataSourceTest : public QObject {
         QCOMPARE(window.images->urlAtIndex(0), path + QStringLiteral("/2"));
         QVERIFY(QDir(path).removeRecursively());
         window.load(path);
-        QCOMPARE(window.titles(), QStringList(QStringLiteral("p")));
+        QCOMPARE(window.shown(), Names{"p"});
         QVERIFY_THROWS_EXCEPTION(std::out_of_range, window.images->pathAtIndex(1));
     }
 
@@ -168,7 +129,7 @@ class ImageBrowserDataSourceTest : public QObject {
         };
         constexpr int rounds = 20;
         for (int round = 0; round < rounds; ++round) {
-            Window window;
+            HomeWindow window;
             window.subfolder(QStringLiteral("p"), 0);
             const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
             window.images->reloadWithPath(QDir::homePath());
@@ -182,7 +143,7 @@ class ImageBrowserDataSourceTest : public QObject {
     }
 
     void mergesNothingAfterTheMainLoop() {
-        Window window;
+        HomeWindow window;
         window.images->reloadWithPath(window.subfolder(QStringLiteral("p"), 3));
         while (window.images->numberFound() < 3)
             QThread::yieldCurrentThread();
@@ -194,67 +155,6 @@ class ImageBrowserDataSourceTest : public QObject {
         QVERIFY(!window.images->isLoading());
         QCoreApplication::processEvents();
         QCOMPARE(merges.size(), before);
-    }
-
-    void reloadsTheSelectedPlaceUnlessItIsTheFirst() {
-        Window window;
-        const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
-        window.images->reloadCurrentlyViewedContents();
-        QVERIFY(!window.images->isLoading());
-        window.outline.selectRow(0, false);
-        QTRY_COMPARE(merges.size(), 1);
-        window.images->reloadCurrentlyViewedContents();
-        QVERIFY(!window.images->isLoading());
-        window.outline.selectRow(window.homeRow(), false);
-        QTRY_COMPARE(merges.size(), 2);
-        window.images->reloadCurrentlyViewedContents();
-        QTRY_COMPARE(merges.size(), 3);
-    }
-
-    void movesItems_data() {
-        QTest::addColumn<platform::IndexSet>("indexes");
-        QTest::addColumn<int>("destination");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("both from before") << platform::IndexSet{1, 3} << 4 << QStringLiteral("PRQSTU");
-        QTest::newRow("to the front") << platform::IndexSet{5} << 0 << QStringLiteral("UPQRST");
-        QTest::newRow("to the end") << platform::IndexSet{0, 2} << 6 << QStringLiteral("QSTUPR");
-        QTest::newRow("from both sides") << platform::IndexSet{0, 5} << 3 << QStringLiteral("QRPUST");
-        QTest::newRow("in place") << platform::IndexSet{2, 3} << 2 << QStringLiteral("PQRSTU");
-    }
-    void movesItems() {
-        QFETCH(platform::IndexSet, indexes);
-        QFETCH(int, destination);
-        Window window;
-        for (const QChar letter : QStringLiteral("PQRSTU"))
-            Window::subfolder(letter, 0);
-        window.load(QDir::homePath());
-        QVERIFY(window.images->imageBrowserMoveItemsAtIndexesToIndex(window.view, indexes,
-                                                                     std::size_t(destination)));
-        QTEST(window.titles().join(QString()), "expected");
-    }
-
-    void opensADoubleClickedFolderInTheOutline() {
-        Window window;
-        const QString path = window.subfolder(QStringLiteral("sub"), 2);
-        window.outline.selectRow(window.homeRow(), false);
-        QTRY_COMPARE(window.titles(), QStringList(QStringLiteral("sub")));
-        window.images->imageBrowserCellWasDoubleClickedAtIndex(window.view, 0);
-        QTRY_VERIFY(!window.images->isLoading());
-        QVERIFY(window.showsExactly(path, 2));
-        QCOMPARE(window.places.selectedItem()->fullPath(), path);
-    }
-
-    void opensAllSelectedFilesInOrder() {
-        Window window;
-        window.load(window.subfolder(QStringLiteral("p"), 4));
-        QStringList opened;
-        window.images->setImageWindowOpener([&](const QString& nib, ImageBrowserDataSource&,
-                                                const QString& path) { opened += nib + path.back(); });
-        window.images->imageBrowserCellWasDoubleClickedAtIndex(window.view, 2);
-        QVERIFY(opened.isEmpty());
-        window.view.setSelectionIndexes({3, 1}, false);
-        window.images->imageBrowserCellWasDoubleClickedAtIndex(window.view, 2);
-        QCOMPARE(opened, QStringList({QStringLiteral("ImageWindow1"), QStringLiteral("ImageWindow3")}));
     }
 };
 

@@ -218,41 +218,6 @@ class ImageItemsTest : public QObject {
         QTEST(found, "recursive");
     }
 
-    void takesALeafOrAMissingPathAsAnItem() {
-        const TestFolder folder;
-        make(folder.path(), {"file", ".file"});
-        ImageWalk walk;
-        for (const char* name : {"/file", "/.file", "/missing"})
-            walk.addImagesWithPathRecursive(folder.path() + QLatin1String(name), true);
-        const ImageList images = walk.takeImages();
-        QCOMPARE(images.size(), std::size_t(2));
-        QVERIFY(images[0]->modificationTimeStamp() > 0);
-        QCOMPARE(images[1]->modificationTimeStamp(), 0.0);
-    }
-
-    void findsNothingInAnUnreadableFolder() {
-        const TestFolder folder;
-        make(folder.path(), {"f"});
-        ::chmod(platform::bytesFromPath(folder.path()).constData(), 0);
-        const bool isRoot = ::geteuid() == 0;
-        QVERIFY(!isRoot || ::seteuid(65534) == 0);
-        ImageWalk walk;
-        walk.addImagesWithPathRecursive(folder.path(), false);
-        QVERIFY(!isRoot || ::seteuid(0) == 0);
-        ::chmod(platform::bytesFromPath(folder.path()).constData(), 0700);
-        QCOMPARE(walk.numberFound(), std::size_t(0));
-    }
-
-    void leavesTheKernelsFilesAlone() {
-        const TestFolder folder;
-        make(folder.path(), {"kernel>/proc/sys/kernel", "f"});
-        ImageWalk walk;
-        walk.addImagesWithPathRecursive(folder.path(), true);
-        QCOMPARE(collected(walk, folder.path()), QByteArrayList{"f"});
-        walk.addImagesWithPathRecursive(QStringLiteral("/proc/sys/kernel"), true);
-        QVERIFY(walk.takeImages().size() > 20);
-    }
-
     void survivesDepthBeyondAnyStack() {
         const TestFolder folder;
         QByteArray path = platform::bytesFromPath(folder.path());

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Removal never loses a file, and the grid shows what is on the disk, whatever goes wrong.
-#include "images/ImageBrowserDataSource.h"
-#include "places/FileBrowserDataSource.h"
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
-#include "platform/views/Control.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
+#include "testing/BrowserPanes.h"
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
 #include "testing/TestHome.h"
@@ -23,57 +21,6 @@
 #include <map>
 
 namespace {
-
-using Names = QList<QByteArray>;
-
-struct FixedSlider : platform::Control {
-    float floatValue() const override { return 0.25F; }
-};
-
-/// The two panes wired as in the main window.
-struct Window {
-    FixedSlider slider;
-    platform::OutlineView outline;
-    platform::ImageBrowserView view;
-    FileBrowserDataSource places;
-    ImageBrowserDataSource images;
-
-    Window() {
-        outline.setDataSource(&places);
-        outline.setDelegate(&places);
-        places.setFileBrowserOutlineView(&outline);
-        places.setImageBrowserDataSource(&images);
-        images.setImageBrowserView(&view);
-        images.setImageBrowserSizeSlider(&slider);
-        images.setFileBrowserOutlineView(&outline);
-        images.setFileBrowserDataSource(&places);
-        view.setDataSource(&images);
-        view.setBrowserDelegate(&images);
-        images.awakeFromNib();
-        outline.reloadData();
-    }
-    ~Window() { places.setImageBrowserDataSource(nullptr); }
-
-    void load(const QByteArray& folder) {
-        images.reloadWithPath(platform::pathFromBytes(folder));
-        QTRY_VERIFY(!images.isLoading());
-    }
-    QByteArray pathAt(std::size_t index) const { return platform::bytesFromPath(images.pathAtIndex(index)); }
-    Names shown() const {
-        Names names;
-        for (std::size_t i = 0; i < images.numberOfImages(); ++i)
-            names += pathAt(i).mid(pathAt(i).lastIndexOf('/') + 1);
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-    void select(const std::function<bool(const QByteArray& name)>& wanted) {
-        platform::IndexSet indexes;
-        for (std::size_t i = 0; i < images.numberOfImages(); ++i)
-            if (wanted(pathAt(i).mid(pathAt(i).lastIndexOf('/') + 1)))
-                indexes.insert(i);
-        view.setSelectionIndexes(indexes, false);
-    }
-};
 
 Names namesIn(const QByteArray& folder) {
     Names names;
@@ -140,11 +87,8 @@ class ImageRemovalTest : public QObject {
     void removesAndRestores();
     void faultsLeaveTheFile_data();
     void faultsLeaveTheFile();
-    void theNextPictureBecomesCurrent();
-    void undoesWholeBatchesLastFirst();
     void undoNeverOverwrites();
     void loadUnderWayKnowsWhatWent();
-    void restoredFilesEnterOnlyTheirPlace();
 
  private:
     static QByteArray trashFiles() { return qgetenv("XDG_DATA_HOME") + "/Trash/files"; }
@@ -203,24 +147,24 @@ void ImageRemovalTest::removesAndRestores() {
     const auto before = snapshot(_folder);
     Window window;
     if (place != Place::none) {
-        window.outline.selectRow(place == Place::home ? window.outline.numberOfRows() - 2 : 0, false);
-        QTRY_VERIFY(!window.images.isLoading());
+        window.outline.selectRow(place == Place::home ? window.homeRow() : 0, false);
+        QTRY_VERIFY(!window.images->isLoading());
     }
-    window.load(_folder);
+    window.load(platform::pathFromBytes(_folder));
     QCOMPARE(window.shown(), namesIn(_folder));
     window.select([](const QByteArray& name) { return name.startsWith('x'); });
 
     window.view.removeSelectedItems();
     QCOMPARE(namesIn(_folder), Names{"stays"});
     QCOMPARE(window.shown(), Names{"stays"});
-    QTRY_VERIFY(!window.images.isLoading());
+    QTRY_VERIFY(!window.images->isLoading());
 
-    window.load(_folder);
-    window.images.undoRemoval();
+    window.load(platform::pathFromBytes(_folder));
+    window.images->undoRemoval();
     QCOMPARE(snapshot(_folder), before);
     QCOMPARE(window.shown(), namesIn(_folder));
-    QVERIFY(!window.images.canUndoRemoval());
-    QTRY_VERIFY(!window.images.isLoading());
+    QVERIFY(!window.images->canUndoRemoval());
+    QTRY_VERIFY(!window.images->isLoading());
 }
 
 void ImageRemovalTest::faultsLeaveTheFile_data() {
@@ -250,8 +194,8 @@ void ImageRemovalTest::faultsLeaveTheFile() {
     QVERIFY(MountSandbox::mountExt4(QFile::decodeName(_folder), 8));
     fill({"a", "b", "x1", "x2"});
     Window window;
-    window.load(_folder);
-    window.images.reloadWithPath(std::nullopt);
+    window.load(platform::pathFromBytes(_folder));
+    window.images->reloadWithPath(std::nullopt);
     window.select([](const QByteArray& name) { return name.startsWith('x'); });
     fault(_folder);
     LogLines log;
@@ -266,51 +210,20 @@ void ImageRemovalTest::faultsLeaveTheFile() {
     Names shown = window.shown();
     shown.removeAll("lost+found");
     QCOMPARE(shown, left);
-    while (window.images.canUndoRemoval())
-        window.images.undoRemoval();
-}
-
-void ImageRemovalTest::theNextPictureBecomesCurrent() {
-    fill({"a", "b", "c", "d", "e"});
-    Window window;
-    window.load(_folder);
-    window.view.setSelectionIndexes({1, 2}, false);
-    window.view.removeSelectedItems();
-    QCOMPARE(window.shown(), (Names{"a", "d", "e"}));
-    QCOMPARE(window.view.currentIndex().row(), 1);
-    QVERIFY(window.view.selectionIndexes().isEmpty());
-    window.view.setSelectionIndexes({2}, false);
-    const auto* selected = window.images.imageBrowserItemAtIndex(window.view, 2);
-    window.images.undoRemoval();
-    QCOMPARE(window.view.selectionIndexes(), platform::IndexSet{4});
-    QCOMPARE(window.images.imageBrowserItemAtIndex(window.view, 4), selected);
-}
-
-void ImageRemovalTest::undoesWholeBatchesLastFirst() {
-    fill({"a", "b", "c", "d"});
-    Window window;
-    window.load(_folder);
-    for (const Names& batch : {Names{"a", "c"}, Names{"b"}}) {
-        window.select([&](const QByteArray& name) { return batch.contains(name); });
-        window.view.removeSelectedItems();
-    }
-    window.images.undoRemoval();
-    QCOMPARE(window.shown(), (Names{"b", "d"}));
-    window.images.undoRemoval();
-    QCOMPARE(window.shown(), (Names{"a", "b", "c", "d"}));
-    QVERIFY(!window.images.canUndoRemoval());
+    while (window.images->canUndoRemoval())
+        window.images->undoRemoval();
 }
 
 void ImageRemovalTest::undoNeverOverwrites() {
     fill({"a", "b"});
     Window window;
-    window.load(_folder);
+    window.load(platform::pathFromBytes(_folder));
     const Names trashBefore = namesIn(trashFiles());
     window.view.selectAll();
     window.view.removeSelectedItems();
     write(at("a"), "newer");
     LogLines log;
-    window.images.undoRemoval();
+    window.images->undoRemoval();
     QCOMPARE(log.taken().filter(QStringLiteral("stays in the trash")).size(), 1);
     QCOMPARE(read(at("a")), QByteArray("newer"));
     QCOMPARE(read(at("b")), QByteArray("bytes of b"));
@@ -321,52 +234,23 @@ void ImageRemovalTest::undoNeverOverwrites() {
 void ImageRemovalTest::loadUnderWayKnowsWhatWent() {
     fill({"a", "b", "c"});
     Window window;
-    window.load(_folder);
+    window.load(platform::pathFromBytes(_folder));
     // The load has listed the folder, and waits for its merge.
-    window.images.reloadWithPath(platform::pathFromBytes(_folder));
-    while (window.images.numberFound() < 3)
+    window.images->reloadWithPath(platform::pathFromBytes(_folder));
+    while (window.images->numberFound() < 3)
         QThread::yieldCurrentThread();
     window.view.setSelectionIndexes({0}, false);
     window.view.removeSelectedItems();
-    const QSignalSpy merges(&window.images, &ImageBrowserDataSource::itemsChanged);
+    const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
     QTRY_COMPARE(merges.size(), 1);
     QCOMPARE(window.shown(), (Names{"b", "c"}));
 
-    window.images.reloadWithPath(platform::pathFromBytes(_folder));
-    while (window.images.numberFound() < 2)
+    window.images->reloadWithPath(platform::pathFromBytes(_folder));
+    while (window.images->numberFound() < 2)
         QThread::yieldCurrentThread();
-    window.images.undoRemoval();
+    window.images->undoRemoval();
     QTRY_COMPARE(merges.size(), 3);
     QCOMPARE(window.shown(), (Names{"a", "b", "c"}));
-}
-
-void ImageRemovalTest::restoredFilesEnterOnlyTheirPlace() {
-    fill({"a"});
-    ::mkdir(at("sub").constData(), 0755);
-    write(at("sub/b"), "b");
-    Window window;
-    const auto removeAllOf = [&](const QByteArray& folder) {
-        window.load(folder);
-        window.view.selectAll();
-        window.view.removeSelectedItems();
-    };
-    removeAllOf(at("sub"));
-    window.load(_folder);
-    window.images.undoRemoval();
-    QCOMPARE(window.shown(), (Names{"a", "sub"}));
-
-    removeAllOf(at("sub"));
-    appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
-    window.load(_folder);
-    window.images.undoRemoval();
-    QCOMPARE(window.shown(), (Names{"a", "b"}));
-
-    // A folder comes back as what it holds.
-    appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
-    removeAllOf(_folder);
-    appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
-    window.images.undoRemoval();
-    QTRY_COMPARE(window.shown(), (Names{"a", "b"}));
 }
 
 int main(int argc, char** argv) {
