@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindowInterface.h"
-#include "app/ZoomSlider.h"
-#include "platform/desktop/NotificationBridge.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/views/ImageBrowserView.h"
@@ -24,24 +22,9 @@ namespace {
 MainWindowInterface* mainInterface = nullptr;
 std::unique_ptr<LogLines> logLines;
 QStringList startUpLog;
-TestHome* testHome = nullptr;
 
 class ImageWindow : public QWidget {
     Q_OBJECT
-};
-
-class FakeBridge : public platform::NotificationBridge {
- public:
-    bool isGrowlInstalled() const override { return true; }
-    bool isGrowlRunning() const override { return true; }
-    void notify(const QString& title, const QString& description, const QString& notificationName,
-                const std::optional<QByteArray>& iconData, int priority, bool isSticky,
-                const QString& clickContext) override {
-        sent = {title, description, notificationName, clickContext};
-        isPlain = !iconData && priority == 0 && !isSticky;
-    }
-    QStringList sent;
-    bool isPlain = false;
 };
 
 }  // namespace
@@ -194,76 +177,13 @@ class TestAppDelegate : public QObject {
         QTRY_COMPARE(outline().selectionModel()->selectedRows().size(), 2);
         QVERIFY(outline().isExpanded(outline().model()->index(0, 0)));
     }
-
-    void mountOfAnUnlistedVolumeSelectsNothing() {
-        mainInterface->places().revealFolder(qEnvironmentVariable("HOME"));
-        QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
-        Q_EMIT platform::Workspace::sharedWorkspace().didMount(u"/not/listed"_s, QString());
-        QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
-        QCOMPARE(outline().selectionModel()->selectedRows().size(), 1);
-    }
-
-    void unmountClearsTheSelection() {
-        mainInterface->places().revealFolder(qEnvironmentVariable("HOME"));
-        QTRY_COMPARE(selectedPath(), qEnvironmentVariable("HOME"));
-        logLines->taken();
-        Q_EMIT platform::Workspace::sharedWorkspace().didUnmount(u"/media/x"_s, u"x"_s);
-        const QStringList lines = takenWithoutLoads();
-        QVERIFY(lines.at(0).endsWith(u"(365): Heyho someone unmounted something at /media/x"_s));
-        QVERIFY(lines.at(1).endsWith(u"(367): Localized volume name: x"_s));
-        QTRY_COMPARE(outline().selectedRow(), -1);
-    }
-
-    void notifications() {
-        FakeBridge bridge;
-        delegate().notificationBridge = &bridge;
-        delegate().notifyUsingGrowl(u"lost"_s);
-        QVERIFY(bridge.sent.isEmpty());
-        appGlobals->setObjectForKey(true, PreferenceKeys::growlIsReady);
-        logLines->taken();
-        delegate().notifyUsingGrowl(u"news"_s);
-        QCOMPARE(bridge.sent,
-                 QStringList({u"Tavlin"_s, u"news"_s, u"GrowlNotificationNameKey"_s, u"egal, eggad!"_s}));
-        QVERIFY(bridge.isPlain);
-        QVERIFY(
-            logLines->taken().at(2).endsWith(u"(482): Growl is up and running -> sending notification."_s));
-        appGlobals->setObjectForKey(false, PreferenceKeys::growlIsReady);
-        delegate().notificationBridge = nullptr;
-    }
-
-    void zoomGoesBothWays() {
-        ZoomSlider& slider = window().zoomSlider();
-        slider.setFloatValue(0.5F);
-        QCOMPARE(window().grid().zoomValue(), 0.5F);
-        QTRY_VERIFY(action("ZoomIn").isEnabled());
-        action("ZoomIn").trigger();
-        QCOMPARE(window().grid().zoomValue(), 0.6F);
-        Q_EMIT window().grid().zoomValueChanged(0.2F);
-        QCOMPARE(slider.floatValue(), 0.2F);
-        slider.setFloatValue(0.05F);
-        action("ZoomOut").trigger();
-        QCOMPARE(slider.floatValue(), 0.0F);
-    }
-
-    /// From a folder to its parent's row, and from a top-level place to where another place holds its parent.
-    void parentFolder() {
-        const QString home = qEnvironmentVariable("HOME");
-        mainInterface->places().revealFolder(home + u"/a/b"_s);
-        for (const QString& parent : {home + u"/a"_s, home, testHome->path()}) {
-            QTRY_VERIFY(!selectedPath().isEmpty());
-            action("GoToParentFolder").trigger();
-            QTRY_COMPARE(selectedPath(), parent);
-        }
-    }
 };
 
 int main(int argc, char** argv) {
     TestHome home;
-    testHome = &home;
     qputenv("LC_ALL", "en_US.UTF-8");
     platform::UserDefaults::standardUserDefaults().setDictionaryForKey({{PreferenceKeys::debugLogging, true}},
                                                                        u"PreferencesGlobals"_s);
-    QDir(home.path()).mkpath(u"home/a/b"_s);
 
     int result = 1;
     int one = 1;

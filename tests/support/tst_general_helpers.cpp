@@ -5,14 +5,11 @@
 #include "testing/LogLines.h"
 #include "testing/TestHome.h"
 
-#include <QGuiApplication>
-#include <QPalette>
+#include <QCoreApplication>
 #include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using platform::PropertyDictionary;
-using platform::PropertyValue;
 
 class GeneralHelpersTest : public QObject {
     Q_OBJECT
@@ -57,41 +54,7 @@ class GeneralHelpersTest : public QObject {
         QCOMPARE(urlencode(legal + other), legal + escaped);
         QCOMPARE(urldecode(legal + escaped + u"%2f%g0%1"_s), legal + other + u"/%g0%1"_s);
     }
-
-    void copiesContainersOnly() {
-        const PropertyValue text(u"text"_s);
-        const PropertyValue plain = PropertyValue::Array{{text}, PropertyValue::ArrayKind::plain};
-        const PropertyValue array = PropertyValue::Array{{text, PropertyValue::Array{}, 7}};
-        const PropertyValue dictionary =
-            PropertyValue::Dictionary{{{u"n"_s, 1}, {u"a"_s, array}, {u"p"_s, plain}}};
-        LogLines log;
-        const PropertyValue copy =
-            PropertyValue::Array{mutableCopyOfArray({text, array, plain, dictionary, 7})};
-        QCOMPARE(copy.description(), u"((()), {n = 1; a = (()); p = (text); })"_s);
-        QCOMPARE(log.taken().filter(u"): Foo..."_s).size(), 5);
-
-        PropertyDictionary entries{{u"d"_s, dictionary}, {u"t"_s, text}};
-        QCOMPARE(&makeAllContainedDictionaryObjectsMutable(entries), &entries);
-        QCOMPARE(PropertyValue(PropertyValue::Dictionary{entries}).description(),
-                 u"{d = {n = 1; a = (()); p = (text); }; t = text; }"_s);
-    }
-
-    /// The bar starts after one pixel and ends one before its share of 100 pixels.
-    void drawsProgress() {
-        const QColor bar = QPalette().color(QPalette::Highlight);
-        for (const auto& [percent, barEnd] :
-             {std::pair(0, 1), {-50, 1}, {2, 1}, {3, 2}, {100, 99}, {INT_MAX, 100}}) {
-            const QImage image = progressImageWithPercent(percent, 100, 9);
-            QCOMPARE(image.size(), QSize(100, 9));
-            for (int x = 0; x < 100; ++x) {
-                const QColor rest = x % 99 == 0 ? QColor(Qt::black) : QColor(170, 170, 170);
-                QCOMPARE(image.pixelColor(x, 4), x >= 1 && x < barEnd ? bar : rest);
-                QCOMPARE(image.pixelColor(x, 0), QColor(Qt::black));
-            }
-        }
-        QVERIFY(progressImageWithPercent(50, 0, 9).isNull());
-    }
 };
 
-TAVLIN_TEST_MAIN(QGuiApplication, GeneralHelpersTest)
+TAVLIN_TEST_MAIN(QCoreApplication, GeneralHelpersTest)
 #include "tst_general_helpers.moc"

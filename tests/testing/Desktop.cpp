@@ -125,10 +125,6 @@ QStringList withKeys(const char* verb, const QStringList& keys) {
 
 }  // namespace
 
-void Desktop::moveTo(QPoint screen) const {
-    run(u"xdotool"_s, mouseTo(screen));
-}
-
 void Desktop::click(QPoint screen, int times, const QStringList& held, int button) const {
     QStringList words = mouseTo(screen) + withKeys("keydown", held);
     words << u"click"_s << u"--repeat"_s << QString::number(times) << u"--delay"_s << u"40"_s
@@ -150,8 +146,4 @@ void Desktop::wheel(QPoint screen, int notches, const QStringList& held) const {
 
 void Desktop::key(const QString& name) const {
     run(u"xdotool"_s, {u"key"_s, name});
-}
-
-void Desktop::type(const QString& text) const {
-    run(u"xdotool"_s, {u"type"_s, u"--delay"_s, u"20"_s, text});
 }

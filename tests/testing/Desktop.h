@@ -28,7 +28,6 @@ class Desktop {
     /// Saves a screenshot beside the build where TAVLIN_SCREENSHOTS names a folder, for people to look at.
     void keepScreenshot(const QString& name) const;
 
-    void moveTo(QPoint screen) const;
     /// Clicks with keys held ("ctrl", "shift"), `times` times in a row.
     void click(QPoint screen, int times = 1, const QStringList& held = {}, int button = 1) const;
     void drag(QPoint from, QPoint to) const;
@@ -36,7 +35,6 @@ class Desktop {
     void wheel(QPoint screen, int notches, const QStringList& held = {}) const;
     /// A key as xdotool names it: "ctrl+a", "Return".
     void key(const QString& name) const;
-    void type(const QString& text) const;
     QString run(const QString& program, const QStringList& arguments) const;
 
  private:

@@ -7,14 +7,11 @@
 #include "ui/SeparatorCell.h"
 
 #include <QApplication>
-#include <QLineEdit>
 #include <QPainter>
 #include <QTest>
 
 using platform::CellContext;
-using platform::CellHit;
 using platform::Image;
-using platform::ImageRef;
 
 namespace {
 
@@ -36,12 +33,11 @@ QIcon chequeredIcon() {
 }
 
 /// What a cell draws on blue in a frame of the picture.
-QImage drawn(platform::TextFieldCell& cell, QRectF frame, qreal ratio = 1, const CellContext& context = {}) {
-    QImage picture((QSizeF(200, 60) * ratio).toSize(), QImage::Format_RGB32);
-    picture.setDevicePixelRatio(ratio);
+QImage drawn(platform::TextFieldCell& cell, QRectF frame) {
+    QImage picture(200, 60, QImage::Format_RGB32);
     picture.fill(Qt::blue);
     QPainter painter(&picture);
-    cell.drawWithFrameInView(frame, painter, context);
+    cell.drawWithFrameInView(frame, painter, CellContext());
     return picture;
 }
 
@@ -81,39 +77,6 @@ class TestCells : public QObject {
         QCOMPARE(upward.imageFrame, QRectF(3, 2, 16, 16));
     }
 
-    void imagesAreResizedForEveryHolder() {
-        const auto image = std::make_shared<Image>(chequeredIcon(), QSizeF(32, 32));
-        ImageAndTextCell cell;
-        LogLines log;
-        cell.setImage(image);
-        QCOMPARE(image->size(), QSizeF(16, 16));
-        image->setSize(QSizeF(64, 64));
-        cell.setImage(image);
-        QCOMPARE(image->size(), QSizeF(64, 64));
-        const auto copy = cell.copy();
-        QCOMPARE(dynamic_cast<ImageAndTextCell&>(*copy).image(), image);
-        const QStringList lines = log.taken();
-        QCOMPARE(lines.size(), 2);
-        QCOMPARE(lines[0], lines[1]);
-        QVERIFY(lines[0].startsWith(text("-[ImageAndTextCell setImage:] (105): Foo, imagep: 0x")));
-    }
-
-    void sizesAndEditorsLeaveRoomForTheImage() {
-        ImageAndTextCell cell;
-        cell.setTitle(text("Pictures"));
-        const QSizeF plain = cell.TextFieldCell::cellSize();
-        QCOMPARE(cell.cellSize(), plain + QSizeF(3, 0));
-        cell.setImage(std::make_shared<Image>(chequeredIcon()));
-        QCOMPARE(cell.cellSize(), plain + QSizeF(19, 0));
-        QCOMPARE(cell.hitTestForEventInRectOfView(QPointF(-1, 900), QRectF(0, 0, 5, 5)),
-                 CellHit::contentArea);
-        QLineEdit editor;
-        cell.selectWithFrameInViewEditorStartLength(QRectF(0, 0, 100, 20), editor, 2, 3);
-        SeparatorCell().selectWithFrameInViewEditorStartLength(QRectF(0, 0, 1, 1), editor, 0, 1);
-        QCOMPARE(editor.geometry(), QRect(21, 1, 81, 16));
-        QCOMPARE(editor.selectedText(), text("ctu"));
-    }
-
     void whatIsDrawn() {
         const QString size =
             QString::number(static_cast<double>(platform::TextFieldCell::smallSystemFontSize()), 'f', 6);
@@ -140,32 +103,6 @@ class TestCells : public QObject {
         QCOMPARE(both.topLeft(), QPoint(13, 11));
         QVERIFY2(both.right() > 31, "no text beside the icon");
         QCOMPARE(log.taken(), linesOf({"(191): Image wasn't nil. Drawing image."}));
-    }
-
-    void iconsAreSharp() {
-        ImageAndTextCell cell;
-        cell.setImage(std::make_shared<Image>(chequeredIcon()));
-        for (const qreal ratio : {1.0, 1.5, 2.0}) {
-            const QImage picture = drawn(cell, QRectF(10, 11, 100, 20), ratio);
-            const int pixels = static_cast<int>(16 * ratio);
-            const QRect ink = inked(picture);
-            QCOMPARE(ink.size(), QSize(pixels, pixels));
-            QImage icon = picture.copy(ink);
-            icon.setDevicePixelRatio(1);
-            QCOMPARE(icon, chequeredIcon().pixmap(pixels, pixels).toImage().convertToFormat(icon.format()));
-        }
-    }
-
-    void rightToLeftIsTheMirrorImage() {
-        ImageAndTextCell cell;
-        cell.setTitle(text("MMM"));
-        cell.setImage(std::make_shared<Image>(chequeredIcon()));
-        const QRect there = inked(drawn(cell, QRectF(10, 10, 100, 20)));
-        CellContext context;
-        context.direction = Qt::RightToLeft;
-        const QRect here = inked(drawn(cell, QRectF(10, 10, 100, 20), 1, context));
-        QCOMPARE(here.right(), 119 - there.left());
-        QVERIFY2(std::abs(here.width() - there.width()) <= 2, "the text does not stand beside the icon");
     }
 
     void theSeparatorIsTwoLines() {

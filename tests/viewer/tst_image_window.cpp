@@ -20,8 +20,6 @@ using platform::PropertyValue;
 
 namespace {
 
-const QString empty = QStringLiteral("General metadata:\n\n\n\nIPTC meta data:\n\n\n\nEXIF meta data:\n\n");
-
 PropertyValue arrayOf(PropertyValue::ArrayKind kind) {
     return PropertyValue::Array{{PropertyValue(QStringLiteral("a")), PropertyValue(2)}, kind};
 }
@@ -41,8 +39,6 @@ class ImageWindowTest : public QObject {
     void printSummary_data();
     void printSummary();
     void theWholeWindow();
-    void notAPicture();
-    void zoomsToTheExactPixels();
     void logLines();
 
  private:
@@ -158,30 +154,6 @@ void ImageWindowTest::theWholeWindow() {
     appGlobals->setObjectForKey(false, PreferenceKeys::debugLogging);
     QVERIFY(log.taken().join(u'\n').contains(QStringLiteral("-[ImageWindowController windowWillClose:] (")));
     QVERIFY(!window->isVisible());
-}
-
-void ImageWindowTest::notAPicture() {
-    const QString path = _folder.filePath(QStringLiteral("text.jpg"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("no picture") > 0);
-    file.close();
-    ImageWindowController controller(QStringLiteral("ImageWindow"), this, path);
-    auto* window = qobject_cast<ImageWindow*>(controller.window());
-    QTRY_VERIFY(window->imageView().isBroken());
-    QCOMPARE(window->textView().toPlainText(), empty);
-    QCOMPARE(controller.metaDataSummary(), path + QStringLiteral("\n\n") + empty);
-}
-
-void ImageWindowTest::zoomsToTheExactPixels() {
-    platform::ImageView view;
-    view.resize(300, 200);
-    view.show();
-    view.setImageWithPath(_picture);
-    QTRY_COMPARE(view.image().size(), QSize(300, 200));
-    QTest::keyClick(&view, Qt::Key_Space);
-    QTRY_COMPARE(view.image().size(), QSize(3000, 2000));
-    QCOMPARE(view.pictureGeometry().scale(), 1.0);
-    QCOMPARE(view.grab().toImage().pixelColor(150, 100), QColor(10, 200, 30));
 }
 
 void ImageWindowTest::logLines() {
