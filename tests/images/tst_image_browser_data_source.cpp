@@ -82,6 +82,20 @@ class ImageBrowserDataSourceTest : public QObject {
         QVERIFY(window.showsExactly(many, 3000));
     }
 
+    /// A double-click on a folder asks for it twice, by the outline's selection and by itself.
+    void isWholeAHundredTimesOver() {
+        Window window;
+        const QString folders[] = {window.subfolder(QStringLiteral("a"), 40),
+                                   window.subfolder(QStringLiteral("b"), 60)};
+        for (int i = 0; i < 100; ++i) {
+            const QString& folder = folders[i % 2];
+            window.images->reloadWithPath(folder);
+            window.images->reloadWithPath(folder);
+            QTRY_VERIFY(!window.images->isLoading());
+            QVERIFY(window.showsExactly(folder, i % 2 == 0 ? 40 : 60));
+        }
+    }
+
     void loadsAtMostOnceMoreWhenAskedAgain() {
         HomeWindow window;
         const QString path = window.subfolder(QStringLiteral("p"), 5);

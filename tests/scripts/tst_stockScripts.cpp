@@ -3,9 +3,11 @@
 #include "support/Shell.h"
 #include "testing/TestHome.h"
 
+#include <QCryptographicHash>
 #include <QDate>
 #include <QGuiApplication>
 #include <QImageReader>
+#include <QImageWriter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
@@ -41,8 +43,12 @@ class StockScriptsTest : public QObject {
     void nothingSelectedDoesNothing_data();
     void nothingSelectedDoesNothing();
     void copiesIntoDatedFolder();
+    void resizes();
     void rotatesWithoutLoss_data();
     void rotatesWithoutLoss();
+    void makesContactSheet();
+    void stripsLocation();
+    void makesZip();
 
  private:
     QString make(const QString& name, QSize size = QSize(64, 48), const QStringList& tags = {});
@@ -115,6 +121,27 @@ void StockScriptsTest::copiesIntoDatedFolder() {
     }
 }
 
+void StockScriptsTest::resizes() {
+    if (lacks("vipsthumbnail") || lacks("exiftool"))
+        QSKIP("vipsthumbnail (libvips-tools) or exiftool is missing");
+    const QStringList tags{QStringLiteral("-Orientation=6"), QStringLiteral("-Artist=Ada")};
+    const QStringList paths{make(QStringLiteral("large [page=1].jpg"), QSize(2000, 1000), tags),
+                            make(QStringLiteral("small.jpg"), QSize(64, 48))};
+    QCOMPARE(run("Resize to 1600 pixels.sh", paths), 0);
+    QCOMPARE(QImageReader(in(QStringLiteral("large [page=1] (1600).jpg"))).size(), QSize(800, 1600));
+    QCOMPARE(QImageReader(in(QStringLiteral("small (1600).jpg"))).size(), QSize(64, 48));
+    QImageReader upright(in(QStringLiteral("large [page=1] (1600).jpg")));
+    QCOMPARE(upright.transformation(), QImageIOHandler::TransformationNone);
+    // The left column of the turned picture was its bottom row: dark at the top.
+    QVERIFY(qRed(upright.read().pixel(10, 10)) < 80);
+    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-s3"), QStringLiteral("-Artist"),
+                                                 in(QStringLiteral("large [page=1] (1600).jpg"))}),
+             QByteArray("Ada"));
+    // Again: nothing is overwritten.
+    QCOMPARE(run("Resize to 1600 pixels.sh", paths), 0);
+    QVERIFY(files().contains(QStringLiteral("small (1600) 2.jpg")));
+}
+
 void StockScriptsTest::rotatesWithoutLoss_data() {
     QTest::addColumn<int>("orientation");
     for (const int orientation : {0, 2, 6, 7})
@@ -147,6 +174,61 @@ void StockScriptsTest::rotatesWithoutLoss() {
     QCOMPARE(run("Rotate right.sh", {turnedLeft}), 0);
     QCOMPARE(run("Rotate left.sh", {in(QStringLiteral("p (turned left) (turned right).jpg"))}), 0);
     QCOMPARE(QImage(in(QStringLiteral("p (turned left) (turned right) (turned left).jpg"))), turned);
+}
+
+void StockScriptsTest::makesContactSheet() {
+    if (output(QStringLiteral("/usr/bin/python3"),
+               {QStringLiteral("-c"), QStringLiteral("import PIL; print(1)")}) != "1")
+        QSKIP("Pillow (python3-pil) is missing");
+    QStringList paths;
+    for (int i = 0; i < 21; ++i)
+        paths += make(QStringLiteral("ü%1.jpg").arg(i));
+    QCOMPARE(run("Contact sheet.py", paths), 0);
+    QFile pdf(in(QStringLiteral("Contact sheet ") + today() + QStringLiteral(".pdf")));
+    QVERIFY(pdf.open(QFile::ReadOnly));
+    const QByteArray bytes = pdf.readAll();
+    QVERIFY(bytes.startsWith("%PDF-"));
+    QVERIFY(bytes.contains("/Count 2"));
+    // A broken one among them is said and does not stop the others.
+    QFile broken(in(QStringLiteral("broken.jpg")));
+    QVERIFY(broken.open(QFile::WriteOnly));
+    QCOMPARE(run("Contact sheet.py", {broken.fileName(), paths[0]}), 1);
+    QVERIFY(files().contains(QStringLiteral("Contact sheet ") + today() + QStringLiteral(" 2.pdf")));
+}
+
+void StockScriptsTest::stripsLocation() {
+    if (lacks("exiftool"))
+        QSKIP("exiftool (libimage-exiftool-perl) is missing");
+    const QString located = make(QStringLiteral("here.jpg"), QSize(64, 48),
+                                 {QStringLiteral("-GPSLatitude=48.1"), QStringLiteral("-GPSLatitudeRef=N"),
+                                  QStringLiteral("-XMP:GPSLongitude=11.5"), QStringLiteral("-Artist=Ada")});
+    const QString elsewhere = make(QStringLiteral("nowhere.jpg"));
+    QCOMPARE(run("Strip location data.sh", {located, elsewhere}), 0);
+    const QString copy = in(QStringLiteral("here (no location).jpg"));
+    QVERIFY(!output(QStringLiteral("exiftool"), {QStringLiteral("-gps*"), located}).isEmpty());
+    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-gps*"), copy}), QByteArray());
+    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-s3"), QStringLiteral("-Artist"), copy}),
+             QByteArray("Ada"));
+    QCOMPARE(QImage(copy), QImage(located));
+    QVERIFY(files().contains(QStringLiteral("nowhere (no location).jpg")));
+}
+
+void StockScriptsTest::makesZip() {
+    QDir(_folder).mkpath(QStringLiteral("album/deep"));
+    const QStringList paths{make(QStringLiteral("a.jpg")), make(QStringLiteral("album/a.jpg")),
+                            in(QStringLiteral("album"))};
+    make(QStringLiteral("album/deep/b.jpg"));
+    QCOMPARE(run("Make a ZIP.py", paths), 0);
+    const QString archive = in(QStringLiteral("Pictures ") + today() + QStringLiteral(".zip"));
+    const QByteArray names =
+        output(QStringLiteral("/usr/bin/python3"),
+               {QStringLiteral("-c"),
+                QStringLiteral("import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
+                               "assert z.testzip() is None; print(sorted(z.namelist()))"),
+                archive});
+    QCOMPARE(names, QByteArray("['a 2.jpg', 'a.jpg', 'album/a.jpg', 'album/deep/b.jpg']"));
+    QCOMPARE(run("Make a ZIP.py", paths), 0);
+    QVERIFY(files().contains(QStringLiteral("Pictures ") + today() + QStringLiteral(" 2.zip")));
 }
 
 int main(int argc, char** argv) {
