@@ -84,7 +84,7 @@ class ImageBrowserDataSourceTest : public QObject {
 
     /// A double-click on a folder asks for it twice, by the outline's selection and by itself.
     void isWholeAHundredTimesOver() {
-        Window window;
+        HomeWindow window;
         const QString folders[] = {window.subfolder(QStringLiteral("a"), 40),
                                    window.subfolder(QStringLiteral("b"), 60)};
         for (int i = 0; i < 100; ++i) {
