@@ -31,9 +31,12 @@ ImageLoadMeeting::ImageLoadMeeting(QObject* context, Merge merge)
 }
 
 void ImageLoadMeeting::close() {
+    std::deque<std::shared_ptr<ImageLoad>>
+        abandoned;  // a load holds the meeting: they go when the lock is free
     const std::scoped_lock guard(_lock);
     _context = nullptr;
     _view = nullptr;
+    abandoned.swap(_waiting);
     _isDone.notify_all();
 }
 
