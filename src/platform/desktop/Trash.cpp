@@ -213,7 +213,7 @@ TrashResult moveInto(const TrashCan& can, int sourceFolder, const QByteArray& na
 QByteArray realFolderOf(const QString& path) {
     const QByteArray folder = bytesFromPath(pathByDeletingLastComponent(path));
     char* real = ::realpath(folder.isEmpty() ? "." : folder.constData(), nullptr);
-    const QByteArray result(real);
+    QByteArray result(real);
     std::free(real);
     return result;
 }
