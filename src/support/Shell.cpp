@@ -73,7 +73,7 @@ QString getNewTempFilePath(const QString& suffix) {
 
 QString createTempFileWithContentString(const QString& content, const QString& suffix) {
     constexpr auto method = "createTempFileWithContentString";
-    const QString path = getNewTempFilePath(suffix);
+    QString path = getNewTempFilePath(suffix);
     logWithMethodName(method, currentLine(), u"Creating new temp file: %@", path);
     const QString marked = QChar(QChar::ByteOrderMark) + content;
     platform::ScopedFileDescriptor descriptor(
