@@ -174,4 +174,4 @@ void ThumbnailQueue::releaseFilesBelow(const QString& folder) {
 }  // namespace platform
 
 // Here, so that a test can put a queue of its own in the place of this one.
-#include "moc_ThumbnailQueue.cpp"
+#include "moc_ThumbnailQueue.cpp"  // NOLINT(bugprone-suspicious-include): how automoc is told so

@@ -89,6 +89,7 @@ int main(int argc, char** argv) {
     words.push_back(script.front() == '/' ? script : "." + script.substr(slash));
     words.emplace_back(argv[2]);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
