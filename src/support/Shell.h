@@ -17,8 +17,9 @@ QString getOurProcessName();
 /// suffix.
 QString getNewTempFilePath(const QString& suffix);
 
-/// Writes a text as UTF-16 with a byte-order mark, in the machine's byte order, readable by the user alone, and answers the file's path.
-/// Bytes of a path that are not UTF-8 stand in it as the lone surrogates U+DC80 to U+DCFF.
+/// Writes a text as UTF-16 with a byte-order mark, in the machine's byte order, readable by the user alone,
+/// and answers the file's path. Bytes of a path that are not UTF-8 stand in it as the lone surrogates U+DC80
+/// to U+DCFF.
 QString createTempFileWithContentString(const QString& content, const QString& suffix);
 
 /// A file's text, or nothing when it is missing, unreadable or not UTF-8.

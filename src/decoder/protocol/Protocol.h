@@ -10,7 +10,8 @@
 
 /// What the program and tavlin-decoder agree on. They talk over one SOCK_SEQPACKET socket pair, one
 /// fixed-size message each way: a Request with the picture file's descriptor attached, a Response with a
-/// sealed memfd attached when there are pixels. The program trusts nothing that a decoder answers. Both sides are always of one build, so integers travel in the machine's own byte order.
+/// sealed memfd attached when there are pixels. The program trusts nothing that a decoder answers. Both sides
+/// are always of one build, so integers travel in the machine's own byte order.
 namespace decoder {
 
 inline constexpr std::uint32_t kMagic = 0x4c564154;  // "TAVL"

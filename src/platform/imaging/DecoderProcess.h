@@ -69,8 +69,8 @@ struct DecodeRequest {
 /// process. Used by one thread at a time (each worker owns one); cancel() alone may come from another thread.
 /// A decoder dies with the thread that started it; another thread's next request starts a new one.
 ///
-/// There are several roles: the common decoder serves the everyday formats, a second one, started when the common
-/// one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
+/// There are several roles: the common decoder serves the everyday formats, a second one, started when the
+/// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
 class DecoderProcess {
  public:
     /// `program`: the path of the tavlin-decoder executable.

@@ -124,7 +124,7 @@ void ImageView::take(Step step) {
         askForMore();
 }
 
-void ImageView::use(Step step, DecodedPicture picture) {
+void ImageView::use(Step step, const DecodedPicture& picture) {
     if (step == Step::exact) {
         _exact = picture.image;
         _hasExact = true;

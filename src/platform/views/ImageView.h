@@ -55,7 +55,7 @@ class ImageView : public QWidget {
     void ask(Step step);
     void askForMore();
     void take(Step step);
-    void use(Step step, DecodedPicture picture);
+    void use(Step step, const DecodedPicture& picture);
     void geometryChanged();
     void paintBroken(QPainter& painter) const;
 
