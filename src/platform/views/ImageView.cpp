@@ -104,7 +104,7 @@ void ImageView::take(Step step) {
     DecodeResult result = _task->takeResult();
     _task.release()->deleteLater();  // it is the one that calls
     if (auto* picture = std::get_if<DecodedPicture>(&result)) {
-        use(step, std::move(*picture));
+        use(step, *picture);
     } else if (step == Step::preview) {
         ask(Step::fitted);
         return;
