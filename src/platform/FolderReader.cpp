@@ -93,10 +93,24 @@ std::optional<FileStatus> statusOfLink(Volumes& volumes, const QString& path) {
     return isDone ? job->status() : std::nullopt;
 }
 
-/// Where late answers are delivered; outlives the reader in the hands of a worker that hangs.
+class FolderJob;
+struct Mailbox;
+
+/// Empties the mailbox, on the main thread. The event that asks for it carries nothing.
+class MailboxReader : public QObject {
+ public:
+    explicit MailboxReader(Mailbox& mailbox) : _mailbox(mailbox) {}
+    void tellOwners();
+
+ private:
+    Mailbox& _mailbox;
+};
+
+/// Where late answers are handed over; outlives the reader in the hands of a worker that hangs.
 struct Mailbox {
-    std::mutex mutex;
-    QObject* receiver = nullptr;  ///< guarded by `mutex`; null when nobody reads any more
+    std::mutex mutex;  ///< guards what follows
+    std::vector<std::shared_ptr<FolderJob>> late;
+    MailboxReader* reader = nullptr;  ///< null when nobody reads any more
 };
 
 /// Visits one folder.
@@ -117,10 +131,10 @@ class FolderJob final : public VolumeJob, public std::enable_shared_from_this<Fo
     }
     void deliverLate() override {
         const std::lock_guard lock(_mailbox->mutex);
-        if (_mailbox->receiver == nullptr)
+        if (_mailbox->reader == nullptr)
             return;
-        QMetaObject::invokeMethod(
-            _mailbox->receiver, [self = shared_from_this()] { self->tellOwners(); }, Qt::QueuedConnection);
+        _mailbox->late.push_back(shared_from_this());
+        QMetaObject::invokeMethod(_mailbox->reader, &MailboxReader::tellOwners, Qt::QueuedConnection);
     }
 
     bool isVisitTo(const QString& path, FolderDetail detail) const {
@@ -133,7 +147,6 @@ class FolderJob final : public VolumeJob, public std::enable_shared_from_this<Fo
     }
     FolderContents takeContents() { return std::move(_contents); }
 
- private:
     void tellOwners() const {
         for (const auto& answer : _lateAnswers) {
             if (const auto owner = answer.owner.lock())
@@ -141,6 +154,7 @@ class FolderJob final : public VolumeJob, public std::enable_shared_from_this<Fo
         }
     }
 
+ private:
     const QString _path;
     const FolderDetail _detail;
     const FolderReader::Read _read;
@@ -150,13 +164,23 @@ class FolderJob final : public VolumeJob, public std::enable_shared_from_this<Fo
     FolderContents _contents;
 };
 
+void MailboxReader::tellOwners() {
+    std::vector<std::shared_ptr<FolderJob>> late;
+    {
+        const std::lock_guard lock(_mailbox.mutex);
+        late.swap(_mailbox.late);
+    }
+    for (const auto& job : late)
+        job->tellOwners();
+}
+
 }  // namespace
 
 struct FolderReader::Private {
     Read read = readFolder;
     std::shared_ptr<Volumes> volumes = std::make_shared<Volumes>();
     std::shared_ptr<Mailbox> mailbox = std::make_shared<Mailbox>();
-    QObject receiver;
+    MailboxReader reader{*mailbox};
     QPointer<QAbstractEventDispatcher> dispatcher;
     Clock::duration budget = turnBudget;
     Clock::duration spentThisTurn{};
@@ -176,8 +200,8 @@ void FolderReader::Private::watchTurns() {
     if (current == dispatcher)
         return;
     dispatcher = current;
-    QObject::connect(current, &QAbstractEventDispatcher::awake, &receiver, [this] { spentThisTurn = {}; });
-    QObject::connect(current, &QAbstractEventDispatcher::aboutToBlock, &receiver,
+    QObject::connect(current, &QAbstractEventDispatcher::awake, &reader, [this] { spentThisTurn = {}; });
+    QObject::connect(current, &QAbstractEventDispatcher::aboutToBlock, &reader,
                      [this] { spentThisTurn = {}; });
 }
 
@@ -187,12 +211,13 @@ FolderReader& FolderReader::shared() {
 }
 
 FolderReader::FolderReader() : _d(std::make_unique<Private>()) {
-    _d->mailbox->receiver = &_d->receiver;
+    _d->mailbox->reader = &_d->reader;
 }
 
 FolderReader::~FolderReader() {
     const std::lock_guard lock(_d->mailbox->mutex);
-    _d->mailbox->receiver = nullptr;
+    _d->mailbox->reader = nullptr;
+    _d->mailbox->late.clear();
 }
 
 void FolderReader::setRead(Read read, std::chrono::milliseconds budget) {

@@ -9,8 +9,10 @@
 
 #include <QLoggingCategory>
 
+#include <linux/sockios.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -34,6 +36,9 @@ using decoder::Status;
 
 /// A picture of fewer bytes is copied, as a mapping costs the process one of its 65,530.
 constexpr std::uint64_t kSmallestMapping = 1 << 16;
+
+/// In which a decoder that is ready reads a request; it takes microseconds.
+constexpr std::chrono::seconds kPatienceWithTaking(2);
 
 struct Mapping {
     void* address;
@@ -117,7 +122,8 @@ std::optional<DecodedProperties> propertiesOf(const Response& response, int desc
 
 struct DecoderProcess::Private {
     /// How one try ended that brought no answer. A decoder that never was ready is not the picture's fault.
-    enum class Trouble { died, neverReady, timedOut, broken, cancelled, notStarted };
+    /// Nor is one that did not even take the request.
+    enum class Trouble { died, neverReady, notTaken, timedOut, broken, cancelled, notStarted };
     struct Answer {
         Response response;
         ScopedFileDescriptor memory;
@@ -145,6 +151,7 @@ struct DecoderProcess::Private {
     Outcome ask(Role role, const DecodeRequest& request, std::chrono::milliseconds deadline);
     Outcome awaitAnswer(Worker& worker, std::uint64_t id, Clock::time_point end);
     std::optional<Trouble> awaitMessage(const Worker& worker, Clock::time_point end) const;
+    std::optional<Trouble> awaitTaking(const Worker& worker) const;
     DecodeResult result(const Answer& answer, const DecodeRequest& request, Role role);
 
     const QString program;
@@ -180,6 +187,19 @@ bool DecoderProcess::Private::hasDiedIdle(Role role) {
 bool DecoderProcess::Private::isCancelled() const {
     pollfd event{cancelled.get(), POLLIN, 0};
     return ::poll(&event, 1, 0) > 0;
+}
+
+/// Nothing once a decoder that was idle has read the request, or has anything to say. It is quick unless it
+/// has been stopped or hangs: the answer is not waited for then, as that would be held against the picture.
+std::optional<DecoderProcess::Private::Trouble> DecoderProcess::Private::awaitTaking(
+    const Worker& worker) const {
+    const auto trouble = awaitMessage(worker, Clock::now() + kPatienceWithTaking);
+    if (trouble != Trouble::timedOut)
+        return trouble;
+    int unread = 0;
+    return ::ioctl(worker.child->socket(), SIOCOUTQ, &unread) == 0 && unread > 0
+               ? std::optional(Trouble::notTaken)
+               : std::nullopt;
 }
 
 /// Nothing once a message (or the end of the connection) can be received.
@@ -240,6 +260,9 @@ DecoderProcess::Private::Outcome DecoderProcess::Private::ask(Role role, const D
     if (!decoder::sendMessage(asked.child->socket(), &message, sizeof message, request.descriptor,
                               decoder::Waiting::no))
         return asked.ready ? Trouble::died : Trouble::neverReady;
+    if (asked.ready && deadline > kPatienceWithTaking)
+        if (const auto trouble = awaitTaking(asked))
+            return *trouble;
     return awaitAnswer(asked, message.id, end);
 }
 
@@ -309,7 +332,8 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
             case Trouble::cancelled:
                 return failure(DecodeError::cancelled);
             case Trouble::neverReady:
-                // Killed while it started, perhaps: a broken installation fails the second time as well.
+            case Trouble::notTaken:
+                // Killed while it started, or stopped: a broken installation fails the second time as well.
                 if (++failedStarts < 2)
                     break;
                 [[fallthrough]];

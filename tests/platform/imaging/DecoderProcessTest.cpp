@@ -180,6 +180,17 @@ class DecoderProcessTest : public QObject {
         QCOMPARE(process.processId(), before);
     }
 
+    /// The picture is not to blame: a fresh decoder serves it.
+    void replacesOneThatNoLongerReads() {
+        DecoderProcess process(_decoder);
+        const auto file = open("picture.png");
+        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 64)));
+        const int stopped = process.processId();
+        ::kill(stopped, SIGSTOP);
+        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 64)));
+        QVERIFY(process.processId() != stopped);
+    }
+
     void nothingLeaks() {
         const auto file = open("picture.png");
         const auto broken = open("broken.png");

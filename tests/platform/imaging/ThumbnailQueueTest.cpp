@@ -246,7 +246,7 @@ class ThumbnailQueueTest : public QObject {
         signalChildren(SIGSTOP);
         const QString path = write(u"wanted.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
         queue.setWanted({{path, 200}}, {});
-        QTRY_COMPARE(queue.thumbnail(path).state, State::complete);
+        QTRY_COMPARE_WITH_TIMEOUT(queue.thumbnail(path).state, State::complete, 20000);
     }
 
  private:
