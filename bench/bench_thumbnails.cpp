@@ -4,6 +4,7 @@
 // usage: bench_thumbnails [FOLDER [VISIBLE [PIXELS]]]; without a folder it makes one of 200 2-megapixel
 // JPEGs.
 #include "platform/FileAccess.h"
+#include "platform/imaging/DecoderProcess.h"
 #include "platform/imaging/ThumbnailQueue.h"
 #include "platform/PathBytes.h"
 #include "testing/TestHome.h"
@@ -103,7 +104,7 @@ int main(int argc, char** argv) {
     const TestHome home;
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    ThumbnailQueue::setDecoderProgram(
+    DecoderProcess::setInstalledProgram(
         qEnvironmentVariable("TAVLIN_PREFIX", QStringLiteral(TAVLIN_BUILD_DIR)) +
         QStringLiteral("/libexec/tavlin/tavlin-decoder"));
     QString folder = arguments.value(1);

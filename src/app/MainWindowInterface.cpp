@@ -9,7 +9,7 @@
 #include "platform/desktop/Workspace.h"
 #include "platform/FolderReader.h"
 #include "platform/Guard.h"
-#include "platform/imaging/DecodeThreads.h"
+#include "platform/imaging/DecoderProcess.h"
 #include "platform/PathBytes.h"
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
@@ -58,8 +58,7 @@ void addInterfaceDescriptions() {
 
 std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
     const QString decoder = platform::Bundle::mainBundle().libexecPath() + QStringLiteral("/tavlin-decoder");
-    platform::ThumbnailQueue::setDecoderProgram(decoder);
-    platform::DecodeThreads::setDecoderProgram(decoder);
+    platform::DecoderProcess::setInstalledProgram(decoder);
     addInterfaceDescriptions();
     return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
 }

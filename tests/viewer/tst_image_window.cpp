@@ -47,7 +47,7 @@ class ImageWindowTest : public QObject {
 };
 
 void ImageWindowTest::initTestCase() {
-    platform::DecodeThreads::setDecoderProgram(
+    platform::DecoderProcess::setInstalledProgram(
         QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder"));
     appGlobals = PreferencesDictionary::dictionary();
     appGlobals->plausibilitaetsTest();

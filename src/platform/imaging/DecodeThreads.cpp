@@ -21,11 +21,6 @@ using namespace std::chrono_literals;
 
 constexpr auto patienceAtEnd = 1s;
 
-QString& decoderProgram() {
-    static QString program;
-    return program;
-}
-
 DecodeResult decodeFile(DecoderProcess& process, const QString& path, DecodeRequest request,
                         std::chrono::milliseconds deadline) {
     const ScopedFileDescriptor file = openRegularFile(path);
@@ -146,17 +141,13 @@ DecodeThreads::~DecodeThreads() {
 }
 
 DecodeThreads& DecodeThreads::pictures() {
-    static DecodeThreads threads(decoderProgram(), 2);
+    static DecodeThreads threads(DecoderProcess::installedProgram(), 2);
     return threads;
 }
 
 DecodeThreads& DecodeThreads::properties() {
-    static DecodeThreads threads(decoderProgram(), 1);
+    static DecodeThreads threads(DecoderProcess::installedProgram(), 1);
     return threads;
-}
-
-void DecodeThreads::setDecoderProgram(const QString& program) {
-    decoderProgram() = program;
 }
 
 void DecodeThreads::post(const std::shared_ptr<Job>& job) {

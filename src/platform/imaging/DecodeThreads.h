@@ -22,10 +22,9 @@ class DecodeThreads {
     DecodeThreads& operator=(const DecodeThreads&) = delete;
 
     /// Those that all image windows share: two for pictures, one for properties. Made at first use, after
-    /// setDecoderProgram(); ended at the program's exit.
+    /// DecoderProcess::setInstalledProgram(); ended at the program's exit.
     static DecodeThreads& pictures();
     static DecodeThreads& properties();
-    static void setDecoderProgram(const QString& program);
 
  private:
     friend class DecodeTask;

@@ -299,6 +299,23 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
     return failure(DecodeError::badAnswer);
 }
 
+namespace {
+
+QString& programSetting() {
+    static QString program;
+    return program;
+}
+
+}  // namespace
+
+void DecoderProcess::setInstalledProgram(const QString& program) {
+    programSetting() = program;
+}
+
+const QString& DecoderProcess::installedProgram() {
+    return programSetting();
+}
+
 DecoderProcess::DecoderProcess(QString program) : _d(std::make_unique<Private>(std::move(program))) {
 }
 

@@ -73,6 +73,10 @@ struct DecodeRequest {
 /// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
 class DecoderProcess {
  public:
+    /// The tavlin-decoder executable that belongs to this program; set once, before the first decoder.
+    static void setInstalledProgram(const QString& program);
+    static const QString& installedProgram();
+
     /// `program`: the path of the tavlin-decoder executable.
     explicit DecoderProcess(QString program);
     ~DecoderProcess();

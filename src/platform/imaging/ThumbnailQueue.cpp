@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/ThumbnailQueue.h"
 
+#include "platform/imaging/DecoderProcess.h"
 #include "platform/imaging/ThumbnailCache.h"
 #include "platform/imaging/ThumbnailWorkers.h"
 
@@ -19,11 +20,6 @@ namespace {
 /// The longest that reports keep the main thread in one turn of its loop.
 constexpr qint64 turnMilliseconds = 4;
 constexpr int largestPixelSize = 8192;
-
-QString& decoderProgram() {
-    static QString program = qEnvironmentVariable("TAVLIN_DECODER");
-    return program;
-}
 
 struct Wish {
     int pixelSize = 0;
@@ -123,10 +119,6 @@ ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_
 
 ThumbnailQueue::~ThumbnailQueue() = default;
 
-void ThumbnailQueue::setDecoderProgram(const QString& program) {
-    decoderProgram() = program;
-}
-
 void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
                                const std::vector<ThumbnailRequest>& near, bool checkAgain) {
     _d->absorbAnswers();
@@ -141,7 +133,7 @@ void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
     if (!_d->workers) {
         if (visibleJobs.empty() && nearJobs.empty())
             return;
-        _d->workers = std::make_unique<ThumbnailWorkers>(decoderProgram(), [this] {
+        _d->workers = std::make_unique<ThumbnailWorkers>(DecoderProcess::installedProgram(), [this] {
             QMetaObject::invokeMethod(
                 this, [this] { _d->report(); }, Qt::QueuedConnection);
         });

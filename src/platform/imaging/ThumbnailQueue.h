@@ -49,10 +49,6 @@ class ThumbnailQueue : public QObject {
     explicit ThumbnailQueue(QObject* parent = nullptr);
     ~ThumbnailQueue() override;
 
-    /// The path of the tavlin-decoder executable for every queue whose work has not begun; by default the
-    /// environment's TAVLIN_DECODER. Main thread, once at the start.
-    static void setDecoderProgram(const QString& program);
-
     /// What is wanted now, most urgent first: the visible cells, then those near. `checkAgain`: files may
     /// have changed on the disk; thumbnails at hand stay shown until a newer one is there.
     void setWanted(const std::vector<ThumbnailRequest>& visible, const std::vector<ThumbnailRequest>& near,

@@ -82,7 +82,7 @@ class ThumbnailQueueTest : public QObject {
 
     void init() {
         _folder = std::make_unique<QTemporaryDir>();
-        ThumbnailQueue::setDecoderProgram(kDecoder);
+        DecoderProcess::setInstalledProgram(kDecoder);
         QDir(ThumbnailStore::defaultFolder()).removeRecursively();
         _openBefore = openFiles(::getpid());
     }
