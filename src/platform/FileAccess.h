@@ -3,6 +3,7 @@
 
 #include "platform/ScopedFileDescriptor.h"
 
+#include <QByteArrayView>
 #include <QString>
 
 #include <cstdint>
@@ -54,5 +55,8 @@ bool visitFolder(int folderDescriptor,
 /// opened at all (looked at by O_PATH first), so that no device wakes and no FIFO's writer goes on; only
 /// without /proc a file that is replaced meanwhile may be, and even then nothing blocks.
 ScopedFileDescriptor openRegularFile(const QString& path);
+
+/// Writes all the bytes, in as many steps as the system wants; false when it refuses, errno telling why.
+bool writeWhole(int descriptor, QByteArrayView bytes);
 
 }  // namespace platform

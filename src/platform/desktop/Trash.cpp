@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Trash.h"
 
+#include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
 #include "platform/ScopedFileDescriptor.h"
 
@@ -130,19 +131,6 @@ QByteArray information(const QByteArray& restorePath) {
     return "[Trash Info]\nPath=" + restorePath.toPercentEncoding("/") +
            "\nDeletionDate=" + QDateTime::currentDateTime().toString(u"yyyy-MM-ddThh:mm:ss").toLatin1() +
            '\n';
-}
-
-bool writeWhole(int file, const QByteArray& content) {
-    for (qsizetype done = 0; done < content.size();) {
-        const ssize_t written =
-            ::write(file, content.constData() + done, static_cast<std::size_t>(content.size() - done));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        done += written;
-    }
-    return true;
 }
 
 /// Creates the information file, whole and on the disk, or nothing. Fails with EEXIST where the name is

@@ -91,18 +91,6 @@ bool makePrivateFolder(const QString& path) {
            (::mkdir(bytes.constData(), 0700) == 0 || errno == EEXIST);
 }
 
-bool writeWhole(int descriptor, QByteArrayView bytes) {
-    while (!bytes.isEmpty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), static_cast<std::size_t>(bytes.size()));
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes = bytes.sliced(written);
-    }
-    return true;
-}
-
 /// Writes by a temporary file beside it and a rename, so that no reader ever meets half a file. mkostemp
 /// makes the file readable by its owner alone.
 bool replaceFile(const QString& path, const std::function<QByteArray()>& content) {
