@@ -20,7 +20,9 @@
     <message id="MainMenuHelp"><source></source><translation>&amp;Hilfe</translation></message>
     <message id="MainMenuMoveToTrash"><source></source><translation>In den &amp;Papierkorb verschieben</translation></message>
     <message id="MainMenuOpen"><source></source><translation>Ö&amp;ffnen</translation></message>
+    <message id="MainMenuPageSetup"><source></source><translation>&amp;Seite einrichten…</translation></message>
     <message id="MainMenuPreferences"><source></source><translation>&amp;Einstellungen…</translation></message>
+    <message id="MainMenuPrint"><source></source><translation>&amp;Drucken…</translation></message>
     <message id="MainMenuQuit"><source></source><translation>&amp;Beenden</translation></message>
     <message id="MainMenuReload"><source></source><translation>&amp;Neu laden</translation></message>
     <message id="MainMenuSelectAll"><source></source><translation>&amp;Alles auswählen</translation></message>
@@ -58,6 +60,8 @@
     <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>Allgemeine An&amp;gaben (bis zum Beenden)</translation></message>
     <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC-Metadaten</translation></message>
     <message id="PreferencesWindowTitle"><source></source><translation>Einstellungen</translation></message>
+    <message id="PrintingFailed"><source></source><translation>Das Bild konnte nicht nach „%1“ gedruckt werden.</translation></message>
+    <message id="PrintingProgress"><source></source><translation>Drucken…</translation></message>
     <message id="ScriptsMenuOpenFolder"><source></source><translation>Skript&amp;ordner öffnen</translation></message>
     <message id="ScriptsMenuRun"><source></source><translation>A&amp;usführen</translation></message>
 </context>

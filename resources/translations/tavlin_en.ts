@@ -20,7 +20,9 @@
     <message id="MainMenuHelp"><source></source><translation>&amp;Help</translation></message>
     <message id="MainMenuMoveToTrash"><source></source><translation>Move to &amp;Trash</translation></message>
     <message id="MainMenuOpen"><source></source><translation>&amp;Open</translation></message>
+    <message id="MainMenuPageSetup"><source></source><translation>Pa&amp;ge Setup…</translation></message>
     <message id="MainMenuPreferences"><source></source><translation>&amp;Preferences…</translation></message>
+    <message id="MainMenuPrint"><source></source><translation>&amp;Print…</translation></message>
     <message id="MainMenuQuit"><source></source><translation>&amp;Quit</translation></message>
     <message id="MainMenuReload"><source></source><translation>&amp;Reload</translation></message>
     <message id="MainMenuSelectAll"><source></source><translation>Select &amp;All</translation></message>
@@ -58,6 +60,8 @@
     <message id="PreferencesWindowPrintGeneralMetadataCheckboxTitle"><source></source><translation>&amp;General properties (until Tavlin quits)</translation></message>
     <message id="PreferencesWindowPrintIPTCMetadataCheckboxTitle"><source></source><translation>&amp;IPTC metadata</translation></message>
     <message id="PreferencesWindowTitle"><source></source><translation>Preferences</translation></message>
+    <message id="PrintingFailed"><source></source><translation>The picture could not be printed to “%1”.</translation></message>
+    <message id="PrintingProgress"><source></source><translation>Printing…</translation></message>
     <message id="ScriptsMenuOpenFolder"><source></source><translation>Open Scripts &amp;Folder</translation></message>
     <message id="ScriptsMenuRun"><source></source><translation>&amp;Run</translation></message>
 </context>

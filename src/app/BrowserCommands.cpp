@@ -47,11 +47,28 @@ void BrowserCommands::fillMenu(platform::MainMenu& menu) {
 
 void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
     menu.addMenu(QStringLiteral("File"), text("MainMenuFile"));
+    addPrintCommands(menu);
+    menu.addSeparator();
     menu.addCommand({.name = QStringLiteral("Quit"),
                      .text = text("MainMenuQuit"),
                      .keyEquivalent = QStringLiteral("q"),
                      .shortcuts = {},
                      .action = [] { platform::Application::shared()->terminate(); },
+                     .hasTarget = {}});
+}
+
+void BrowserCommands::addPrintCommands(platform::MainMenu& menu) {
+    menu.addCommand({.name = QStringLiteral("PageSetup"),
+                     .text = text("MainMenuPageSetup"),
+                     .keyEquivalent = {},
+                     .shortcuts = {QKeySequence(QStringLiteral("Ctrl+Shift+P"))},
+                     .action = [this] { _outlets.delegate.openPageSetupDialog(this); },
+                     .hasTarget = {}});
+    menu.addCommand({.name = QStringLiteral("Print"),
+                     .text = text("MainMenuPrint"),
+                     .keyEquivalent = QStringLiteral("p"),
+                     .shortcuts = {},
+                     .action = [this] { _outlets.delegate.openPrintingDialog(this); },
                      .hasTarget = {}});
 }
 

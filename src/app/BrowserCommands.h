@@ -57,6 +57,7 @@ class BrowserCommands : public QObject {
     bool canMoveToTrash() const;
     void followTarget(platform::MainMenu& menu);
     void addFileMenu(platform::MainMenu& menu);
+    void addPrintCommands(platform::MainMenu& menu);
     void addEditMenu(platform::MainMenu& menu);
     void addViewMenu(platform::MainMenu& menu);
     void addHelpMenu(platform::MainMenu& menu);

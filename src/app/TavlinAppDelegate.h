@@ -17,6 +17,7 @@ namespace platform {
 class ImageBrowserView;
 class NotificationBridge;
 class OutlineView;
+class PrintPanel;
 class TableView;
 }  // namespace platform
 
@@ -50,6 +51,12 @@ class TavlinAppDelegate : public QObject, public platform::ApplicationDelegate {
     void openAboutWindow(QObject* sender);
     void openPreferencesWindow(QObject* sender);
     bool validateMenuItem(const platform::MenuItem& item) override;
+
+    /// Asks for paper and margins, and returns when the user has chosen.
+    void openPageSetupDialog(QObject* sender);
+    /// Shows the print panel on the window in front; its end prints that window's picture.
+    void openPrintingDialog(QObject* sender);
+    void printingDialogDidClose(platform::PrintPanel& panel, int returnCode, QWidget& contextInfo);
 
     /// A volume came or went, with its mount folder and its display name.
     void didMount(const QString& path, const QString& name);

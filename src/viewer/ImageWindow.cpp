@@ -3,6 +3,8 @@
 
 #include "platform/desktop/Bundle.h"
 #include "platform/PathBytes.h"
+#include "platform/printing/PrintPage.h"
+#include "support/Logging.h"
 #include "ui_ImageWindow.h"
 
 #include <QCloseEvent>
@@ -21,6 +23,8 @@ constexpr int textMargin = 10;
 
 ImageWindow::ImageWindow(ImageWindowController& windowController)
     : _windowController(windowController), _ui(std::make_unique<Ui::ImageWindow>()) {
+    logWithMethodName("-[ImageWindow initWithContentRect:styleMask:backing:defer:screen:]", currentLine(),
+                      u"Narf!");
     _ui->setupUi(this);
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setPointSizeF(textSize);

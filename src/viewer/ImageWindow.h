@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QMainWindow>
+#include "platform/printing/PrintableWindow.h"
 
 #include <memory>
 
@@ -10,14 +10,17 @@ class QPlainTextEdit;
 class QSplitter;
 namespace platform {
 class ImageView;
-}
+class PrintImageView;
+class PrintPage;
+class PrintTextField;
+}  // namespace platform
 namespace Ui {
 class ImageWindow;
 }
 
 /// The window of one picture, made from its interface description. Escape closes it. Owned by its
 /// ImageWindowController; main thread only.
-class ImageWindow : public QMainWindow {
+class ImageWindow : public platform::PrintableWindow {
     Q_OBJECT
 
  public:
@@ -33,6 +36,16 @@ class ImageWindow : public QMainWindow {
     /// Shows the window in front of the others, with the keyboard.
     void makeKeyAndOrderFront();
 
+    /// The page to print: the controller's print summary, and the picture read anew from its file, as large
+    /// as the shared print settings' page shows it, or none. Blocks while it reads, for 20 s at most. The
+    /// page keeps its contents until the next time.
+    platform::PrintPage& printView();
+
+    QRect frame() const override;
+    void print(QObject* sender) override;
+    QByteArray dataWithPDFInsideRect(const QRect& part) override;
+    QByteArray dataWithEPSInsideRect(const QRect& part) override;
+
  Q_SIGNALS:
     void willClose();
 
@@ -40,6 +53,9 @@ class ImageWindow : public QMainWindow {
     void closeEvent(QCloseEvent* event) override;
 
  private:
+    std::unique_ptr<platform::PrintPage> _printView;  ///< null before the first print
+    platform::PrintTextField* _printViewMetaData = nullptr;
+    platform::PrintImageView* _printViewImageView = nullptr;
     ImageWindowController& _windowController;
     const std::unique_ptr<Ui::ImageWindow> _ui;
 };

@@ -150,6 +150,11 @@ DecodeThreads& DecodeThreads::properties() {
     return threads;
 }
 
+DecodeThreads& DecodeThreads::printing() {
+    static DecodeThreads threads(DecoderProcess::installedProgram(), 1);
+    return threads;
+}
+
 void DecodeThreads::post(const std::shared_ptr<Job>& job) {
     const std::scoped_lock lock(_shared->mutex);
     _shared->jobs.push_back(job);

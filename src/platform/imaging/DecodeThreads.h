@@ -21,10 +21,12 @@ class DecodeThreads {
     DecodeThreads(const DecodeThreads&) = delete;
     DecodeThreads& operator=(const DecodeThreads&) = delete;
 
-    /// Those that all image windows share: two for pictures, one for properties. Made at first use, after
-    /// DecoderProcess::setInstalledProgram(); ended at the program's exit.
+    /// Those that all image windows share: two for pictures, one for properties, one for prints, which wait
+    /// for no other. Made at first use, after DecoderProcess::setInstalledProgram(); ended at the program's
+    /// exit.
     static DecodeThreads& pictures();
     static DecodeThreads& properties();
+    static DecodeThreads& printing();
 
  private:
     friend class DecodeTask;

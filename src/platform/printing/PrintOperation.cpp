@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/printing/PrintOperation.h"
+
+#include "platform/printing/PrintPage.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QPainter>
+#include <QPicture>
+#include <QProgressDialog>
+#include <QWindow>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+
+namespace platform {
+
+namespace {
+
+Q_LOGGING_CATEGORY(printingCategory, "tavlin.printing")
+
+using namespace std::chrono_literals;
+
+constexpr qreal pointsPerInch = 72;
+constexpr auto patience = 300ms;  // that printing waits for its panel to appear
+
+/// A panel without a button, on the screen as long as it lives.
+class ProgressPanel : public QProgressDialog {
+ public:
+    ProgressPanel(const QString& text, QWidget* window) : QProgressDialog(text, QString(), 0, 0, window) {
+        setWindowModality(Qt::WindowModal);
+        setWindowTitle(window->windowTitle());
+        setMinimumDuration(0);
+        show();
+        // Nothing else may happen between: the user's input waits.
+        const QDeadlineTimer deadline(patience);
+        do {
+            QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
+        } while (!windowHandle()->isExposed() && !deadline.hasExpired());
+        repaint();
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+};
+
+/// A writer tells of a full disk by nothing but a file that lacks its end.
+bool isWholePdf(const QString& path) {
+    constexpr int tail = 32;
+    QFile file(path);
+    if (!file.open(QFile::ReadOnly))
+        return false;
+    file.seek(std::max<qint64>(0, file.size() - tail));
+    return file.read(tail).contains("%%EOF");
+}
+
+}  // namespace
+
+void PrintOperation::showProgress(QWidget& window, const QString& text) {
+    _window = &window;
+    _progressText = text;
+}
+
+bool PrintOperation::run() {
+    std::unique_ptr<ProgressPanel> panel;
+    if (_window != nullptr)
+        panel = std::make_unique<ProgressPanel>(_progressText, _window);
+    const bool isDone = print();
+    if (!isDone)
+        qCWarning(printingCategory) << "nothing printed to" << _info.destination();
+    return isDone;
+}
+
+bool PrintOperation::print() {
+    if (auto* page = qobject_cast<PrintPage*>(&_view))
+        page->layOutForPage(_info.imageablePageBounds().size());
+    QPrinter& printer = _info.printer();
+    QPainter painter;
+    if (!painter.begin(&printer))
+        return false;
+    paint(painter);
+    if (!painter.end() || printer.printerState() == QPrinter::Error)
+        return false;
+    return printer.outputFormat() != QPrinter::PdfFormat || isWholePdf(printer.outputFileName());
+}
+
+void PrintOperation::paint(QPainter& painter) {
+    const qreal pointsPerUnit = pointsPerInch / _view.logicalDpiY();
+    const QSizeF page = _info.imageablePageBounds().size();
+    const QSizeF size = QSizeF(_view.size()) * pointsPerUnit;
+    qreal scale = 1;
+    if (_info.horizontalPagination() == PrintInfo::Pagination::fit)
+        scale = std::min(scale, page.width() / size.width());
+    if (_info.verticalPagination() == PrintInfo::Pagination::fit)
+        scale = std::min(scale, page.height() / size.height());
+    scale *= pointsPerUnit * _info.printer().resolution() / pointsPerInch;
+    painter.scale(scale, scale);
+    if (const auto* printPage = qobject_cast<PrintPage*>(&_view)) {
+        printPage->paint(painter);
+        return;
+    }
+    // Rendered to the printer itself, a widget would come as its pixels.
+    QPicture picture;
+    QPainter recorder(&picture);
+    _view.render(&recorder);
+    recorder.end();
+    // A recording takes the screen's and the printer's resolutions into account by itself.
+    const qreal unit = qreal(_view.logicalDpiY()) / _info.printer().logicalDpiY();
+    painter.scale(unit, unit);
+    painter.drawPicture(0, 0, picture);
+}
+
+}  // namespace platform

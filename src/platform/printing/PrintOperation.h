@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/printing/PrintInfo.h"
+
+#include <QString>
+
+class QPainter;
+class QWidget;
+
+namespace platform {
+
+/// Prints a view onto one page within the margins. A PrintPage is laid out for the page first; any other view
+/// is printed as it is, a point of the screen being a point of the page. What is larger than the page is
+/// scaled down or cut, as the pagination says. Main thread only.
+class PrintOperation {
+ public:
+    PrintOperation(QWidget& view, PrintInfo& info) : _view(view), _info(info) {}
+
+    /// While it runs a panel over this window shows the text.
+    void showProgress(QWidget& window, const QString& text);
+
+    /// Blocks until the job is spooled or the file written; answers whether that went well.
+    bool run();
+
+ private:
+    bool print();
+    void paint(QPainter& painter);
+
+    QWidget& _view;
+    PrintInfo& _info;
+    QWidget* _window = nullptr;
+    QString _progressText;
+};
+
+}  // namespace platform

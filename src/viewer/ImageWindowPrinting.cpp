@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What an image window prints: not itself, but a page of its own, filled anew for every print.
+#include "viewer/ImageWindow.h"
+
+#include "platform/imaging/DecodeThreads.h"
+#include "platform/PathBytes.h"
+#include "platform/printing/PrintInfo.h"
+#include "platform/printing/PrintPage.h"
+#include "support/Logging.h"
+#include "ui_ImageWindowPrintView.h"
+#include "viewer/ImageWindowController.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr qreal printTextSize = 7;  // points
+constexpr qreal pointsPerInch = 72;
+constexpr int largestSide = 8192;  // pixels, that a decoder serves: 700 of them an inch on A4, 300 up to A2
+constexpr auto deadline = 20s;
+
+/// The pixels of the longer side of a page, at the printer's resolution.
+int sideForPage() {
+    auto& info = platform::PrintInfo::sharedPrintInfo();
+    const QSizeF page = info.imageablePageBounds().size();
+    const qreal side = std::max(page.width(), page.height()) / pointsPerInch * info.printer().resolution();
+    return std::clamp(int(std::ceil(side)), 1, largestSide);
+}
+
+/// What is seen through a picture is the paper.
+QImage onPaper(const QImage& picture) {
+    if (!picture.hasAlphaChannel())
+        return picture;
+    QImage opaque(picture.size(), QImage::Format_RGB32);
+    opaque.fill(Qt::white);
+    QPainter(&opaque).drawImage(0, 0, picture);
+    return opaque;
+}
+
+/// The picture as the file has it now; null where that cannot be read. Blocks until then.
+QImage readPicture(const QString& path) {
+    const platform::DecodeRequest request{platform::DecodeRequest::Kind::thumbnail, -1, sideForPage()};
+    platform::DecodeTask task(platform::DecodeThreads::printing(), path, request, deadline);
+    if (!task.waitFor(deadline))
+        return {};
+    const platform::DecodeResult result = task.takeResult();
+    const auto* decoded = std::get_if<platform::DecodedPicture>(&result);
+    return decoded != nullptr ? onPaper(decoded->image) : QImage();
+}
+
+/// Each line without what no font can show.
+QString printable(const QString& summary) {
+    QStringList lines = summary.split(u'\n');
+    std::ranges::transform(lines, lines.begin(), platform::displayablePath);
+    return lines.join(u'\n');
+}
+
+}  // namespace
+
+platform::PrintPage& ImageWindow::printView() {
+    static constexpr auto method = "-[ImageWindow printView]";
+    logWithMethodName(method, currentLine(), u"Foo");
+    if (_printView == nullptr) {
+        _printView = std::make_unique<platform::PrintPage>();
+        Ui::ImageWindowPrintView description;
+        description.setupUi(_printView.get());
+        _printViewMetaData = description._printViewMetaData;
+        _printViewImageView = description._printViewImageView;
+    }
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(printTextSize);
+    _printViewMetaData->setFont(font);
+    _printViewMetaData->setStringValue(printable(_windowController.metaDataPrintSummary()));
+    const QImage picture = readPicture(_windowController.filePath());
+    if (picture.isNull())
+        logWithMethodName(method, currentLine(), u"PHERDAMMT!");
+    _printViewImageView->setImage(picture);
+    return *_printView;
+}
+
+void ImageWindow::print(QObject* sender) {
+    logWithMethodName("-[ImageWindow print:]", currentLine(), u"Yo!");
+    PrintableWindow::print(sender);
+}
+
+QByteArray ImageWindow::dataWithPDFInsideRect(const QRect& part) {
+    logWithMethodName("-[ImageWindow dataWithPDFInsideRect:]", currentLine(), u"Yo!");
+    return PrintableWindow::dataWithPDFInsideRect(part);
+}
+
+QByteArray ImageWindow::dataWithEPSInsideRect(const QRect& part) {
+    logWithMethodName("-[ImageWindow dataWithEPSInsideRect:]", currentLine(), u"Yo!");
+    return PrintableWindow::dataWithEPSInsideRect(part);
+}
+
+QRect ImageWindow::frame() const {
+    logWithMethodName("-[ImageWindow frame]", currentLine(), u"Narf!");
+    return PrintableWindow::frame();
+}
