@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSize>
+#include <QStandardPaths>
 #include <QString>
 
 /// A PDF file as the poppler tools read it.
@@ -15,8 +16,10 @@ class PdfFile {
     explicit PdfFile(QString path) : _path(std::move(path)) {}
 
     /// Empty when the tools are there.
-    QString problem() const {
-        return run(QStringLiteral("pdfinfo"), {}).isEmpty() ? QStringLiteral("no poppler-utils") : QString();
+    static QString problem() {
+        return QStandardPaths::findExecutable(QStringLiteral("pdfinfo")).isEmpty()
+                   ? QStringLiteral("no poppler-utils")
+                   : QString();
     }
     int numberOfPages() const { return value(QStringLiteral("Pages")).toInt(); }
     /// The text in the order in which it was drawn.
