@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/BrowserCommands.h"
 
+#include "app/FileCommands.h"
 #include "app/MainWindow.h"
+#include "app/PictureCommands.h"
 #include "app/TavlinAppDelegate.h"
 #include "app/ZoomSlider.h"
 #include "images/ImageBrowserDataSource.h"
@@ -14,6 +16,7 @@
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
 #include "scripts/ScriptsDataSource.h"
+#include "viewer/ImageWindow.h"
 
 #include <QAction>
 #include <QApplication>
@@ -34,8 +37,13 @@ QString text(const char* key) {
 }  // namespace
 
 BrowserCommands::BrowserCommands(const Outlets& outlets, QObject* parent)
-    : QObject(parent), _outlets(outlets) {
+    : QObject(parent),
+      _outlets(outlets),
+      _files(std::make_unique<FileCommands>(outlets.window, outlets.images)),
+      _pictures(std::make_unique<PictureCommands>(outlets.images, outlets.imageWindows, *_files)) {
 }
+
+BrowserCommands::~BrowserCommands() = default;
 
 void BrowserCommands::fillMenu(platform::MainMenu& menu) {
     addFileMenu(menu);
@@ -47,6 +55,8 @@ void BrowserCommands::fillMenu(platform::MainMenu& menu) {
 
 void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
     menu.addMenu(QStringLiteral("File"), text("MainMenuFile"));
+    _files->addOpenWithAndShow(menu);
+    menu.addSeparator();
     addPrintCommands(menu);
     menu.addSeparator();
     menu.addCommand({.name = QStringLiteral("Quit"),
@@ -84,6 +94,7 @@ void BrowserCommands::addEditMenu(platform::MainMenu& menu) {
                              return isMainWindowInFront() && _outlets.images.canUndoRemoval();
                          }});
     menu.addSeparator();
+    _files->addCopy(menu);
     menu.addCommand({.name = moveToTrashName,
                      .text = text("MainMenuMoveToTrash"),
                      .keyEquivalent = {},
@@ -118,19 +129,25 @@ void BrowserCommands::addViewMenu(platform::MainMenu& menu) {
     const auto inFront = [this] {
         return isMainWindowInFront();
     };
+    const auto isZoomable = [this] {
+        return canZoom();
+    };
     menu.addMenu(QStringLiteral("View"), text("MainMenuView"));
     menu.addCommand({.name = QStringLiteral("ZoomIn"),
                      .text = text("MainMenuZoomIn"),
                      .keyEquivalent = QStringLiteral("+"),
                      .shortcuts = {QKeySequence(QStringLiteral("Ctrl+="))},
                      .action = [this] { zoomIn(); },
-                     .hasTarget = inFront});
+                     .hasTarget = isZoomable});
     menu.addCommand({.name = QStringLiteral("ZoomOut"),
                      .text = text("MainMenuZoomOut"),
                      .keyEquivalent = QStringLiteral("-"),
                      .shortcuts = {},
                      .action = [this] { zoomOut(); },
-                     .hasTarget = inFront});
+                     .hasTarget = isZoomable});
+    _pictures->addZoom(menu);
+    menu.addSeparator();
+    _pictures->addStepsAndFullScreen(menu);
     menu.addSeparator();
     menu.addCommand({.name = QStringLiteral("GoToParentFolder"),
                      .text = text("MainMenuGoToParentFolder"),
@@ -164,6 +181,8 @@ void BrowserCommands::showGridMenu(const platform::MainMenu& menu, QPoint global
     open->setEnabled(!_outlets.images.selectedItems().isEmpty());
     connect(open, &QAction::triggered, &_outlets.window.grid(), &platform::ImageBrowserView::openCurrentItem);
     popUp->addSeparator();
+    _files->addTo(*popUp, menu);
+    popUp->addSeparator();
     for (const QString& name : {moveToTrashName, undoName}) {
         menu.validate(name);
         popUp->addAction(menu.action(name));
@@ -191,11 +210,19 @@ void BrowserCommands::showScriptMenu(int row, QPoint globalPosition) {
 }
 
 void BrowserCommands::zoomIn() {
+    if (ImageWindow* window = frontImageWindow()) {
+        window->zoomIn();
+        return;
+    }
     ZoomSlider& slider = _outlets.window.zoomSlider();
     slider.setFloatValue(slider.floatValue() + zoomStep);
 }
 
 void BrowserCommands::zoomOut() {
+    if (ImageWindow* window = frontImageWindow()) {
+        window->zoomOut();
+        return;
+    }
     ZoomSlider& slider = _outlets.window.zoomSlider();
     slider.setFloatValue(slider.floatValue() - zoomStep);
 }
@@ -230,6 +257,10 @@ void BrowserCommands::undoRemoval() {
     _outlets.images.undoRemoval();
 }
 
+bool BrowserCommands::canZoom() const {
+    return isMainWindowInFront() || frontImageWindow() != nullptr;
+}
+
 bool BrowserCommands::canMoveToTrash() const {
     return isMainWindowInFront() && _isGridFocused && !_outlets.images.selectedItems().isEmpty();
 }
@@ -240,7 +271,7 @@ void BrowserCommands::followTarget(platform::MainMenu& menu) {
         menu.validate(undoName);
     };
     connect(qApp, &QApplication::focusChanged, this, [this, validate](QWidget*, QWidget* now) {
-        if (now == nullptr || qobject_cast<QMenuBar*>(now) != nullptr)
+        if (now == nullptr || qobject_cast<QMenuBar*>(now) != nullptr || qobject_cast<QMenu*>(now) != nullptr)
             return;
         _isGridFocused = now == &_outlets.window.grid();
         validate();

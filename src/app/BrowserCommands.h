@@ -4,10 +4,15 @@
 #include <QObject>
 #include <QPoint>
 
+#include <memory>
+
 class FileBrowserDataSource;
+class FileCommands;
 class FileSystemItem;
 class ImageBrowserDataSource;
+class ImageWindowOpener;
 class MainWindow;
+class PictureCommands;
 class ScriptsDataSource;
 class TavlinAppDelegate;
 
@@ -27,15 +32,18 @@ class BrowserCommands : public QObject {
         FileBrowserDataSource& places;
         ImageBrowserDataSource& images;
         ScriptsDataSource& scripts;
+        ImageWindowOpener& imageWindows;
     };
 
     explicit BrowserCommands(const Outlets& outlets, QObject* parent = nullptr);
+    ~BrowserCommands() override;
 
     void fillMenu(platform::MainMenu& menu);
     void showGridMenu(const platform::MainMenu& menu, QPoint globalPosition);
     /// The menu of a row of the scripts table, or of the space beside the rows (-1).
     void showScriptMenu(int row, QPoint globalPosition);
 
+    /// Of the picture of the image window in front, or of the grid's.
     void zoomIn();
     void zoomOut();
     /// Selects the parent of the selected place: its row, or, for a top-level place, where another place
@@ -54,6 +62,7 @@ class BrowserCommands : public QObject {
 
  private:
     bool isMainWindowInFront() const;
+    bool canZoom() const;
     bool canMoveToTrash() const;
     void followTarget(platform::MainMenu& menu);
     void addFileMenu(platform::MainMenu& menu);
@@ -63,5 +72,7 @@ class BrowserCommands : public QObject {
     void addHelpMenu(platform::MainMenu& menu);
 
     Outlets _outlets;
-    bool _isGridFocused = false;  ///< or was, before the menu bar took the focus for a while
+    const std::unique_ptr<FileCommands> _files;
+    const std::unique_ptr<PictureCommands> _pictures;
+    bool _isGridFocused = false;  ///< or was, before a menu took the focus for a while
 };

@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QTimer>
+#include <QWidget>
 
 ImageWindowOpener::ImageWindowOpener(QObject* parent) : QObject(parent), _turn(new QTimer(this)) {
     connect(_turn, &QTimer::timeout, this, &ImageWindowOpener::openNext);
@@ -21,12 +22,26 @@ void ImageWindowOpener::openNext() {
     const platform::WindowRequest request = _waiting.front();
     _waiting.pop_front();
     stopIfDone();
-    auto controller = platform::InterfaceDescriptions::shared().open(request);
-    if (controller == nullptr)
-        return;
-    platform::WindowController* opened = controller.release();
-    opened->setParent(this);
-    connect(opened, &platform::WindowController::windowWillClose, opened, &QObject::deleteLater);
+    openNow(request);
+}
+
+bool ImageWindowOpener::openNow(const platform::WindowRequest& request) {
+    auto made = platform::InterfaceDescriptions::shared().open(request);
+    if (made == nullptr)
+        return false;
+    platform::WindowController* controller = made.release();
+    controller->setParent(this);
+    connect(controller, &platform::WindowController::windowWillClose, controller, &QObject::deleteLater);
+    if (QWidget* window = controller->window())
+        Q_EMIT opened(*window);
+    return true;
+}
+
+void ImageWindowOpener::openInPlaceOf(QWidget& window, const platform::WindowRequest& request) {
+    platform::WindowRequest placed = request;
+    placed.inPlaceOf = &window;
+    if (openNow(placed))
+        window.close();
 }
 
 void ImageWindowOpener::stopIfDone() {

@@ -20,12 +20,19 @@ class ImageWindowOpener : public QObject {
     explicit ImageWindowOpener(QObject* parent = nullptr);
 
     void open(const QString& nibName, QObject& sender, const QString& path);
+    /// Opens an image window at once, where another one is, and closes that.
+    void openInPlaceOf(QWidget& window, const platform::WindowRequest& request);
+
+ Q_SIGNALS:
+    /// A window has been opened.
+    void opened(QWidget& window);
 
  protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
     void openNext();
+    bool openNow(const platform::WindowRequest& request);
     void stopIfDone();
 
     std::deque<platform::WindowRequest> _waiting;

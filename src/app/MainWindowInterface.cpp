@@ -16,6 +16,7 @@
 #include "platform/views/TableView.h"
 #include "settings/TavlinPreferencesWindowController.h"
 #include "ui/TavlinAboutWindowController.h"
+#include "viewer/ImageWindow.h"
 #include "viewer/ImageWindowController.h"
 
 #include <QLoggingCategory>
@@ -47,7 +48,8 @@ void addInterfaceDescriptions() {
     });
     descriptions.add(QStringLiteral("ImageWindow"), [](const WindowRequest& request) {
         return std::make_unique<ImageWindowController>(request.windowNibName, request.sender,
-                                                       request.imagePath);
+                                                       request.imagePath,
+                                                       qobject_cast<const ImageWindow*>(request.inPlaceOf));
     });
     descriptions.add(QStringLiteral("AboutWindow"), [](const WindowRequest& request) {
         return std::make_unique<TavlinAboutWindowController>(request.windowNibName, request.sender);
@@ -63,7 +65,8 @@ std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
     return std::unique_ptr<MainWindowInterface>(new MainWindowInterface);
 }
 
-MainWindowInterface::MainWindowInterface() : _commands({_window, _delegate, _places, _images, _scripts}) {
+MainWindowInterface::MainWindowInterface()
+    : _commands({_window, _delegate, _places, _images, _scripts, _imageWindows}) {
     connectOutlets();
     connectZoom();
     connectStatus();

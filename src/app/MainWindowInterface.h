@@ -47,7 +47,7 @@ class MainWindowInterface : public platform::MainInterface {
     ImageBrowserDataSource _images;
     ScriptsDataSource _scripts;
     MainWindow _window;
-    BrowserCommands _commands;
     ImageWindowOpener _imageWindows;
+    BrowserCommands _commands;
     QString _lastFolder;  ///< of the run before
 };

@@ -5,6 +5,7 @@
 #include "places/FileBrowserDataSource.h"
 #include "places/FileSystemItem.h"
 #include "platform/FolderReader.h"
+#include "platform/PathBytes.h"
 #include "platform/views/Control.h"
 #include "platform/views/OutlineView.h"
 #include "support/Logging.h"
@@ -12,7 +13,9 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
+#include <iterator>
 
 namespace {
 
@@ -158,6 +161,20 @@ QString ImageBrowserDataSource::urlAtIndex(std::size_t index) const {
 
 bool ImageBrowserDataSource::isFolderAtIndex(std::size_t index) const {
     return platform::FolderReader::shared().isFolder(pathAtIndex(index));
+}
+
+std::optional<QString> ImageBrowserDataSource::neighbourOfPath(const QString& path, int step) const {
+    const auto isAtPath = [title = platform::lastPathComponent(path), &path](const ImageRef& image) {
+        return image->imageTitle() == title && image->imagePath() == path;
+    };
+    const auto found = std::ranges::find_if(*_images, isAtPath);
+    if (found == _images->end())
+        return std::nullopt;
+    for (auto index = found - _images->begin() + step; index >= 0 && index < std::ssize(*_images);
+         index += step)
+        if (!isFolderAtIndex(static_cast<std::size_t>(index)))
+            return pathAtIndex(static_cast<std::size_t>(index));
+    return std::nullopt;
 }
 
 platform::IndexSet ImageBrowserDataSource::selectedItems() const {

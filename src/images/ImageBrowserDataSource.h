@@ -73,6 +73,9 @@ class ImageBrowserDataSource : public QObject,
     QString urlAtIndex(std::size_t index) const;
     /// Whether an existing folder is at the item's path; no for a place that does not answer in time.
     bool isFolderAtIndex(std::size_t index) const;
+    /// The path of the nearest item after (1) or before (-1) that of a path which is no folder; nothing at
+    /// the ends of the list, and for a path that is not in it. In proportion to the list.
+    std::optional<QString> neighbourOfPath(const QString& path, int step) const;
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
 

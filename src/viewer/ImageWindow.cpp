@@ -8,9 +8,14 @@
 #include "ui_ImageWindow.h"
 
 #include <QCloseEvent>
+#include <QContextMenuEvent>
+#include <QCoreApplication>
 #include <QFontDatabase>
+#include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
+
+#include <utility>
 
 namespace {
 
@@ -41,10 +46,12 @@ ImageWindow::ImageWindow(ImageWindowController& windowController)
              size.width() * 2 / 5);
     _ui->_splitView->setStretchFactor(0, 1);
     _ui->_splitView->setStretchFactor(1, 0);
-    _ui->_splitView->setSizes({size.width() - textWidth, textWidth});
+    setTextWidth(textWidth);
     _ui->_imageView->setFocus();
     connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this,
-            &ImageWindow::close);
+            &ImageWindow::leaveFullScreenOrClose);
+    _ui->_imageView->installEventFilter(this);
+    _ui->_textView->installEventFilter(this);
 }
 
 ImageWindow::~ImageWindow() = default;
@@ -72,6 +79,109 @@ void ImageWindow::makeKeyAndOrderFront() {
     show();
     raise();
     activateWindow();
+}
+
+void ImageWindow::takePlaceOf(const ImageWindow& other) {
+    restoreGeometry(other.saveGeometry());
+    const int textWidth = other._hiddenTextWidth.value_or(other._ui->_textView->width());
+    if (_hiddenTextWidth)
+        _hiddenTextWidth = textWidth;
+    else
+        setTextWidth(textWidth);
+}
+
+void ImageWindow::zoomIn() {
+    pressInView(Qt::Key_Plus);
+}
+
+void ImageWindow::zoomOut() {
+    pressInView(Qt::Key_Minus);
+}
+
+void ImageWindow::zoomToFit() {
+    pressInView(Qt::Key_0);
+}
+
+void ImageWindow::zoomToActualSize() {
+    pressInView(Qt::Key_1);
+}
+
+/// The view zooms by keys of its own.
+void ImageWindow::pressInView(Qt::Key key) {
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(_ui->_imageView, &press);
+}
+
+void ImageWindow::toggleFullScreen() {
+    setWindowState(windowState() ^ Qt::WindowFullScreen);
+}
+
+void ImageWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        showPartsForState();
+}
+
+void ImageWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    showPartsForState();
+}
+
+void ImageWindow::showPartsForState() {
+    const bool showsAll = !isFullScreen();
+    if (menuWidget() != nullptr)  // it may come after the state
+        menuWidget()->setVisible(showsAll);
+    if (showsAll == !_hiddenTextWidth)
+        return;
+    _ui->_textView->setVisible(showsAll);
+    QPalette colours = palette();
+    if (showsAll) {
+        setTextWidth(*std::exchange(_hiddenTextWidth, std::nullopt));
+    } else {
+        _hiddenTextWidth = _ui->_textView->width();
+        colours.setColor(QPalette::Window, Qt::black);
+    }
+    _ui->_imageView->setPalette(colours);
+}
+
+void ImageWindow::setTextWidth(int textWidth) {
+    _ui->_splitView->setSizes({width() - textWidth, textWidth});
+}
+
+void ImageWindow::leaveFullScreenOrClose() {
+    if (isFullScreen())
+        toggleFullScreen();
+    else
+        close();
+}
+
+void ImageWindow::contextMenuEvent(QContextMenuEvent* event) {
+    Q_EMIT contextMenuAsked(event->globalPos());
+}
+
+bool ImageWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == _ui->_imageView && event->type() == QEvent::KeyPress)
+        return stepByKey(*static_cast<QKeyEvent*>(event));
+    if (watched == _ui->_textView && event->type() == QEvent::ShortcutOverride &&
+        textWants(*static_cast<QKeyEvent*>(event)))
+        event->accept();
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool ImageWindow::stepByKey(const QKeyEvent& event) {
+    const bool isArrow = event.key() == Qt::Key_Left || event.key() == Qt::Key_Right;
+    if (!isArrow || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier ||
+        _ui->_imageView->pictureGeometry().isPannable())
+        return false;
+    Q_EMIT stepAsked(event.key() == Qt::Key_Left ? -1 : 1);
+    return true;
+}
+
+/// Keys that mean the text while it has the focus, not the file or the next one.
+bool ImageWindow::textWants(const QKeyEvent& event) const {
+    if (event.matches(QKeySequence::Copy))
+        return _ui->_textView->textCursor().hasSelection();
+    return event.key() == Qt::Key_PageUp || event.key() == Qt::Key_PageDown;
 }
 
 void ImageWindow::closeEvent(QCloseEvent* event) {

@@ -4,8 +4,10 @@
 #include "platform/printing/PrintableWindow.h"
 
 #include <memory>
+#include <optional>
 
 class ImageWindowController;
+class QKeyEvent;
 class QPlainTextEdit;
 class QSplitter;
 namespace platform {
@@ -18,8 +20,9 @@ namespace Ui {
 class ImageWindow;
 }
 
-/// The window of one picture, made from its interface description. Escape closes it. Owned by its
-/// ImageWindowController; main thread only.
+/// The window of one picture, made from its interface description. Full screen shows the picture alone;
+/// Escape leaves full screen, and otherwise closes the window. Owned by its ImageWindowController; main
+/// thread only.
 class ImageWindow : public platform::PrintableWindow {
     Q_OBJECT
 
@@ -35,6 +38,14 @@ class ImageWindow : public platform::PrintableWindow {
     void setTitleWithRepresentedFilename(const QString& path);
     /// Shows the window in front of the others, with the keyboard.
     void makeKeyAndOrderFront();
+    /// Before it is shown: the same place, size, panes and full screen as an open window.
+    void takePlaceOf(const ImageWindow& other);
+
+    void zoomIn();
+    void zoomOut();
+    void zoomToFit();
+    void zoomToActualSize();
+    void toggleFullScreen();
 
     /// The page to print: the controller's print summary, and the picture read anew from its file, as large
     /// as the shared print settings' page shows it, or none. Blocks while it reads, for 20 s at most. The
@@ -48,14 +59,29 @@ class ImageWindow : public platform::PrintableWindow {
 
  Q_SIGNALS:
     void willClose();
+    /// The arrow keys, while there is nothing to pan: -1 for the previous picture, 1 for the next.
+    void stepAsked(int step);
+    void contextMenuAsked(QPoint globalPosition);
 
  protected:
+    void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
  private:
+    void pressInView(Qt::Key key);
+    void leaveFullScreenOrClose();
+    void showPartsForState();
+    void setTextWidth(int textWidth);
+    bool stepByKey(const QKeyEvent& event);
+    bool textWants(const QKeyEvent& event) const;
+
     std::unique_ptr<platform::PrintPage> _printView;  ///< null before the first print
     platform::PrintTextField* _printViewMetaData = nullptr;
     platform::PrintImageView* _printViewImageView = nullptr;
     ImageWindowController& _windowController;
     const std::unique_ptr<Ui::ImageWindow> _ui;
+    std::optional<int> _hiddenTextWidth;  ///< in points, while full screen hides the text
 };

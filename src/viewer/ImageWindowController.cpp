@@ -47,9 +47,11 @@ ImageWindowController::PrintChoice ImageWindowController::PrintChoice::fromSetti
 
 /// Windows of this desktop stay visible when the application is not active.
 ImageWindowController::ImageWindowController(const QString& windowNibName, QObject* /*sender*/,
-                                             const QString& imagePath) {
+                                             const QString& imagePath, const ImageWindow* inPlaceOf) {
     logWithMethodName(method, currentLine(), u"nibName: %@", windowNibName);
     _window = std::make_unique<ImageWindow>(*this);
+    if (inPlaceOf != nullptr)
+        _window->takePlaceOf(*inPlaceOf);
     connectOutlets();
     logWithMethodName(method, currentLine(), u"window: %p", _window.get());
     _filePath = imagePath;

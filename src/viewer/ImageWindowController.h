@@ -24,7 +24,9 @@ class ImageWindowController : public platform::WindowController {
     Q_OBJECT
 
  public:
-    ImageWindowController(const QString& windowNibName, QObject* sender, const QString& imagePath);
+    /// `inPlaceOf`: an open window whose place, size and state the new one takes.
+    ImageWindowController(const QString& windowNibName, QObject* sender, const QString& imagePath,
+                          const ImageWindow* inPlaceOf = nullptr);
     ~ImageWindowController() override;
 
     QWidget* window() const override;

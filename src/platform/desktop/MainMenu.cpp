@@ -47,6 +47,19 @@ void MainMenu::addSeparator() {
     _menus.back()->addSeparator();
 }
 
+void MainMenu::addSubmenu(const QString& name, const QString& text, const std::function<bool()>& hasTarget,
+                          const std::function<void(QMenu&)>& fill) {
+    auto menu = std::make_unique<QMenu>(text);
+    menu->menuAction()->setObjectName(name);
+    connect(menu.get(), &QMenu::aboutToShow, this, [shown = menu.get(), fill] {
+        shown->clear();
+        guarded("filling a menu", [&] { fill(*shown); });
+    });
+    _menus.back()->addMenu(menu.get());
+    _entries.push_back({MenuItem(menu->menuAction(), {}), hasTarget});
+    _submenus.push_back(std::move(menu));
+}
+
 std::vector<MainMenu::Entry>::const_iterator MainMenu::find(const QString& name) const {
     return std::ranges::find_if(_entries,
                                 [&](const Entry& e) { return e.item.action()->objectName() == name; });
@@ -66,6 +79,8 @@ void MainMenu::attachTo(QWidget& window) const {
     auto* bar = new QMenuBar(&window);
     for (const auto& menu : _menus)
         bar->addMenu(menu.get());
+    for (const Entry& entry : _entries)
+        window.addAction(entry.item.action());
     if (mainWindow != nullptr)
         mainWindow->setMenuBar(bar);
     else

@@ -48,12 +48,16 @@ class MainMenu : public QObject {
     /// Adds a command to the last menu. The action belongs to the menus.
     QAction* addCommand(const MenuCommand& command);
     void addSeparator();
+    /// Adds a submenu to the last menu; `fill` is given it, emptied, each time it is about to show. Its
+    /// action is that of a command.
+    void addSubmenu(const QString& name, const QString& text, const std::function<bool()>& hasTarget,
+                    const std::function<void(QMenu&)>& fill);
 
     /// The action of a command; null for an unknown name.
     QAction* action(const QString& name) const;
 
-    /// Gives a window a menu bar, unless it has one or has no place for it (neither a QMainWindow nor a
-    /// widget with a layout).
+    /// Gives a window a menu bar, and the commands' shortcuts even while that is hidden, unless it has one or
+    /// has no place for it (neither a QMainWindow nor a widget with a layout).
     void attachTo(QWidget& window) const;
 
     /// Asks about every command anew, or about one.
@@ -70,6 +74,7 @@ class MainMenu : public QObject {
     void validateMenu(const QMenu& menu) const;
 
     std::vector<std::unique_ptr<QMenu>> _menus;
+    std::vector<std::unique_ptr<QMenu>> _submenus;
     std::vector<Entry> _entries;
     Validator _validator;
 };

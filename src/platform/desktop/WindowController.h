@@ -33,6 +33,7 @@ struct WindowRequest {
     QString windowNibName;      ///< the interface description's name: "AboutWindow", "ImageWindow" ...
     QObject* sender = nullptr;  ///< the opening object, borrowed
     QString imagePath;          ///< for an image window
+    const QWidget* inPlaceOf = nullptr;  ///< an image window whose place and size the new one takes
 };
 
 /// The windows that this program can open, by the names of their interface descriptions. A name that is not

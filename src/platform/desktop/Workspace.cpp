@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Workspace.h"
 
+#include "platform/desktop/CopiedFiles.h"
+#include "platform/desktop/FileManager.h"
 #include "platform/desktop/Recycler.h"
 #include "platform/desktop/StandardFolders.h"
 #include "platform/FolderReader.h"
@@ -9,7 +11,9 @@
 
 #include <gio/gio.h>
 
+#include <QClipboard>
 #include <QDir>
+#include <QGuiApplication>
 #include <QHash>
 #include <QLoggingCategory>
 #include <QStandardPaths>
@@ -108,13 +112,6 @@ void chooseThemeWithFolders() {
     qCInfo(workspaceLog, "No installed icon theme has a folder; the program's own icons are used.");
 }
 
-void reportLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
-    GError* error = nullptr;
-    if (g_app_info_launch_uris_finish(G_APP_INFO(program), result, &error) == FALSE)
-        qCWarning(workspaceLog, "The program for an address could not be started: %s", error->message);
-    g_clear_error(&error);
-}
-
 /// The user's own folders that have an icon of their own.
 QHash<QString, QString> specialFolders() {
     constexpr std::array<std::pair<QStandardPaths::StandardLocation, const char*>, 5> locations{{
@@ -208,17 +205,27 @@ ImageRef Workspace::imageNamed(const QString& name) {
 }
 
 bool Workspace::openUrl(const QUrl& url) {
+    if (url.isLocalFile()) {
+        openFile(url.toEncoded());
+        return true;
+    }
     const QByteArray scheme = url.scheme().toUtf8();
     GAppInfo* program = g_app_info_get_default_for_uri_scheme(scheme.constData());
     if (program == nullptr) {
         qCWarning(workspaceLog, "No program is set up for %s addresses.", scheme.constData());
         return false;
     }
-    const QByteArray address = url.toEncoded();
-    GList addresses{const_cast<char*>(address.constData()), nullptr, nullptr};
-    g_app_info_launch_uris_async(program, &addresses, nullptr, nullptr, reportLaunch, nullptr);
+    launch(program, {url.toEncoded()});
     g_object_unref(program);
     return true;
+}
+
+void Workspace::copyFiles(const QStringList& paths) {
+    QGuiApplication::clipboard()->setMimeData(new CopiedFiles(paths));
+}
+
+void Workspace::showInFileManager(const QStringList& paths) {
+    showItems(paths);
 }
 
 bool Workspace::performFileOperation(FileOperation /*operation*/, const QString& source,

@@ -37,8 +37,14 @@ class Workspace : public QObject {
     ImageRef imageNamed(const QString& name);
 
     /// Opens an address in the user's program for it; false when there is none. Does not wait for its start;
-    /// a start that fails is logged.
+    /// a start that fails is logged. That of a local file is looked for without waiting, so true for those.
     bool openUrl(const QUrl& url);
+
+    /// Puts files on the clipboard, for file managers and text fields to paste.
+    void copyFiles(const QStringList& paths);
+    /// Has the desktop's file manager show the files in their folders (org.freedesktop.FileManager1); where
+    /// none answers the folders open in the user's program for them. Waits for neither.
+    void showInFileManager(const QStringList& paths);
 
     /// Does the operation with the files of these names in the folder `source`, at once. Recycling moves each
     /// to the trash of its own volume, so `destination` is of no use to it. Sets the tag: 0 when all went
