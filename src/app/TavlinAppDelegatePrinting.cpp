@@ -12,6 +12,7 @@
 #include "viewer/ImageWindow.h"
 
 #include <QMessageBox>
+#include <QPointer>
 
 using platform::PrintInfo;
 using platform::PrintPanel;
@@ -74,7 +75,7 @@ void TavlinAppDelegate::openPrintingDialog(QObject* /*sender*/) {
 void TavlinAppDelegate::printingDialogDidClose(PrintPanel& /*panel*/, int returnCode, QWidget& contextInfo) {
     static constexpr auto method = "-[TavlinAppDelegate printingDialogDidClose:returnCode:contextInfo:]";
     logWithMethodName(method, currentLine(), u"Start");
-    auto* printed = qobject_cast<ImageWindow*>(&contextInfo);
+    const QPointer<ImageWindow> printed = qobject_cast<ImageWindow*>(&contextInfo);
     if (returnCode != PrintPanel::ok || printed == nullptr)
         return;
     const platform::BusyPointer busy;
@@ -85,6 +86,6 @@ void TavlinAppDelegate::printingDialogDidClose(PrintPanel& /*panel*/, int return
     logPage(method, info);
     platform::PrintOperation operation(view, info);
     operation.showProgress(*printed, localizedString("PrintingProgress"));
-    if (!operation.run())
+    if (!operation.run() && printed != nullptr)
         showFailure(*printed, info.destination());
 }

@@ -16,11 +16,28 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPrintDialog>
+#include <QProgressDialog>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::PrintInfo;
 using platform::PrintPanel;
+
+namespace {
+
+/// Sees the progress panel being painted.
+struct PanelWatcher : QObject {
+    int painted = 0;
+
+    PanelWatcher() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint && qobject_cast<QProgressDialog*>(watched) != nullptr)
+            ++painted;
+        return false;
+    }
+};
+
+}  // namespace
 
 /// What comes of a print when something is wrong, and what the user sees of it.
 class PrintCommandsTest : public QObject {
@@ -89,8 +106,11 @@ class PrintCommandsTest : public QObject {
         PrintPanel panel(window());
         appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
         LogLines log;
+        const PanelWatcher progress;
         _delegate.printingDialogDidClose(panel, PrintPanel::ok, window());
         appGlobals->setObjectForKey(false, PreferenceKeys::debugLogging);
+        QVERIFY(progress.painted > 0);
+        QVERIFY(window().findChild<QProgressDialog*>() == nullptr);
         const QStringList lines = messages(log);
         const QString ended = u"-[TavlinAppDelegate printingDialogDidClose:returnCode:contextInfo:]: "_s;
         QStringList expected{ended + u"Start"_s, u"-[ImageWindow printView]: Foo"_s};

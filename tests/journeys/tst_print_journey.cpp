@@ -104,6 +104,13 @@ void PrintJourney::printsTheWindowInFront() {
     QVERIFY(!QFile::exists(paper));
 
     bringToFront(desktop, u"^000.jpg"_s);
+    desktop.key(u"ctrl+shift+p"_s);
+    QTRY_VERIFY(!searchFor(desktop, u"^Page Setup"_s).isEmpty());
+    desktop.keepScreenshot(u"page-setup"_s);
+    desktop.click(bus.find(u"radio button"_s, u"Landscape"_s).extents.center());
+    desktop.key(u"Return"_s);
+    QTRY_VERIFY(searchFor(desktop, u"^Page Setup"_s).isEmpty());
+
     desktop.key(u"ctrl+p"_s);
     QTRY_VERIFY(!searchFor(desktop, u"^Print$"_s).isEmpty());
     bringToFront(desktop, u"^001.jpg"_s);
@@ -132,7 +139,9 @@ void PrintJourney::printsTheWindowInFront() {
     }
     QVERIFY(!text.contains(u"EXIF"_s));
     QCOMPARE(pdf.pictureSizes(), QList<QSize>{QSize(3000, 2000)});
-    const QColor seen = pdf.rendered().pixelColor(300, 200);
+    const QImage page = pdf.rendered();
+    QVERIFY(page.width() > page.height());
+    const QColor seen = page.pixelColor(300, 200);
     const QColor expected = colourOf(0);
     QVERIFY2(qAbs(seen.red() - expected.red()) < 6 && qAbs(seen.green() - expected.green()) < 6 &&
                  qAbs(seen.blue() - expected.blue()) < 6,

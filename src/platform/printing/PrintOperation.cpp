@@ -66,14 +66,15 @@ bool PrintOperation::run() {
     std::unique_ptr<ProgressPanel> panel;
     if (_window != nullptr)
         panel = std::make_unique<ProgressPanel>(_progressText, _window);
-    const bool isDone = print();
+    // The panel's appearing let other things happen.
+    const bool isDone = _view != nullptr && print();
     if (!isDone)
         qCWarning(printingCategory) << "nothing printed to" << _info.destination();
     return isDone;
 }
 
 bool PrintOperation::print() {
-    if (auto* page = qobject_cast<PrintPage*>(&_view))
+    if (auto* page = qobject_cast<PrintPage*>(_view))
         page->layOutForPage(_info.imageablePageBounds().size());
     QPrinter& printer = _info.printer();
     QPainter painter;
@@ -86,9 +87,9 @@ bool PrintOperation::print() {
 }
 
 void PrintOperation::paint(QPainter& painter) {
-    const qreal pointsPerUnit = pointsPerInch / _view.logicalDpiY();
+    const qreal pointsPerUnit = pointsPerInch / _view->logicalDpiY();
     const QSizeF page = _info.imageablePageBounds().size();
-    const QSizeF size = QSizeF(_view.size()) * pointsPerUnit;
+    const QSizeF size = QSizeF(_view->size()) * pointsPerUnit;
     qreal scale = 1;
     if (_info.horizontalPagination() == PrintInfo::Pagination::fit)
         scale = std::min(scale, page.width() / size.width());
@@ -96,17 +97,17 @@ void PrintOperation::paint(QPainter& painter) {
         scale = std::min(scale, page.height() / size.height());
     scale *= pointsPerUnit * _info.printer().resolution() / pointsPerInch;
     painter.scale(scale, scale);
-    if (const auto* printPage = qobject_cast<PrintPage*>(&_view)) {
+    if (const auto* printPage = qobject_cast<PrintPage*>(_view)) {
         printPage->paint(painter);
         return;
     }
     // Rendered to the printer itself, a widget would come as its pixels.
     QPicture picture;
     QPainter recorder(&picture);
-    _view.render(&recorder);
+    _view->render(&recorder);
     recorder.end();
     // A recording takes the screen's and the printer's resolutions into account by itself.
-    const qreal unit = qreal(_view.logicalDpiY()) / _info.printer().logicalDpiY();
+    const qreal unit = qreal(_view->logicalDpiY()) / _info.printer().logicalDpiY();
     painter.scale(unit, unit);
     painter.drawPicture(0, 0, picture);
 }

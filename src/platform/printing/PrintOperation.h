@@ -3,10 +3,11 @@
 
 #include "platform/printing/PrintInfo.h"
 
+#include <QPointer>
 #include <QString>
+#include <QWidget>
 
 class QPainter;
-class QWidget;
 
 namespace platform {
 
@@ -15,7 +16,7 @@ namespace platform {
 /// scaled down or cut, as the pagination says. Main thread only.
 class PrintOperation {
  public:
-    PrintOperation(QWidget& view, PrintInfo& info) : _view(view), _info(info) {}
+    PrintOperation(QWidget& view, PrintInfo& info) : _view(&view), _info(info) {}
 
     /// While it runs a panel over this window shows the text.
     void showProgress(QWidget& window, const QString& text);
@@ -27,7 +28,7 @@ class PrintOperation {
     bool print();
     void paint(QPainter& painter);
 
-    QWidget& _view;
+    const QPointer<QWidget> _view;
     PrintInfo& _info;
     QWidget* _window = nullptr;
     QString _progressText;
