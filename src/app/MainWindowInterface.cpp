@@ -85,6 +85,7 @@ void MainWindowInterface::connectOutlets() {
     _delegate.imageBrowserDataSource = &_images;
     _delegate.fileBrowserDataSource = &_places;
     _delegate.scriptsBrowserDataSource = &_scripts;
+    _delegate.notificationBridge = &_notifications;
 
     _places.setImageBrowserDataSource(&_images);
     _places.setFileBrowserOutlineView(&outline);
@@ -157,6 +158,7 @@ void MainWindowInterface::saveState() {
 void MainWindowInterface::awake() {
     _images.awakeFromNib();
     new FirstFrame(_window, [this] {
+        _notifications.connectToService();
         platform::guarded("awakeFromNib", [this] {
             _window.scriptsTable().setDataSource(&_scripts);
             _scripts.awakeFromNib();

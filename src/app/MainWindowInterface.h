@@ -26,7 +26,7 @@ class MainWindowInterface : public platform::MainInterface {
     platform::MainMenu& mainMenu() override { return _menu; }
     void restoreState() override;
     void saveState() override;
-    /// The scripts wake after the first frame, as they run shell commands.
+    /// The scripts wake after the first frame, as they run shell commands, and the bus is asked then.
     void awake() override;
     void openFolder(const QString& path) override;
     bool hasDetachedWork() const override;
@@ -42,6 +42,7 @@ class MainWindowInterface : public platform::MainInterface {
 
     platform::MainMenu _menu;
     platform::ThumbnailQueue _thumbnails;
+    platform::NotificationBridge _notifications;
     TavlinAppDelegate _delegate;
     FileBrowserDataSource _places;
     ImageBrowserDataSource _images;

@@ -4,7 +4,6 @@
 #include "images/ImageBrowserDataSource.h"
 #include "places/FileBrowserDataSource.h"
 #include "platform/desktop/Bundle.h"
-#include "platform/desktop/NotificationBridge.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/views/OutlineView.h"
@@ -77,8 +76,10 @@ void TavlinAppDelegate::storeSharedIcons() {
 
 void TavlinAppDelegate::connectNotificationBridge() {
     appGlobals->setObjectForKey(false, PreferenceKeys::growlIsReady);
-    if (notificationBridge != nullptr && notificationBridge->isGrowlInstalled() &&
-        notificationBridge->isGrowlRunning())
+    if (notificationBridge == nullptr)
+        return;
+    notificationBridge->setGrowlDelegate(this);
+    if (notificationBridge->isGrowlInstalled() && notificationBridge->isGrowlRunning())
         appGlobals->setObjectForKey(true, PreferenceKeys::growlIsReady);
 }
 

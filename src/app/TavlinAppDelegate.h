@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/desktop/Application.h"
+#include "platform/desktop/NotificationBridge.h"
 #include "platform/desktop/WindowController.h"
 
 #include <QObject>
@@ -15,7 +16,6 @@ class ScriptsDataSource;
 
 namespace platform {
 class ImageBrowserView;
-class NotificationBridge;
 class OutlineView;
 class PrintPanel;
 class TableView;
@@ -24,7 +24,9 @@ class TableView;
 /// The spine of the program: prepares it at its start, follows its coming to the front and the volumes, opens
 /// the About and the Preferences window one at a time, says which menu items are enabled, and saves the
 /// settings at the end. Main thread only.
-class TavlinAppDelegate : public QObject, public platform::ApplicationDelegate {
+class TavlinAppDelegate : public QObject,
+                          public platform::ApplicationDelegate,
+                          public platform::NotificationBridgeDelegate {
     Q_OBJECT
 
  public:
@@ -64,6 +66,12 @@ class TavlinAppDelegate : public QObject, public platform::ApplicationDelegate {
 
     /// Tells the user by the desktop's notifications, once they are known to be ready.
     void notifyUsingGrowl(const QString& message);
+    QVariantMap registrationDictionaryForGrowl() override;
+    QString applicationNameForGrowl() override;
+    std::optional<QByteArray> applicationIconDataForGrowl() override;
+    void growlIsReady() override;
+    void growlNotificationWasClicked(const QString& clickContext) override;
+    void growlNotificationTimedOut(const QString& clickContext) override;
 
  private:
     void storeSharedIcons();

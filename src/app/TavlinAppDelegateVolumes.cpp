@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The volumes' coming and going, and what the user is told of it.
+// The volumes' coming and going.
 #include "app/TavlinAppDelegate.h"
 
 #include "places/FileBrowserDataSource.h"
 #include "platform/desktop/Bundle.h"
-#include "platform/desktop/NotificationBridge.h"
-#include "platform/desktop/UserDefaults.h"
 #include "platform/PathBytes.h"
 #include "platform/views/OutlineView.h"
-#include "settings/PreferenceKeys.h"
-#include "settings/PreferencesDictionary.h"
 #include "support/Logging.h"
 
 namespace {
@@ -63,20 +59,4 @@ void TavlinAppDelegate::reloadPlaces() {
         fileBrowserOutline->reloadItem(item.get(), true);
     }
     fileBrowserOutline->reloadData();
-}
-
-void TavlinAppDelegate::notifyUsingGrowl(const QString& message) {
-    static constexpr auto method = "-[TavlinAppDelegate notifyUsingGrowl:]";
-    logWithMethodName(method, 467, u"Start: message: %@", message);
-    logWithMethodName(method, 469, u"appGlobals: %@", [] { return appGlobals->description(); });
-    const QVariant isReady = appGlobals->objectForKey(PreferenceKeys::growlIsReady);
-    if (notificationBridge != nullptr && platform::boolReading(isReady)) {
-        logWithMethodName(method, 482, u"Growl is up and running -> sending notification.");
-        notificationBridge->notify(QStringLiteral("Tavlin"), message,
-                                   QStringLiteral("GrowlNotificationNameKey"), std::nullopt, 0, false,
-                                   QStringLiteral("egal, eggad!"));
-    } else {
-        logWithMethodName(method, 493, u"Growl is not available?");
-    }
-    logWithMethodName(method, 496, u"Ente");
 }
