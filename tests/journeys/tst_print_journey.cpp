@@ -5,13 +5,13 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
-#include <QStandardPaths>
+#include <QRegularExpression>
 
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
-/// Pictures are printed through the toolkit's own dialog, to files and to a queue.
+/// Pictures are printed through the toolkit's own panels, to a file and to a queue.
 class PrintJourney : public Journey {
     Q_OBJECT
 
@@ -27,44 +27,15 @@ class PrintJourney : public Journey {
         QTRY_VERIFY_WITH_TIMEOUT(!searchFor(desktop, title).isEmpty(), 20000);
         desktop.run(u"xdotool"_s, {u"windowactivate"_s, u"--sync"_s, searchFor(desktop, title)});
     }
-    static void openWindows(const Desktop& desktop, const AccessibilityBus& bus) {
+    static void openAll(const Desktop& desktop, const AccessibilityBus& bus) {
         QTRY_VERIFY_WITH_TIMEOUT(!cells(bus).empty(), 20000);
         desktop.click(cells(bus).begin()->second.center());
         desktop.key(u"ctrl+a"_s);
         desktop.key(u"Return"_s);
+        bringToFront(desktop, u"^000.jpg"_s);
     }
+    static bool startPrintService(const QDir& root, QProcess& daemon);
 };
-
-namespace {
-
-/// Puts IPTC keywords, in UTF-8, into a JPEG file.
-void addKeywords(const QString& path, const QList<QByteArray>& keywords) {
-    const auto dataSet = [](char record, char number, const QByteArray& value) {
-        return QByteArray("\x1c") + record + number + char(value.size() >> 8) + char(value.size() & 0xff) +
-               value;
-    };
-    QByteArray iptc = dataSet(1, 90, "\x1b%G");
-    for (const QByteArray& keyword : keywords)
-        iptc += dataSet(2, 25, keyword);
-    if (iptc.size() % 2 != 0)
-        iptc += '\0';
-    const QByteArray block = QByteArray("Photoshop 3.0\0", 14) + QByteArray("8BIM\x04\x04\0\0\0\0", 10) +
-                             char(iptc.size() >> 8) + char(iptc.size() & 0xff) + iptc;
-    const auto length = block.size() + 2;
-    QFile file(path);
-    QVERIFY(file.open(QFile::ReadWrite));
-    QByteArray content = file.readAll();
-    content.insert(2, QByteArray("\xff\xed") + char(length >> 8) + char(length & 0xff) + block);
-    file.seek(0);
-    file.write(content);
-}
-
-QStringList printingLog(RunningProgram& program) {
-    return program.debugLog().filter(
-        QRegularExpression(u"openPrintingDialog|printingDialogDidClose|printView"_s));
-}
-
-}  // namespace
 
 void PrintJourney::printsTheWindowInFront() {
     qputenv("CUPS_SERVER", "/nonexistent/socket");
@@ -74,176 +45,100 @@ void PrintJourney::printsTheWindowInFront() {
     const QString folder = makeFolder(desktop, u"to print"_s, 2);
     const QString first = folder + u"/000.jpg"_s;
     makePicture(first, colourOf(0), QSize(3000, 2000));
-    addKeywords(first, {"Осень", "東京", "Łódź"});
     writeSettings(desktop, {{u"PreferencesDebugLoggingSettingKey"_s, u"true"_s}});
-    const QString paper = desktop.folder(u"home/000.pdf"_s);
-    const PdfFile pdf(paper);
-
     RunningProgram program(desktop, {folder});
     const AccessibilityBus bus(desktop);
     QTRY_VERIFY_WITH_TIMEOUT(!cells(bus).empty(), 20000);
-    desktop.key(u"ctrl+p"_s);  // nothing to print is in front
+    const auto log = [&program] {
+        static const QRegularExpression ours(u"openPrintingDialog|printingDialogDidClose|printView"_s);
+        static const QRegularExpression values(u"^.*\\(\\d+\\): |: -?\\d+$"_s);
+        return program.debugLog().filter(ours).replaceInStrings(values, QString());
+    };
+
+    desktop.key(u"ctrl+p"_s);  // no picture's window is in front
     desktop.key(u"ctrl+comma"_s);
-    QVERIFY(bus.find(u"check box"_s, u"Write a debug log"_s).isValid());
     bringToFront(desktop, u"^Preferences"_s);
     desktop.key(u"alt+g"_s);
     QVERIFY(program.waitForLog(u"PrintGeneralMetadataSettingKey = 1"_s));
     desktop.key(u"Escape"_s);
-    QVERIFY(printingLog(program).isEmpty());
-
-    openWindows(desktop, bus);
-    bringToFront(desktop, u"^001.jpg"_s);
-    bringToFront(desktop, u"^000.jpg"_s);
-    desktop.key(u"ctrl+p"_s);
-    QVERIFY(bus.find(u"push button"_s, u"Print"_s).isValid());
-    desktop.keepScreenshot(u"print-sheet"_s);
-    desktop.key(u"Escape"_s);
-    const QString opened = u"-[TavlinAppDelegate openPrintingDialog:]"_s;
-    const QString closed = u"-[TavlinAppDelegate printingDialogDidClose:returnCode:contextInfo:]"_s;
-    QTRY_COMPARE(printingLog(program).filter(closed).size(), 1);
-    QVERIFY(!QFile::exists(paper));
-
-    bringToFront(desktop, u"^000.jpg"_s);
+    openAll(desktop, bus);
     desktop.key(u"ctrl+shift+p"_s);
-    QTRY_VERIFY(!searchFor(desktop, u"^Page Setup"_s).isEmpty());
+    bringToFront(desktop, u"^Page Setup"_s);
     desktop.keepScreenshot(u"page-setup"_s);
     desktop.click(bus.find(u"radio button"_s, u"Landscape"_s).extents.center());
     desktop.key(u"Return"_s);
     QTRY_VERIFY(searchFor(desktop, u"^Page Setup"_s).isEmpty());
+    QVERIFY(log().isEmpty());
 
+    // Another window comes to the front meanwhile.
     desktop.key(u"ctrl+p"_s);
-    QTRY_VERIFY(!searchFor(desktop, u"^Print$"_s).isEmpty());
     bringToFront(desktop, u"^001.jpg"_s);
-    bringToFront(desktop, u"^Print$"_s);
+    bringToFront(desktop, u"^Print"_s);
+    desktop.keepScreenshot(u"print-sheet"_s);
     desktop.key(u"Return"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(printingLog(program).filter(u"printRect.height"_s).size() == 1, 20000);
-    if (!pdf.problem().isEmpty())
-        QSKIP(qPrintable(pdf.problem()));
+    const PdfFile pdf(desktop.folder(u"home/000.pdf"_s));
     QTRY_COMPARE_WITH_TIMEOUT(pdf.numberOfPages(), 1, 20000);
-    pdf.keep();
-
-    static const QRegularExpression header(u"\\(\\d+\\): "_s);
-    QStringList texts;
-    for (const QString& line : printingLog(program).mid(2))
-        texts += line.section(header, 1).section(u": "_s, 0, 0);
-    QCOMPARE(texts, QStringList({u"Start"_s, u"Start"_s, u"Foo"_s, u"Do the printing..."_s, u"leftMargin"_s,
+    QCOMPARE(log(), QStringList({u"Start"_s, u"Start"_s, u"Foo"_s, u"Do the printing..."_s, u"leftMargin"_s,
                                  u"rightMargin"_s, u"topMargin"_s, u"bottomMargin"_s, u"printRect.x"_s,
                                  u"printRect.y"_s, u"printRect.width "_s, u"printRect.height"_s}));
     const QString text = pdf.text();
-    qsizetype at = -1;
-    for (const QString& expected : {first, u"General metadata:"_s, u"PixelWidth:"_s, u"3000"_s,
-                                    u"IPTC meta data:"_s, u"Keywords:"_s, u"Осень, 東京, Łódź"_s}) {
-        const qsizetype next = text.indexOf(expected, at + 1);
-        QVERIFY2(next > at, qPrintable(expected + u" in "_s + text));
-        at = next;
-    }
-    QVERIFY(!text.contains(u"EXIF"_s));
+    const QRegularExpression inOrder(
+        u"^"_s + QRegularExpression::escape(first) +
+            u"\\s+General metadata:\\s+PixelWidth: +3000\\s.*\\sIPTC meta data:\\s+$"_s,
+        QRegularExpression::DotMatchesEverythingOption);
+    QVERIFY2(inOrder.match(text).hasMatch(), qPrintable(text));
     QCOMPARE(pdf.pictureSizes(), QList<QSize>{QSize(3000, 2000)});
     const QImage page = pdf.rendered();
     QVERIFY(page.width() > page.height());
-    const QColor seen = page.pixelColor(300, 200);
-    const QColor expected = colourOf(0);
-    QVERIFY2(qAbs(seen.red() - expected.red()) < 6 && qAbs(seen.green() - expected.green()) < 6 &&
-                 qAbs(seen.blue() - expected.blue()) < 6,
-             qPrintable(seen.name() + expected.name()));
-
-    // The file has gone since the window opened: its text is printed all the same.
-    QVERIFY(QFile::remove(folder + u"/001.jpg"_s));
-    bringToFront(desktop, u"^001.jpg"_s);
-    desktop.key(u"ctrl+p"_s);
-    QTRY_VERIFY(!searchFor(desktop, u"^Print$"_s).isEmpty());
-    desktop.key(u"Return"_s);
-    QVERIFY(program.waitForLog(u"PHERDAMMT!"_s, 20000));
-    const PdfFile withoutPicture(desktop.folder(u"home/001.pdf"_s));
-    QTRY_COMPARE_WITH_TIMEOUT(withoutPicture.numberOfPages(), 1, 20000);
-    QVERIFY(withoutPicture.text().startsWith(folder + u"/001.jpg"_s));
-    QVERIFY(withoutPicture.pictureSizes().isEmpty());
+    QVERIFY(shows(page, QRect(300, 200, 9, 9), colourOf(0)));
     QCOMPARE(program.terminate(), 0);
 }
 
-namespace {
-
-/// A print service of the test's own, whose one queue keeps what it is sent.
-class PrintService {
- public:
-    explicit PrintService(const QDir& root) : _root(root) {
-        if (::geteuid() != 0)
-            _problem = u"only root may start a print service"_s;
-        else if (QStandardPaths::findExecutable(u"cupsd"_s, {u"/usr/sbin"_s}).isEmpty())
-            _problem = u"no cups"_s;
-        else
-            start();
-    }
-    ~PrintService() {
-        _daemon.terminate();
-        if (_daemon.state() != QProcess::NotRunning && !_daemon.waitForFinished(5000))
-            _daemon.kill();
-        _daemon.waitForFinished(2000);
-    }
-
-    const QString& problem() const { return _problem; }
-    QString firstDocument() const { return _root.filePath(u"spool/d00001-001"_s); }
-
- private:
-    void start() {
-        for (const char* folder : {"spool/tmp", "cache", "state/certs", "conf/ppd"})
-            _root.mkpath(QString::fromLatin1(folder));
-        const QByteArray root = _root.path().toUtf8();
-        write(u"cupsd.conf"_s, "PreserveJobFiles Yes\nListen " + root +
-                                   "/socket\nBrowsing Off\nWebInterface No\nDefaultAuthType None\n"
-                                   "<Location />\nOrder allow,deny\nAllow all\n</Location>\n"
-                                   "<Policy default>\n<Limit All>\nOrder deny,allow\n</Limit>\n</Policy>\n");
-        write(u"files.conf"_s, "ServerRoot " + root + "/conf\nRequestRoot " + root + "/spool\nTempDir " +
-                                   root + "/spool/tmp\nCacheDir " + root + "/cache\nStateDir " + root +
-                                   "/state\nAccessLog " + root + "/access\nErrorLog " + root +
-                                   "/error\nPageLog " + root + "/page\nSystemGroup root\n");
-        qputenv("CUPS_SERVER", root + "/socket");
-        _daemon.setStandardErrorFile(QProcess::nullDevice());
-        _daemon.start(u"/usr/sbin/cupsd"_s, {u"-f"_s, u"-c"_s, _root.filePath(u"cupsd.conf"_s), u"-s"_s,
-                                             _root.filePath(u"files.conf"_s)});
-        const bool isUp = QTest::qWaitFor([&] { return QFile::exists(_root.filePath(u"socket"_s)); }, 10000);
-        const QStringList queue{u"-p"_s, u"Paper"_s, u"-E"_s, u"-v"_s, u"file:///dev/null"_s,
-                                u"-m"_s, u"raw"_s};
-        if (!isUp || QProcess::execute(u"lpadmin"_s, queue) != 0 ||
-            QProcess::execute(u"lpadmin"_s, {u"-d"_s, u"Paper"_s}) != 0)
-            _problem = u"the print service did not come up"_s;
-    }
-    void write(const QString& name, const QByteArray& content) const {
-        QFile file(_root.filePath(name));
-        if (file.open(QFile::WriteOnly))
-            file.write(content);
-    }
-
-    QDir _root;
-    QProcess _daemon;
-    QString _problem;
-};
-
-}  // namespace
+/// One queue, which keeps what it is sent in spool/d00001-001.
+bool PrintJourney::startPrintService(const QDir& root, QProcess& daemon) {
+    const QString at = root.path();
+    for (const char* folder : {"spool/tmp", "cache", "state/certs", "conf/ppd"})
+        root.mkpath(QString::fromLatin1(folder));
+    const auto write = [&](const char* name, QString content) {
+        QFile file(root.filePath(QString::fromLatin1(name)));
+        return file.open(QFile::WriteOnly) && file.write(content.replace(u"@"_s, at).toUtf8()) > 0;
+    };
+    write("cupsd.conf",
+          u"Listen @/socket\nPreserveJobFiles Yes\nBrowsing Off\nDefaultAuthType None\n"
+          "<Location />\nAllow all\n</Location>\n"
+          "<Policy default>\n<Limit All>\nOrder deny,allow\n</Limit>\n</Policy>\n"_s);
+    write("files.conf",
+          u"ServerRoot @/conf\nRequestRoot @/spool\nTempDir @/spool/tmp\nCacheDir @/cache\n"
+          "StateDir @/state\nAccessLog @/access\nErrorLog @/error\nPageLog @/page\n"_s);
+    qputenv("CUPS_SERVER", (at + u"/socket"_s).toUtf8());
+    daemon.start(u"/usr/sbin/cupsd"_s,
+                 {u"-f"_s, u"-c"_s, at + u"/cupsd.conf"_s, u"-s"_s, at + u"/files.conf"_s});
+    return daemon.waitForStarted() && QTest::qWaitFor([&] { return root.exists(u"socket"_s); }, 20000) &&
+           QProcess::execute(u"lpadmin"_s, {u"-p"_s, u"Paper"_s, u"-E"_s, u"-m"_s, u"raw"_s, u"-v"_s,
+                                            u"file:///dev/null"_s}) == 0 &&
+           QProcess::execute(u"lpadmin"_s, {u"-d"_s, u"Paper"_s}) == 0;
+}
 
 void PrintJourney::printsToAQueue() {
+    if (::geteuid() != 0 || !QFile::exists(u"/usr/sbin/cupsd"_s))
+        QSKIP("A print service needs root and cups");
     const QTemporaryDir root;
-    const PrintService service(QDir(root.path()));
-    if (!service.problem().isEmpty())
-        QSKIP(qPrintable(service.problem()));
+    QProcess daemon;
+    QVERIFY(startPrintService(QDir(root.path()), daemon));
     const Desktop desktop;
     if (!desktop.problem().isEmpty())
         QSKIP(qPrintable(desktop.problem()));
-    const QString folder = makeFolder(desktop, u"queue"_s, 1);
-    RunningProgram program(desktop, {folder});
-    const AccessibilityBus bus(desktop);
-    openWindows(desktop, bus);
-    bringToFront(desktop, u"^000.jpg"_s);
+    RunningProgram program(desktop, {makeFolder(desktop, u"queue"_s, 1)});
+    openAll(desktop, AccessibilityBus(desktop));
     desktop.key(u"ctrl+p"_s);
-    QTRY_VERIFY(!searchFor(desktop, u"^Print$"_s).isEmpty());
-    desktop.keepScreenshot(u"print-queue"_s);
+    bringToFront(desktop, u"^Print"_s);
     desktop.key(u"Return"_s);
-    const PdfFile pdf(service.firstDocument());
-    if (!pdf.problem().isEmpty())
-        QSKIP(qPrintable(pdf.problem()));
+    const PdfFile pdf(root.filePath(u"spool/d00001-001"_s));
     QTRY_COMPARE_WITH_TIMEOUT(pdf.numberOfPages(), 1, 20000);
     QCOMPARE(pdf.pictureSizes(), QList<QSize>{QSize(640, 480)});
     QCOMPARE(program.terminate(), 0);
+    daemon.terminate();
+    QVERIFY(daemon.waitForFinished(20000));
 }
 
 int main(int argc, char** argv) {
