@@ -13,6 +13,10 @@
 #include "decoder/protocol/PackedProperties.h"
 #include "decoder/rare/RareFormats.h"
 #include "decoder/RawFile.h"
+#include "decoder/regions/JpegPass.h"
+#include "decoder/regions/RegionKeeper.h"
+#include "decoder/regions/TiffRegions.h"
+#include "decoder/regions/WholeRegions.h"
 #include "decoder/ToolkitLoader.h"
 
 #include <QCoreApplication>
@@ -20,6 +24,7 @@
 
 #include <dlfcn.h>
 
+#include <limits>
 #include <new>
 
 namespace decoder {
@@ -99,6 +104,17 @@ Result decodeRaw(const InputDevice& device, const RawFile& raw, int pixelSize) {
     return result;
 }
 
+/// The whole picture of a TIFF with a pyramid, or of a huge one; nothing for others.
+std::optional<Result> decodeLargeTiff(InputDevice& device, int pixelSize) {
+    const auto regions = TiffRegions::open(device);
+    if (!regions || !regions->isForWhole(pixelSize))
+        return std::nullopt;
+    QImage image = regions->whole(device, pixelSize);
+    if (image.isNull())
+        return Failure{Status::damaged, {}};
+    return finish(std::move(image), regions->size(), regions->transformation(), pixelSize);
+}
+
 Result decodeThumbnail(InputDevice& device, int pixelSize) {
     const QByteArray head = device.head(kHeadBytes);
     const Format format = detectFormat(head);
@@ -113,6 +129,11 @@ Result decodeThumbnail(InputDevice& device, int pixelSize) {
     const QSize declared = declaredSize(format, head);
     if (qint64(declared.width()) * declared.height() > kMaximumPixelBytes / 4)
         return Failure{Status::tooLarge, {}};
+    if (format == Format::tiff) {
+        if (auto result = decodeLargeTiff(device, pixelSize))
+            return *result;
+        device.seek(0);
+    }
     LoadOptions options{pixelSize, std::nullopt};
     const ContainerChunks chunks = readContainerChunks(device, format);
     if (chunks.areCut)
@@ -129,6 +150,28 @@ Result decodeStoredThumbnail(InputDevice& device) {
     if (readContainerChunks(device, Format::png).areCut)
         return Failure{Status::damaged, "the file ends within a chunk"};
     return loadStoredThumbnail(device);
+}
+
+/// How a file is opened for regions: piece by piece where it can be, else whole.
+RegionKeeper::Opened openRegions(InputDevice& device) {
+    const Format format = detectFormat(device.head(kHeadBytes));
+    std::unique_ptr<RegionSource> source;
+    if (format == Format::jpeg)
+        source = openJpegRegions(device);
+    else if (format == Format::tiff && !readRawFile(device, format))
+        source = TiffRegions::open(device);
+    if (source)
+        return source;
+    device.seek(0);
+    Result whole = decodeThumbnail(device, std::numeric_limits<int>::max());
+    if (auto* picture = std::get_if<Picture>(&whole))
+        return std::make_unique<WholeRegions>(std::move(*picture));
+    return std::get<Failure>(std::move(whole));
+}
+
+RegionKeeper& keeper() {
+    static RegionKeeper keeper(openRegions);
+    return keeper;
 }
 
 Result decodeProperties(const InputDevice& device) {
@@ -152,11 +195,17 @@ Result dispatch(const Request& request, InputDevice& device) {
             return embeddedPreview(device);
         case RequestKind::properties:
             return decodeProperties(device);
+        case RequestKind::region:
+            return keeper().region(request, device);
     }
     return Failure{Status::damaged, "unknown request"};
 }
 
 }  // namespace
+
+void forgetKeptPictures() {
+    keeper().forget();
+}
 
 bool prepare(Role role) {
     if (role == Role::properties)

@@ -38,6 +38,9 @@ QByteArray InputDevice::bytesAt(qint64 offset, qsizetype bytes) const {
 }
 
 qint64 InputDevice::readAt(qint64 offset, char* data, qint64 maximum) const {
+    maximum = std::min(maximum, _size - offset);
+    if (offset < 0)
+        return -1;
     qint64 done = 0;
     while (done < maximum) {
         const ssize_t count = ::pread(_descriptor, data + done, static_cast<std::size_t>(maximum - done),
@@ -54,7 +57,7 @@ qint64 InputDevice::readAt(qint64 offset, char* data, qint64 maximum) const {
 }
 
 qint64 InputDevice::readData(char* data, qint64 maximum) {
-    return readAt(pos(), data, std::min(maximum, std::max<qint64>(0, _size - pos())));
+    return readAt(pos(), data, maximum);
 }
 
 }  // namespace decoder

@@ -16,19 +16,20 @@ class InputDevice : public QIODevice {
     /// The part of `file` from `start` on, `length` bytes or up to its end.
     InputDevice(const InputDevice& file, qint64 start, qint64 length);
 
+    int descriptor() const { return _descriptor; }
     qint64 size() const override { return _size; }
     /// The first bytes of the file, fewer when it is shorter.
     QByteArray head(qsizetype bytes) const;
     /// `bytes` from `offset` on, fewer at the file's end.
     QByteArray bytesAt(qint64 offset, qsizetype bytes) const;
+    /// The same into `data`; answers how many bytes they were, -1 on an error.
+    qint64 readAt(qint64 offset, char* data, qint64 maximum) const;
 
  protected:
     qint64 readData(char* data, qint64 maximum) override;
     qint64 writeData(const char*, qint64) override { return -1; }
 
  private:
-    qint64 readAt(qint64 offset, char* data, qint64 maximum) const;
-
     int _descriptor;
     qint64 _start = 0;
     qint64 _size = 0;

@@ -4,6 +4,7 @@
 #include "decoder/Decoding.h"
 #include "decoder/protocol/SocketMessage.h"
 
+#include <poll.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -15,6 +16,9 @@
 namespace decoder {
 
 namespace {
+
+/// Without a request, after which what was kept for further ones is given back.
+constexpr int kRestMilliseconds = 20'000;
 
 bool writeAll(int descriptor, const void* bytes, std::size_t size) {
     const auto* next = static_cast<const char*>(bytes);
@@ -94,7 +98,8 @@ bool answer(int socket, std::uint64_t id, const Result& result) {
 bool isSane(const Request& request, const ReceivedMessage& received) {
     return received.state == ReceivedMessage::State::message && received.size == sizeof request &&
            request.magic == kMagic && request.version == kVersion && request.pixelSize >= 1 &&
-           request.pixelSize <= kMaximumPixelSize && received.descriptor.isValid();
+           request.pixelSize <= kMaximumPixelSize &&
+           (request.kind != RequestKind::region || isSaneRegion(request)) && received.descriptor.isValid();
 }
 
 }  // namespace
@@ -105,6 +110,9 @@ int serve(int socket) {
     if (!sendMessage(socket, &ready, sizeof ready, -1, Waiting::yes))
         return EXIT_FAILURE;
     while (true) {
+        pollfd waited{socket, POLLIN, 0};
+        if (::poll(&waited, 1, kRestMilliseconds) == 0)
+            forgetKeptPictures();
         Request request;
         const ReceivedMessage received = receiveMessage(socket, &request, sizeof request, Waiting::yes);
         if (received.state == ReceivedMessage::State::closed)

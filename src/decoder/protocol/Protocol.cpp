@@ -27,6 +27,19 @@ std::optional<std::uint32_t> takeNumber(QByteArrayView& bytes) {
     return value;
 }
 
+constexpr std::int32_t kLargestCoordinate = 1 << 30;
+
+bool isSane(const Rectangle& it) {
+    return it.x >= 0 && it.y >= 0 && it.width >= 1 && it.height >= 1 && it.x <= kLargestCoordinate &&
+           it.y <= kLargestCoordinate && it.width <= kLargestCoordinate - it.x &&
+           it.height <= kLargestCoordinate - it.y;
+}
+
+bool contains(const Rectangle& outer, const Rectangle& inner) {
+    return inner.x >= outer.x && inner.y >= outer.y && inner.x + inner.width <= outer.x + outer.width &&
+           inner.y + inner.height <= outer.y + outer.height;
+}
+
 }  // namespace
 
 const char* roleName(Role role) {
@@ -39,6 +52,21 @@ const char* roleName(Role role) {
             return "properties";
     }
     return "common";
+}
+
+bool isSaneRegion(const Request& request) {
+    if (request.level < 0 || request.level > kMaximumLevel || !isSane(request.region) ||
+        !isSane(request.interest) || !contains(request.interest, request.region))
+        return false;
+    const std::int32_t rest = (1 << request.level) - 1;
+    const Size size = regionAnswerSize(request.region, request.level);
+    return (request.region.x & rest) == 0 && (request.region.y & rest) == 0 &&
+           size.width <= kMaximumRegionSide && size.height <= kMaximumRegionSide;
+}
+
+Size regionAnswerSize(const Rectangle& region, int level) {
+    const std::int32_t rest = (1 << level) - 1;
+    return {(region.width + rest) >> level, (region.height + rest) >> level};
 }
 
 bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id) {

@@ -15,11 +15,13 @@
 namespace decoder {
 
 inline constexpr std::uint32_t kMagic = 0x4c564154;  // "TAVL"
-inline constexpr std::uint16_t kVersion = 1;
+inline constexpr std::uint16_t kVersion = 2;
 /// The socket's descriptor number in the decoder; 0 and 1 are /dev/null, 2 is the program's standard error.
 inline constexpr int kSocketDescriptor = 3;
 
-inline constexpr int kMaximumPixelSize = 8192;  ///< of an answer's longer side
+inline constexpr int kMaximumPixelSize = 8192;   ///< of an answer's longer side
+inline constexpr int kMaximumRegionSide = 2048;  ///< of a region's answer
+inline constexpr int kMaximumLevel = 20;
 inline constexpr std::size_t kMaximumTexts = 32;
 inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its text
 
@@ -32,7 +34,8 @@ enum class RequestKind : std::uint16_t {
     thumbnail = 1,
     embeddedPreview = 2,
     storedThumbnail = 3,
-    properties = 4
+    properties = 4,
+    region = 5,  ///< a rectangle of the picture at a level
 };
 
 enum class Status : std::uint16_t {
@@ -49,13 +52,31 @@ enum class Status : std::uint16_t {
 /// 32 bits a pixel, as QImage's formats of these names lay them out.
 enum class PixelFormat : std::uint16_t { none, rgb32, argb32Premultiplied };
 
+/// In pixels of the whole picture, upright.
+struct Rectangle {
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+};
+
+struct Size {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    bool operator==(const Size&) const = default;
+};
+
 struct Request {
     std::uint32_t magic = kMagic;
     std::uint16_t version = kVersion;
     RequestKind kind = RequestKind::thumbnail;
     std::uint64_t id = 0;        ///< comes back in the response; not 0
     std::int32_t pixelSize = 0;  ///< 1 to kMaximumPixelSize
-    std::int32_t reserved[11] = {};
+    /// Of a region: it is served at a 2^level-th of its size, and its left and top are multiples of 2^level.
+    std::int32_t level = 0;
+    Rectangle region;
+    Rectangle interest;  ///< what else will be asked for soon; holds the region
+    std::int32_t reserved[2] = {};
 };
 static_assert(sizeof(Request) == 64 && std::is_trivially_copyable_v<Request>);
 
@@ -83,6 +104,11 @@ struct PictureLayout {
     std::uint64_t pixelBytes = 0;
     std::uint64_t totalBytes = 0;
 };
+
+/// Whether a region is asked for within the bounds.
+bool isSaneRegion(const Request& request);
+/// The size of its answer.
+Size regionAnswerSize(const Rectangle& region, int level);
 
 /// Whether a response of `size` received bytes is one to the request with this id.
 bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id);

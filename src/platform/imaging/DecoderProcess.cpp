@@ -62,10 +62,39 @@ decoder::RequestKind protocolKind(DecodeRequest::Kind kind) {
             return decoder::RequestKind::storedThumbnail;
         case DecodeRequest::Kind::properties:
             return decoder::RequestKind::properties;
+        case DecodeRequest::Kind::region:
+            return decoder::RequestKind::region;
         case DecodeRequest::Kind::thumbnail:
             break;
     }
     return decoder::RequestKind::thumbnail;
+}
+
+decoder::Rectangle rectangle(const QRect& rect) {
+    return {rect.x(), rect.y(), rect.width(), rect.height()};
+}
+
+decoder::Request messageOf(const DecodeRequest& request) {
+    decoder::Request message;
+    message.kind = protocolKind(request.kind);
+    message.pixelSize = request.pixelSize;
+    message.level = request.level;
+    message.region = rectangle(request.region);
+    message.interest = rectangle(request.interest);
+    return message;
+}
+
+bool isSane(const DecodeRequest& request) {
+    return request.descriptor >= 0 && request.pixelSize >= 1 &&
+           request.pixelSize <= decoder::kMaximumPixelSize &&
+           (request.kind != DecodeRequest::Kind::region || decoder::isSaneRegion(messageOf(request)));
+}
+
+/// Whether an answer's picture is of the size that was asked for, as far as that is known before.
+bool isOfSize(const Response& response, const DecodeRequest& request) {
+    return request.kind != DecodeRequest::Kind::region ||
+           decoder::Size{response.width, response.height} ==
+               decoder::regionAnswerSize(rectangle(request.region), request.level);
 }
 
 /// The loader's own words, on one line of printable text.
@@ -251,10 +280,8 @@ DecoderProcess::Private::Outcome DecoderProcess::Private::ask(Role role, const D
                                                               std::chrono::milliseconds deadline) {
     if (!start(role))
         return Trouble::notStarted;
-    decoder::Request message;
-    message.kind = protocolKind(request.kind);
+    decoder::Request message = messageOf(request);
     message.id = ++lastId;
-    message.pixelSize = request.pixelSize;
     Worker& asked = worker(role);
     const auto end = Clock::now() + deadline;
     if (!decoder::sendMessage(asked.child->socket(), &message, sizeof message, request.descriptor,
@@ -271,7 +298,7 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
     const bool asksProperties = request.kind == DecodeRequest::Kind::properties;
     switch (answer.response.status) {
         case Status::picture:
-            if (asksProperties)
+            if (asksProperties || !isOfSize(answer.response, request))
                 break;
             if (auto picture = pictureOf(answer.response, answer.memory.get(),
                                          anySize ? decoder::kMaximumPixelSize : request.pixelSize))
@@ -323,7 +350,7 @@ DecoderProcess::~DecoderProcess() = default;
 
 DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::milliseconds deadline) {
     using Trouble = Private::Trouble;
-    if (request.descriptor < 0 || request.pixelSize < 1 || request.pixelSize > decoder::kMaximumPixelSize)
+    if (!isSane(request))
         return failure(DecodeError::damaged, QStringLiteral("no picture can be asked for like this"));
     if (_d->isCancelled())
         return failure(DecodeError::cancelled);

@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QImage>
+#include <QRect>
 #include <QSize>
 #include <QString>
 
@@ -58,10 +59,16 @@ struct DecodeRequest {
         embeddedPreview,  ///< the preview inside the file's head (EXIF), at its own size; fast
         storedThumbnail,  ///< a PNG of the thumbnail store with its text chunks, at its own size
         properties,       ///< the metadata; no pixels
+        region,           ///< a part of the picture at a level, with the size of the whole
     };
     Kind kind = Kind::thumbnail;
     int descriptor = -1;  ///< of a regular file, open for reading
     int pixelSize = 256;  ///< device pixels, 1 to 8192
+    /// Of a region: the answer's sides are 2^level-ths of it, rounded up, and at most 2048; its left and top
+    /// are multiples of 2^level.
+    int level = 0;
+    QRect region = {};    ///< in pixels of the whole picture, upright
+    QRect interest = {};  ///< holds it, and what will be asked for soon: a decoder may read it in one pass
 };
 
 /// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline

@@ -109,6 +109,35 @@ class DecoderProcessTest : public QObject {
         QVERIFY2(!hasChild(), "a zombie stays");
     }
 
+    /// A region's size is known before the answer; what is no region is not even asked for.
+    void regions_data() {
+        QTest::addColumn<QRect>("region");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<std::optional<DecodeError>>("expected");
+        using Error = std::optional<DecodeError>;
+        QTest::newRow("right") << QRect(0, 0, 128, 128) << 0 << Error();
+        QTest::newRow("right, rounded up") << QRect(512, 256, 511, 509) << 2 << Error();
+        QTest::newRow("another size") << QRect(0, 0, 128, 127) << 0 << Error(DecodeError::badAnswer);
+        QTest::newRow("another level") << QRect(0, 0, 128, 128) << 1 << Error(DecodeError::badAnswer);
+        QTest::newRow("too large") << QRect(0, 0, 2049, 128) << 0 << Error(DecodeError::damaged);
+        QTest::newRow("empty") << QRect(0, 0, 0, 128) << 0 << Error(DecodeError::damaged);
+        QTest::newRow("off the level's grid") << QRect(2, 0, 512, 512) << 2 << Error(DecodeError::damaged);
+        QTest::newRow("outside") << QRect(-128, 0, 128, 128) << 0 << Error(DecodeError::damaged);
+    }
+    void regions() {
+        QFETCH(QRect, region);
+        QFETCH(int, level);
+        QFETCH(std::optional<DecodeError>, expected);
+        DecoderProcess process(hostile("right"));
+        const auto file = open("picture.png");
+        DecodeRequest request{DecodeRequest::Kind::region, file.get(), 256};
+        request.level = level;
+        request.region = request.interest = region;
+        const auto result = process.decode(request, kPatience);
+        QCOMPARE(std::holds_alternative<DecodedPicture>(result), !expected);
+        QVERIFY(!expected || errorOf(result) == *expected);
+    }
+
     void cancelFromAnotherThread() {
         DecoderProcess process(hostile("hangs"));
         const auto file = open("picture.png");

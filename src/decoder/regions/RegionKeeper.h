@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "decoder/regions/RegionSource.h"
+
+#include <array>
+#include <functional>
+#include <list>
+#include <memory>
+
+namespace decoder {
+
+struct Request;
+
+/// Answers requests for regions, and keeps the pictures that were asked last for more: the last one always,
+/// others while all together stay within kKeptBytes.
+class RegionKeeper {
+ public:
+    static constexpr qsizetype kKeptBytes = 256 << 20;
+
+    /// Opens a file for regions, or says why that is impossible.
+    using Opened = std::variant<std::unique_ptr<RegionSource>, Failure>;
+    using Open = std::function<Opened(InputDevice& device)>;
+
+    explicit RegionKeeper(Open open) : _open(std::move(open)) {}
+
+    Result region(const Request& request, InputDevice& device);
+    /// Gives the memory back.
+    void forget() { _pictures.clear(); }
+
+ private:
+    /// What tells whether a file is the same, and unchanged.
+    using Identity = std::array<std::int64_t, 7>;
+    struct Kept {
+        Identity identity;
+        std::unique_ptr<RegionSource> source;
+    };
+
+    void trim();
+
+    Open _open;
+    std::list<Kept> _pictures;  ///< the last used first
+};
+
+/// Where a rectangle of the upright picture stands in the stored one, both `upright` in size when upright.
+QRect storedRect(const QRect& rect, QSize upright, QImageIOHandler::Transformations transformation);
+
+}  // namespace decoder

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/Decoding.h"
+#include "decoder/InputDevice.h"
+#include "decoder/LoaderMessages.h"
+#include "decoder/regions/SequentialRegions.h"
+
+#include "testing/TestHome.h"
+#include "testing/TiledTiff.h"
+#include "TestPictures.h"
+
+#include <QColorSpace>
+#include <QCoreApplication>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <algorithm>
+#include <cstdio>
+
+using namespace decoder;
+using namespace testPictures;
+
+namespace {
+
+constexpr QSize kSize(1301, 907);
+
+/// Colours that tell every place from its neighbours, soft enough for lossy packing.
+QImage pattern(QSize size = kSize) {
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            image.setPixel(x, y,
+                           qRgb(x * 255 / size.width(), y * 255 / size.height(), (x / 8 + y / 8) % 200));
+    }
+    return image;
+}
+
+QImage askedOf(int file, RequestKind kind, QRect region = {}, int level = 0, QRect interest = {}) {
+    Request request;
+    request.kind = kind;
+    request.pixelSize = 2048;
+    request.level = level;
+    request.region = {region.x(), region.y(), region.width(), region.height()};
+    const QRect more = interest.isNull() ? region : interest;
+    request.interest = {more.x(), more.y(), more.width(), more.height()};
+    const Result result = decode(request, file);
+    const auto* picture = std::get_if<Picture>(&result);
+    return picture ? picture->image : QImage();
+}
+
+/// The greatest and the mean difference of any channel.
+std::pair<int, double> difference(const QImage& left, const QImage& right) {
+    int greatest = 0;
+    qint64 sum = 0;
+    for (int y = 0; y < left.height(); ++y) {
+        for (int x = 0; x < left.width(); ++x) {
+            const QRgb a = left.pixel(x, y);
+            const QRgb b = right.pixel(x, y);
+            const int worst = std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)),
+                                        std::abs(qBlue(a) - qBlue(b)), std::abs(qAlpha(a) - qAlpha(b))});
+            greatest = std::max(greatest, worst);
+            sum += worst;
+        }
+    }
+    return {greatest, double(sum) / (left.width() * left.height())};
+}
+
+}  // namespace
+
+/// Regions of pictures, against the same places of the pictures decoded whole.
+class RegionsTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void initTestCase() {
+        collectLoaderMessages();
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+        QVERIFY(std::freopen("/dev/null", "w", stderr));  // libraries complain there about the damaged files
+#endif
+        QVERIFY(prepare(Role::common));
+    }
+
+    void sameAsWhole_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("tolerance");
+        const QByteArray jpeg = written(pattern(), "jpeg", 90);
+        const QByteArray png = written(pattern(), "png");
+        const QByteArray webp = written(pattern(), "webp", 100);
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            const QByteArray exif = exifBlock(orientation);
+            QTest::addRow("jpeg %d", orientation) << withExifInJpeg(jpeg, exif) << 0;
+            QTest::addRow("png %d", orientation) << withExifInPng(png, exif) << 0;
+            QTest::addRow("tiff in tiles %d", orientation) << tiledTiff(pattern(), {orientation}) << 0;
+        }
+        QImage clear = pattern().convertToFormat(QImage::Format_ARGB32);
+        for (int y = 100; y < 600; ++y)
+            clear.setPixel(y, y, qRgba(200, 20, 10, 90));
+        QTest::newRow("png, see-through") << written(clear, "png") << 0;
+        QImage wide = pattern().convertToFormat(QImage::Format_RGBX64);
+        wide.setColorSpace(QColorSpace::AdobeRgb);
+        QTest::newRow("tiff of 16 bits, wide gamut") << tiledTiff(wide) << 1;
+        QTest::newRow("tiff in strips") << written(pattern(), "tiff") << 0;
+        QTest::newRow("tiff of indexes")
+            << written(pattern().convertToFormat(QImage::Format_Indexed8), "tiff") << 0;
+        QTest::newRow("tiff of greys")
+            << written(pattern().convertToFormat(QImage::Format_Grayscale8), "tiff") << 0;
+        QImage tagged = pattern();
+        tagged.setColorSpace(QColorSpace::DisplayP3);
+        QTest::newRow("jpeg, wide gamut") << written(tagged, "jpeg", 90) << 0;
+        QTest::newRow("webp") << webp << 0;
+    }
+    void sameAsWhole() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, tolerance);
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(bytes) == bytes.size() && file.flush());
+        const QImage whole = askedOf(file.handle(), RequestKind::thumbnail);
+        const QRect all = whole.rect();
+        for (const QRect& place : {QRect(0, 0, 512, 512), QRect(395, 0, 512, 512), QRect(300, 513, 200, 300),
+                                   QRect(all.width() - 37, all.height() - 129, 37, 129), QRect(1, 1, 1, 1)}) {
+            const QImage region = askedOf(file.handle(), RequestKind::region, place);
+            QCOMPARE(region.size(), place.size());
+            QVERIFY(difference(region, whole.copy(place)).first <= tolerance);
+        }
+        for (int level = 1; level <= 4; ++level) {
+            const int unit = 1 << level;
+            const QRect place(4 * unit, 2 * unit, all.width() - 4 * unit, all.height() - 2 * unit);
+            const QImage region = askedOf(file.handle(), RequestKind::region, place, level);
+            QCOMPARE(region.size(),
+                     QSize((place.width() + unit - 1) / unit, (place.height() + unit - 1) / unit));
+            const QImage expected =
+                whole.copy(place).scaled(region.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            QVERIFY(difference(region, expected).second < 6);
+        }
+        QVERIFY(askedOf(file.handle(), RequestKind::region, QRect(all.right(), 0, 2, 1)).isNull());
+    }
+
+    /// 100,000 pixels square, its pieces absent but for one tile at each level of the pyramid.
+    void gigapixels() {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        writeSparsePyramid(file.fileName(), 100'000);
+        const QImage whole = askedOf(file.handle(), RequestKind::thumbnail);
+        QCOMPARE(whole.size(), QSize(2048, 2048));
+        for (const int level : {0, 1, 4, 6, 8}) {
+            const int unit = 1 << level;
+            const QImage region =
+                askedOf(file.handle(), RequestKind::region, QRect(0, 0, 300 * unit, 260 * unit), level);
+            QCOMPARE(region.size(), QSize(300, 260));
+            QCOMPARE(QColor(region.pixel(10, 10)), QColor(200, 100, 50));
+            QCOMPARE(QColor(region.pixel(290, 10)), QColor(0, 0, 0));
+        }
+        QCOMPARE(askedOf(file.handle(), RequestKind::region, QRect(99'000, 99'000, 1000, 1000)).size(),
+                 QSize(1000, 1000));
+    }
+
+    /// A pass is the costly part: what can be had in one is not to take two.
+    void onePass() {
+        struct CountingPass : RowPass {
+            QSize size() const override { return {1000, 6000}; }
+            QImage::Format format() const override { return QImage::Format_RGB32; }
+            bool skip(InputDevice&, int rows) override {
+                row += rows;
+                return true;
+            }
+            bool read(InputDevice&, QImage& into) override {
+                for (int y = 0; y < into.height(); ++y, ++row)
+                    std::fill_n(reinterpret_cast<QRgb*>(into.scanLine(y)), into.width(),
+                                0xff000000 + QRgb(row));
+                return true;
+            }
+            int row = 0;
+        };
+        constexpr qsizetype kBytes = 1500 * 4 * 1000;
+        SequentialRegions regions(
+            {QSize(1000, 6000), QImageIOHandler::TransformationNone, {}},
+            [](InputDevice&, int) { return std::make_unique<CountingPass>(); }, kBytes);
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        InputDevice device(file.handle());
+        const auto read = [&](int top, QRect interest) {
+            const QImage image = regions.read(device, 0, QRect(100, top, 200, 200), interest);
+            return image.size() == QSize(200, 200) && image.pixel(0, 0) == 0xff000000 + QRgb(top) &&
+                   image.pixel(199, 199) == 0xff000000 + QRgb(top + 199) &&
+                   regions.keptBytes() <= kBytes + 64 * 4000;
+        };
+        const QRect view(0, 2000, 1000, 600);
+        for (const int top : {2200, 2000, 2400, 2200})  // the middle first
+            QVERIFY(read(top, view));
+        QCOMPARE(regions.passes(), 1);
+        for (int top = 2600; top <= 5800; top += 200)  // down
+            QVERIFY(read(top, QRect(0, top - 400, 1000, 600)));
+        QCOMPARE(regions.passes(), 1);
+        QVERIFY(read(5200, QRect(0, 5200, 1000, 600)));
+        QCOMPARE(regions.passes(), 1);
+        QVERIFY(read(100, QRect(0, 0, 1000, 600)));
+        QCOMPARE(regions.passes(), 2);
+    }
+
+    void manyDamagedBytes_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("jpeg") << written(pattern({200, 150}), "jpeg");
+        QTest::newRow("png") << written(pattern({200, 150}), "png");
+        QTest::newRow("tiff in tiles") << tiledTiff(pattern({200, 150}));
+        QTest::newRow("tiff of indexes")
+            << written(pattern({200, 150}).convertToFormat(QImage::Format_Indexed8), "tiff");
+    }
+    /// An answer of the size asked for, or none. The seed is fixed, so that a failure comes again.
+    void manyDamagedBytes() {
+        QFETCH(QByteArray, bytes);
+        QRandomGenerator random(7);
+        int pictures = 0;
+        for (int round = 0; round < 120; ++round) {
+            QByteArray damaged = bytes;
+            for (int i = random.bounded(1, 6); i > 0; --i) {
+                const bool isHead = random.bounded(2) == 0;
+                damaged[random.bounded(isHead ? std::min(400, int(bytes.size())) : int(bytes.size()))] =
+                    char(random.bounded(256));
+            }
+            QTemporaryFile file;
+            QVERIFY(file.open() && file.write(damaged) == damaged.size() && file.flush());
+            for (int level = 0; level < 3; ++level) {
+                const QImage region =
+                    askedOf(file.handle(), RequestKind::region, QRect(64, 32, 64, 64), level);
+                pictures += region.isNull() ? 0 : 1;
+                QVERIFY(region.isNull() || region.size() == QSize(64 >> level, 64 >> level));
+            }
+        }
+        forgetKeptPictures();
+        QVERIFY2(pictures > 0, "the damage was too great to be a test");
+    }
+};
+
+TAVLIN_TEST_MAIN(QCoreApplication, RegionsTest)
+#include "RegionsTest.moc"
