@@ -155,6 +155,12 @@ DecodeThreads& DecodeThreads::printing() {
     return threads;
 }
 
+DecodeThreads& DecodeThreads::tiles(const QString& path) {
+    static DecodeThreads even(DecoderProcess::installedProgram(), 1);
+    static DecodeThreads odd(DecoderProcess::installedProgram(), 1);
+    return qHash(path) % 2 == 0 ? even : odd;
+}
+
 void DecodeThreads::post(const std::shared_ptr<Job>& job) {
     const std::scoped_lock lock(_shared->mutex);
     _shared->jobs.push_back(job);

@@ -27,6 +27,9 @@ class DecodeThreads {
     static DecodeThreads& pictures();
     static DecodeThreads& properties();
     static DecodeThreads& printing();
+    /// The one that serves this file's tiles: always the same, as its decoder keeps what it has decoded of
+    /// the picture. There are two, of one thread each.
+    static DecodeThreads& tiles(const QString& path);
 
  private:
     friend class DecodeTask;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/ImageView.h"
 
+#include <QGestureEvent>
 #include <QKeyEvent>
+#include <QNativeGestureEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QTimer>
@@ -26,23 +28,13 @@ constexpr double wheelNotch = 120;  // eighths of a degree
 constexpr double arrowShare = 0.1;  // of the view that an arrow key moves
 constexpr int checkerSide = 8;      // points
 
-/// Two squares by two of the checkerboard.
-QPixmap checkers(qreal ratio) {
-    const int side = int(std::lround(checkerSide * ratio));
-    QPixmap pixmap(2 * side, 2 * side);
-    pixmap.fill(QColor(0xff, 0xff, 0xff));
-    QPainter painter(&pixmap);
-    painter.fillRect(0, 0, side, side, QColor(0xdd, 0xdd, 0xdd));
-    painter.fillRect(side, side, side, side, QColor(0xdd, 0xdd, 0xdd));
-    return pixmap;
-}
-
 }  // namespace
 
 ImageView::ImageView(QWidget* parent) : QWidget(parent), _resizePause(new QTimer(this)) {
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(80, 80);
+    grabGesture(Qt::PinchGesture);
     _resizePause->setSingleShot(true);
     _resizePause->setInterval(resizePause);
     connect(_resizePause, &QTimer::timeout, this, &ImageView::askForMore);
@@ -52,9 +44,11 @@ ImageView::~ImageView() = default;
 
 void ImageView::setImageWithPath(const QString& path) {
     _path = path;
-    _fitted = _exact = QImage();
-    _fittedSide = 0;
-    _hasExact = _isBroken = false;
+    _whole = QImage();
+    _wholeSide = 0;
+    _hasWhole = _isBroken = false;
+    _tiles.reset();
+    _canvas.discard();
     setToolTip({});
     ask(Step::preview);
     update();
@@ -79,43 +73,59 @@ int ImageView::neededSide() const {
 }
 
 void ImageView::ask(Step step) {
-    DecodeRequest request{DecodeRequest::Kind::thumbnail, -1, largestSide};
-    if (step == Step::preview)
-        request = {DecodeRequest::Kind::embeddedPreview, -1, largestSide};
+    DecodeRequest request;
+    request.kind =
+        step == Step::preview ? DecodeRequest::Kind::embeddedPreview : DecodeRequest::Kind::thumbnail;
+    request.pixelSize = largestSide;
     if (step == Step::fitted)
-        request.pixelSize = _fittedSide = neededSide();
+        request.pixelSize = _wholeSide = neededSide();
     _task = std::make_unique<DecodeTask>(DecodeThreads::pictures(), _path, request, deadline);
     connect(_task.get(), &DecodeTask::finished, this, [this, step] { take(step); });
 }
 
 void ImageView::askForMore() {
-    if (_path.isEmpty() || _isBroken || _task || _hasExact)
+    if (_path.isEmpty() || _isBroken)
         return;
-    const double served = std::max(_fitted.width(), _fitted.height());
-    const double shown =
-        _geometry.scale() * std::max(_geometry.pictureSize().width(), _geometry.pictureSize().height());
-    if (!_geometry.isFitting() && shown > served + 1)
-        ask(Step::exact);
-    else if (neededSide() > _fittedSide)
+    if (!_task && neededSide() > _wholeSide)
         ask(Step::fitted);
+    askForTiles();
+}
+
+/// Tiles are for what the whole picture does not show sharply; while that is still to come, for nothing.
+void ImageView::askForTiles() {
+    const QSize picture = _geometry.pictureSize();
+    const double shown = _geometry.scale() * std::max(picture.width(), picture.height());
+    const int served = std::max(_whole.width(), _whole.height());
+    const bool isNeeded = _hasWhole && !picture.isEmpty() &&
+                          served < std::max(picture.width(), picture.height()) && !_geometry.isFitting() &&
+                          shown > served + 1;
+    if (isNeeded && !_tiles) {
+        _tiles = std::make_unique<PictureTiles>(_path, picture, TileCache::shared());
+        connect(_tiles.get(), &PictureTiles::tileCame, this, &ImageView::tileCame);
+    }
+    if (_tiles)
+        _tiles->show(isNeeded ? _geometry.shownPart() : QRectF(), TileGrid::levelOf(_geometry.scale()));
+}
+
+void ImageView::tileCame(const TilePlace& place) {
+    const QRect area = _tiles->grid().areaOf(place);
+    _canvas.discard(area);
+    if (_geometry.shownPart().intersects(area))
+        update();
 }
 
 void ImageView::take(Step step) {
     DecodeResult result = _task->takeResult();
     _task.release()->deleteLater();  // it is the one that calls
     if (auto* picture = std::get_if<DecodedPicture>(&result)) {
-        use(step, *picture);
-    } else if (step == Step::preview) {
-        ask(Step::fitted);
-        return;
-    } else if (_fitted.isNull() || step == Step::fitted) {
+        _hasWhole = step == Step::fitted;
+        use(*picture);
+    } else if (step == Step::fitted && !_hasWhole) {  // what is shown already stays, its file gone or not
         const auto* failure = std::get_if<DecodeFailure>(&result);
         _isBroken = true;
-        _fitted = QImage();
+        _whole = QImage();
         setToolTip(failure && !failure->message.isEmpty() ? failure->message.toHtmlEscaped() : _brokenText);
         setAccessibleDescription(_brokenText);
-    } else {
-        _hasExact = true;
     }
     update();
     if (step == Step::preview)
@@ -124,18 +134,14 @@ void ImageView::take(Step step) {
         askForMore();
 }
 
-void ImageView::use(Step step, const DecodedPicture& picture) {
-    if (step == Step::exact) {
-        _exact = picture.image;
-        _hasExact = true;
-    } else {
-        _fitted = picture.image;
-    }
-    const int longer = std::max(picture.fullSize.width(), picture.fullSize.height());
-    if (step == Step::fitted && std::max(_fitted.width(), _fitted.height()) >= std::min(longer, largestSide))
-        _hasExact = true;
-    if (_geometry.pictureSize() != picture.fullSize)
-        _geometry.setPictureSize(picture.fullSize);
+/// A picture of another size than the one before is that of a changed file.
+void ImageView::use(const DecodedPicture& picture) {
+    _whole = picture.image;
+    _canvas.discard();
+    if (_geometry.pictureSize() == picture.fullSize)
+        return;
+    _tiles.reset();
+    _geometry.setPictureSize(picture.fullSize);
 }
 
 void ImageView::geometryChanged() {
@@ -146,36 +152,20 @@ void ImageView::geometryChanged() {
 
 void ImageView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.fillRect(rect(), palette()
-                                 .color(QPalette::Window)
-                                 .darker(palette().color(QPalette::Window).lightness() > 128 ? 112 : 130));
+    const QColor window = palette().color(QPalette::Window);
+    const QColor background = window.darker(window.lightness() > 128 ? 112 : 130);
     if (_isBroken) {
+        painter.fillRect(rect(), background);
         paintBroken(painter);
         return;
     }
-    const QRectF target = _geometry.pictureRect();
-    const double longer = std::max(target.width(), target.height());
-    const bool fittedSuffices = _exact.isNull() || std::max(_fitted.width(), _fitted.height()) >= longer - 1;
-    const QImage& shown = fittedSuffices ? _fitted : _exact;
-    if (shown.isNull())
-        return;
     const qreal ratio = devicePixelRatioF();
+    const PictureCanvas::Frame frame{_geometry,    _whole,
+                                     _tiles.get(), TileGrid::levelOf(_geometry.scale()),
+                                     background,   int(std::lround(checkerSide * ratio))};
+    const QPixmap& pixels = _canvas.composed(frame);
     painter.scale(1 / ratio, 1 / ratio);
-    if (shown.hasAlphaChannel()) {
-        painter.setClipRect(target);
-        painter.drawTiledPixmap(target.toAlignedRect(), checkers(ratio));
-        painter.setClipping(false);
-    }
-    const bool isExact =
-        std::abs(target.width() - shown.width()) < 1 && std::abs(target.height() - shown.height()) < 1;
-    if (isExact) {
-        painter.drawImage(target.topLeft(), shown);
-        return;
-    }
-    const bool pixelsCount =
-        _geometry.scale() >= 4 && &shown == (_hasExact && _exact.isNull() ? &_fitted : &_exact);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, !pixelsCount);
-    painter.drawImage(target, shown);
+    painter.drawPixmap(0, 0, pixels);
 }
 
 /// A sheet with a picture on it, torn.
@@ -221,6 +211,29 @@ void ImageView::wheelEvent(QWheelEvent* event) {
     event->accept();
 }
 
+void ImageView::pinch(double factor, QPointF place) {
+    _geometry.zoom(factor, devicePoint(place));
+    geometryChanged();
+}
+
+/// Pinches come as native gestures from touchpads, as the toolkit's own from touch screens.
+bool ImageView::event(QEvent* event) {
+    if (event->type() == QEvent::NativeGesture) {
+        const auto* native = static_cast<QNativeGestureEvent*>(event);
+        if (native->gestureType() == Qt::ZoomNativeGesture) {
+            pinch(1 + native->value(), native->position());
+            return true;
+        }
+    } else if (event->type() == QEvent::Gesture) {
+        const auto* gesture = static_cast<QGestureEvent*>(event)->gesture(Qt::PinchGesture);
+        if (const auto* it = static_cast<const QPinchGesture*>(gesture)) {
+            pinch(it->scaleFactor(), mapFromGlobal(it->hotSpot().toPoint()));
+            return true;
+        }
+    }
+    return QWidget::event(event);
+}
+
 void ImageView::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) {
         event->ignore();
@@ -236,6 +249,7 @@ void ImageView::mouseMoveEvent(QMouseEvent* event) {
         return;
     _geometry.pan(devicePoint(event->position() - _dragPoint));
     _dragPoint = event->position();
+    askForTiles();
     update();
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/imaging/DecodeThreads.h"
-#include "platform/views/PictureGeometry.h"
+#include "platform/views/PictureCanvas.h"
 
 #include <QImage>
 #include <QWidget>
@@ -13,11 +12,11 @@ class QTimer;
 
 namespace platform {
 
-/// Shows one picture: fitted at first; the wheel, + and - zoom, a double click and the space key change
-/// between the whole picture and its exact pixels, a drag and the arrow keys move it. The pixels come from
-/// decoders, a coarse picture first, then as many as the view shows, all of them when it is zoomed (of a very
-/// large file as many as a decoder serves). See-through parts show a checkerboard, a file that is no picture
-/// a broken one with the reason as its tool tip. Main thread only; never waits.
+/// Shows one picture: fitted at first; the wheel, a pinch, + and - zoom, a double click and the space key
+/// change between the whole picture and its exact pixels, a drag and the arrow keys move it. The pixels come
+/// from decoders: a coarse picture first, then one as large as the view, and tiles of the zoom's level where
+/// it shows more than that. See-through parts show a checkerboard, a file that is no picture a broken one
+/// with the reason as its tool tip. Main thread only; never waits.
 class ImageView : public QWidget {
     Q_OBJECT
 
@@ -29,8 +28,11 @@ class ImageView : public QWidget {
     void setImageWithPath(const QString& path);
 
     const PictureGeometry& pictureGeometry() const { return _geometry; }
-    /// The pixels at hand, as large as they have come; null before the first.
-    QImage image() const { return _exact.isNull() ? _fitted : _exact; }
+    /// The whole picture, as large as it has come; null before the first.
+    QImage image() const { return _whole; }
+    /// The tiles upon it; null where the whole has all pixels that are shown.
+    const PictureTiles* tiles() const { return _tiles.get(); }
+    const PictureCanvas& canvas() const { return _canvas; }
     bool isBroken() const { return _isBroken; }
 
     /// What a screen reader says of a file that cannot be shown.
@@ -45,27 +47,32 @@ class ImageView : public QWidget {
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 
  private:
-    enum class Step { preview, fitted, exact };
+    enum class Step { preview, fitted };
 
     QPointF devicePoint(QPointF point) const;
     QPointF middle() const;
     int neededSide() const;
     void ask(Step step);
     void askForMore();
+    void askForTiles();
+    void tileCame(const TilePlace& place);
     void take(Step step);
-    void use(Step step, const DecodedPicture& picture);
+    void use(const DecodedPicture& picture);
+    void pinch(double factor, QPointF place);
     void geometryChanged();
     void paintBroken(QPainter& painter) const;
 
     PictureGeometry _geometry;
     QString _path;
     QString _brokenText;
-    QImage _fitted;          ///< for the whole view; a coarse one at first
-    QImage _exact;           ///< all pixels, or as many as are served
-    int _fittedSide = 0;     ///< device pixels that _fitted was asked for with
-    bool _hasExact = false;  ///< there is no more to ask for
+    QImage _whole;       ///< for the whole view; a coarse one at first
+    int _wholeSide = 0;  ///< device pixels that _whole was asked for with
+    bool _hasWhole = false;
+    std::unique_ptr<PictureTiles> _tiles;
+    PictureCanvas _canvas;
     bool _isBroken = false;
     std::unique_ptr<DecodeTask> _task;
     QTimer* _resizePause;  ///< a view that is being resized asks once it rests

@@ -65,6 +65,11 @@ QRectF PictureGeometry::pictureRect() const {
     return {_topLeft, QSizeF(_pictureSize) * _scale};
 }
 
+QRectF PictureGeometry::shownPart() const {
+    const QRectF shown = pictureRect() & QRectF(QPointF(), QSizeF(_viewSize));
+    return {(shown.topLeft() - _topLeft) / _scale, shown.size() / _scale};
+}
+
 bool PictureGeometry::isPannable() const {
     const QSizeF size = QSizeF(_pictureSize) * _scale;
     return size.width() > _viewSize.width() + 0.5 || size.height() > _viewSize.height() + 0.5;

@@ -35,6 +35,8 @@ class PictureGeometry {
     void pan(QPointF distance);
 
     QRectF pictureRect() const;
+    /// What the view shows of the picture, in the picture's pixels.
+    QRectF shownPart() const;
     /// Whether there is anything to pan to.
     bool isPannable() const;
 

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/imaging/TileCache.h"
+#include "platform/views/ImageView.h"
+#include "testing/TestHome.h"
+#include "testing/TiledTiff.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace platform;
+
+namespace {
+
+/// Colours that tell every place from its neighbours.
+QImage pattern(QSize size) {
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x)
+            image.setPixel(x, y, qRgb(x % 256, y % 256, (x / 256 * 16 + y / 256) % 256));
+    }
+    return image;
+}
+
+std::size_t shownTiles(const ImageView& view) {
+    const PictureGeometry& geometry = view.pictureGeometry();
+    return view.tiles()->grid().tilesIn(geometry.shownPart(), TileGrid::levelOf(geometry.scale())).size();
+}
+
+bool isIdle(const ImageView& view) {
+    return view.tiles() && view.tiles()->isIdle() && view.tiles()->decodes() > 0;
+}
+
+}  // namespace
+
+/// The picture view and its tiles, with real decoders.
+class ImageViewTest : public QObject {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void initTestCase() {
+        DecoderProcess::setInstalledProgram(
+            QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder"));
+    }
+
+    void levels_data() {
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<int>("level");
+        const auto row = [](double scale, int level) {
+            QTest::addRow("%f", scale) << scale << level;
+        };
+        row(8, 0);
+        row(1, 0);
+        row(0.51, 0);
+        row(0.5, 1);
+        row(0.25, 2);
+        row(0.1, 3);
+        row(1e-9, 20);
+    }
+    void levels() {
+        QFETCH(double, scale);
+        QFETCH(int, level);
+        QCOMPARE(TileGrid::levelOf(scale), level);
+    }
+
+    /// Each place of the picture in one tile, the nearest to the middle first.
+    void tilesCoverThePicture() {
+        const TileGrid grid(QSize(3001, 1999));
+        for (int level = 0; level < 4; ++level) {
+            QRegion covered;
+            double last = -1;
+            for (const TilePlace& place : grid.tilesIn(QRectF(0, 0, 3001, 1999), level)) {
+                const QRect area = grid.areaOf(place);
+                QVERIFY(!covered.intersects(area));
+                covered += area;
+                const QPointF away = QRectF(area).center() - QPointF(1500.5, 999.5);
+                const double distance = QPointF::dotProduct(away, away);
+                QVERIFY(distance >= last);
+                last = distance;
+            }
+            QCOMPARE(covered, QRegion(0, 0, 3001, 1999));
+        }
+    }
+
+    void cacheStaysWithinItsBound() {
+        QImage tile(16, 16, QImage::Format_RGB32);
+        tile.fill(Qt::red);
+        const qsizetype bytes = tile.sizeInBytes();
+        TileCache cache(4 * bytes);
+        const auto picture = cache.newPicture();
+        const auto other = cache.newPicture();
+        cache.setShown(picture, {{0, 0, 0}, {0, 1, 0}});
+        for (int column = 0; column < 10; ++column) {
+            cache.insert({picture, {0, column, 0}}, tile);
+            QVERIFY(cache.bytes() <= cache.bound());
+            QVERIFY(!cache.find({picture, {0, std::min(column, 1), 0}}).isNull());
+        }
+        QVERIFY(cache.contains({picture, {0, 0, 0}}));  // not used for long, but shown
+        QVERIFY(cache.contains({picture, {0, 9, 0}}) && !cache.contains({picture, {0, 5, 0}}));
+        cache.insert({other, {0, 0, 0}}, tile);
+        cache.forget(picture);
+        QCOMPARE(cache.bytes(), bytes);
+    }
+
+    void exactPixels_data() {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("png") << QStringLiteral("a.png");
+        QTest::newRow("tiff in tiles") << QStringLiteral("a.tif");
+    }
+    /// At the exact scale each pixel of the file is one of the device; each tile is decoded once.
+    void exactPixels() {
+        QFETCH(QString, name);
+        const QImage picture = pattern({2600, 1900});
+        const QString path = _folder.filePath(name);
+        if (name.endsWith(QStringLiteral("tif"))) {
+            QFile file(path);
+            const QByteArray bytes = testPictures::tiledTiff(picture);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        } else {
+            QVERIFY(picture.save(path, "png", 90));
+        }
+        ImageView view;
+        view.resize(700, 500);
+        view.show();
+        view.setImageWithPath(path);
+        QTRY_COMPARE_WITH_TIMEOUT(view.image().width(), int(std::lround(700 * view.devicePixelRatioF())),
+                                  20'000);
+        QVERIFY2(!view.tiles(), "the whole picture has all that is shown");
+        QTest::keyClick(&view, Qt::Key_1);
+        for (const int key : {Qt::Key_Left, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Right})
+            QTest::keyClick(&view, Qt::Key(key));
+        QTRY_VERIFY_WITH_TIMEOUT(isIdle(view), 20'000);
+        const QImage shown = view.grab().toImage();
+        const QPoint at = view.pictureGeometry().shownPart().topLeft().toPoint();
+        QCOMPARE(shown.size(), view.pictureGeometry().viewSize());
+        QCOMPARE(shown.convertToFormat(QImage::Format_RGB32), picture.copy(QRect(at, shown.size())));
+
+        const int decodes = view.tiles()->decodes();
+        QVERIFY(decodes >= int(shownTiles(view)));
+        const qint64 composed = view.canvas().composedPixels();
+        QTest::keyClick(&view, Qt::Key_Up);  // back to tiles that are there
+        view.grab();
+        QTRY_VERIFY_WITH_TIMEOUT(isIdle(view), 20'000);
+        const qint64 viewPixels = qint64(shown.width()) * shown.height();
+        QVERIFY2(view.canvas().composedPixels() - composed < viewPixels, "panning composes what is new only");
+        QVERIFY(view.tiles()->decodes() <= 6 * 4);  // each at most once
+        QVERIFY(TileCache::shared().bytes() <= TileCache::shared().bound());
+    }
+
+    /// A gigapixel picture: the whole first, then few tiles at any zoom.
+    void gigapixels() {
+        const QString path = _folder.filePath(QStringLiteral("giga.tif"));
+        testPictures::writeSparsePyramid(path, 100'000);
+        {
+            ImageView view;
+            view.resize(600, 400);
+            view.show();
+            view.setImageWithPath(path);
+            QTRY_COMPARE_WITH_TIMEOUT(view.pictureGeometry().pictureSize(), QSize(100'000, 100'000), 20'000);
+            QTRY_VERIFY_WITH_TIMEOUT(!view.image().isNull(), 20'000);
+            for (int notch = 0; view.pictureGeometry().scale() < 1; ++notch) {
+                QVERIFY(notch < 40);
+                QWheelEvent wheel(QPointF(0, 0), QPointF(0, 0), {}, QPoint(0, 120), Qt::NoButton,
+                                  Qt::NoModifier, Qt::NoScrollPhase, false);
+                QApplication::sendEvent(&view, &wheel);
+            }
+            QTRY_VERIFY_WITH_TIMEOUT(isIdle(view), 20'000);
+            QVERIFY(view.pictureGeometry().shownPart().topLeft() == QPointF(0, 0));
+            const QImage shown = view.grab().toImage();
+            QCOMPARE(QColor(shown.pixel(10, 10)), QColor(200, 100, 50));
+            QCOMPARE(QColor(shown.pixel(300, 10)), QColor(0, 0, 0));
+            QVERIFY(view.tiles()->decodes() < 100);
+            QVERIFY(TileCache::shared().bytes() > 0);
+        }
+        QCOMPARE(TileCache::shared().bytes(), 0);
+    }
+
+ private:
+    QTemporaryDir _folder;
+};
+
+TAVLIN_TEST_MAIN(QApplication, ImageViewTest)
+#include "tst_image_view.moc"
