@@ -130,15 +130,21 @@ class PrintCommandsTest : public QObject {
         QCOMPARE(paper.pixelColor(600, 200), QColor(Qt::white));
     }
 
-    /// As it stands on the screen, the window goes into documents of other programs.
+    /// As it stands on the screen, the window goes onto paper and into documents of other programs.
     void documents() {
         LogLines log;
         const QByteArray eps = window().dataWithEPSInsideRect({0, 0, 600, 300});
         const QByteArray pdf = window().dataWithPDFInsideRect(window().rect());
         QCOMPARE(window().frame(), window().frameGeometry());
-        QCOMPARE(messages(log), QStringList({u"-[ImageWindow dataWithEPSInsideRect:]: Yo!"_s,
-                                             u"-[ImageWindow dataWithPDFInsideRect:]: Yo!"_s,
-                                             u"-[ImageWindow frame]: Narf!"_s}));
+        PrintInfo::sharedPrintInfo().printer().setOutputFileName(_paper);
+        window().print(this);
+        Q_EMIT window().findChild<QPrintDialog*>()->finished(QDialog::Accepted);
+        QTRY_COMPARE(PdfFile(_paper).numberOfPages(), 1);
+        QVERIFY(PdfFile(_paper).text().contains(u"General metadata:"_s));
+        QCOMPARE(messages(log).filter(u"-[ImageW"_s),
+                 QStringList({u"-[ImageWindow dataWithEPSInsideRect:]: Yo!"_s,
+                              u"-[ImageWindow dataWithPDFInsideRect:]: Yo!"_s,
+                              u"-[ImageWindow frame]: Narf!"_s, u"-[ImageWindow print:]: Yo!"_s}));
         QVERIFY(eps.startsWith("%!PS-Adobe-3.0 EPSF-3.0\n") && eps.contains("%%BoundingBox: 0 0 450 225\n"));
         QFile file(_paper);
         QVERIFY(file.open(QFile::WriteOnly) && file.write(pdf) == pdf.size() && file.flush());

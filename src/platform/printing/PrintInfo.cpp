@@ -43,15 +43,15 @@ PrintInfo::Choice PrintInfo::choice() const {
 }
 
 /// The order matters: a printer's name and a file's name each set the format, and a printer its own paper.
-void PrintInfo::setChoice(const Choice& choice) {
-    if (!choice.printerName.isEmpty())
-        _printer.setPrinterName(choice.printerName);
-    _printer.setOutputFileName(choice.fileName);
-    _printer.setOutputFormat(choice.format);
-    _printer.setPageLayout(choice.layout);
-    _printer.setCopyCount(choice.copies);
-    _printer.setColorMode(choice.colours);
-    _printer.setDuplex(choice.duplex);
+void PrintInfo::Choice::applyTo(QPrinter& printer) const {
+    if (!printerName.isEmpty())
+        printer.setPrinterName(printerName);
+    printer.setOutputFileName(fileName);
+    printer.setOutputFormat(format);
+    printer.setPageLayout(layout);
+    printer.setCopyCount(copies);
+    printer.setColorMode(colours);
+    printer.setDuplex(duplex);
 }
 
 }  // namespace platform

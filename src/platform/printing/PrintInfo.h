@@ -26,6 +26,8 @@ class PrintInfo : public QObject {
         int copies = 1;
         QPrinter::ColorMode colours = QPrinter::Color;
         QPrinter::DuplexMode duplex = QPrinter::DuplexNone;
+
+        void applyTo(QPrinter& printer) const;
     };
 
     /// Made at first use, as asking for the printers takes time; ends with the application object.
@@ -46,7 +48,7 @@ class PrintInfo : public QObject {
     QString destination() const;
 
     Choice choice() const;
-    void setChoice(const Choice& choice);
+    void setChoice(const Choice& choice) { choice.applyTo(_printer); }
 
  private:
     explicit PrintInfo(QObject* parent);

@@ -66,27 +66,33 @@ bool PrintOperation::run() {
     std::unique_ptr<ProgressPanel> panel;
     if (_window != nullptr)
         panel = std::make_unique<ProgressPanel>(_progressText, _window);
+    const bool isFile = _info.printer().outputFormat() == QPrinter::PdfFormat;
     // The panel's appearing let other things happen.
-    const bool isDone = _view != nullptr && print();
+    const bool isDone = _view != nullptr && (isFile ? printFile() : printTo(_info.printer()));
     if (!isDone)
         qCWarning(printingCategory) << "nothing printed to" << _info.destination();
     return isDone;
 }
 
-bool PrintOperation::print() {
+/// By a printer object of its own: one that once failed to write a file never writes another.
+bool PrintOperation::printFile() {
+    QPrinter printer(QPrinter::HighResolution);
+    _info.choice().applyTo(printer);
+    printer.setDocName(_info.printer().docName());
+    return printTo(printer) && isWholePdf(printer.outputFileName());
+}
+
+bool PrintOperation::printTo(QPrinter& printer) {
     if (auto* page = qobject_cast<PrintPage*>(_view))
         page->layOutForPage(_info.imageablePageBounds().size());
-    QPrinter& printer = _info.printer();
     QPainter painter;
     if (!painter.begin(&printer))
         return false;
-    paint(painter);
-    if (!painter.end() || printer.printerState() == QPrinter::Error)
-        return false;
-    return printer.outputFormat() != QPrinter::PdfFormat || isWholePdf(printer.outputFileName());
+    paint(painter, printer.resolution());
+    return painter.end() && printer.printerState() != QPrinter::Error;
 }
 
-void PrintOperation::paint(QPainter& painter) {
+void PrintOperation::paint(QPainter& painter, int resolution) {
     const qreal pointsPerUnit = pointsPerInch / _view->logicalDpiY();
     const QSizeF page = _info.imageablePageBounds().size();
     const QSizeF size = QSizeF(_view->size()) * pointsPerUnit;
@@ -95,7 +101,7 @@ void PrintOperation::paint(QPainter& painter) {
         scale = std::min(scale, page.width() / size.width());
     if (_info.verticalPagination() == PrintInfo::Pagination::fit)
         scale = std::min(scale, page.height() / size.height());
-    scale *= pointsPerUnit * _info.printer().resolution() / pointsPerInch;
+    scale *= pointsPerUnit * resolution / pointsPerInch;
     painter.scale(scale, scale);
     if (const auto* printPage = qobject_cast<PrintPage*>(_view)) {
         printPage->paint(painter);
@@ -107,7 +113,7 @@ void PrintOperation::paint(QPainter& painter) {
     _view->render(&recorder);
     recorder.end();
     // A recording takes the screen's and the printer's resolutions into account by itself.
-    const qreal unit = qreal(_view->logicalDpiY()) / _info.printer().logicalDpiY();
+    const qreal unit = qreal(_view->logicalDpiY()) / resolution;
     painter.scale(unit, unit);
     painter.drawPicture(0, 0, picture);
 }

@@ -25,8 +25,9 @@ class PrintOperation {
     bool run();
 
  private:
-    bool print();
-    void paint(QPainter& painter);
+    bool printFile();
+    bool printTo(QPrinter& printer);
+    void paint(QPainter& painter, int resolution);
 
     const QPointer<QWidget> _view;
     PrintInfo& _info;

@@ -55,10 +55,13 @@ QRect PrintableWindow::frame() const {
 }
 
 void PrintableWindow::print(QObject* /*sender*/) {
+    PrintInfo& info = PrintInfo::sharedPrintInfo();
+    info.setHorizontalPagination(PrintInfo::Pagination::fit);
+    info.setVerticalPagination(PrintInfo::Pagination::fit);
     auto* panel = new PrintPanel(*this);
-    panel->beginSheet(PrintInfo::sharedPrintInfo(), [this](PrintPanel&, int returnCode, QWidget&) {
+    panel->beginSheet(info, [this, &info](PrintPanel&, int returnCode, QWidget&) {
         if (returnCode == PrintPanel::ok)
-            PrintOperation(*this, PrintInfo::sharedPrintInfo()).run();
+            PrintOperation(*this, info).run();
     });
 }
 
