@@ -14,6 +14,7 @@
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
 #include "platform/views/ImageBrowserView.h"
+#include "platform/views/ImageView.h"
 #include "platform/views/OutlineView.h"
 #include "scripts/ScriptsDataSource.h"
 #include "viewer/ImageWindow.h"
@@ -210,8 +211,8 @@ void BrowserCommands::showScriptMenu(int row, QPoint globalPosition) {
 }
 
 void BrowserCommands::zoomIn() {
-    if (ImageWindow* window = frontImageWindow()) {
-        window->zoomIn();
+    if (const ImageWindow* window = frontImageWindow()) {
+        window->imageView().zoomIn();
         return;
     }
     ZoomSlider& slider = _outlets.window.zoomSlider();
@@ -219,8 +220,8 @@ void BrowserCommands::zoomIn() {
 }
 
 void BrowserCommands::zoomOut() {
-    if (ImageWindow* window = frontImageWindow()) {
-        window->zoomOut();
+    if (const ImageWindow* window = frontImageWindow()) {
+        window->imageView().zoomOut();
         return;
     }
     ZoomSlider& slider = _outlets.window.zoomSlider();

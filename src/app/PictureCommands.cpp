@@ -7,6 +7,7 @@
 #include "platform/desktop/Application.h"
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/MainMenu.h"
+#include "platform/views/ImageView.h"
 #include "viewer/ImageWindow.h"
 #include "viewer/ImageWindowController.h"
 
@@ -29,9 +30,14 @@ bool hasImageWindow() {
     return frontImageWindow() != nullptr;
 }
 
-void inFrontImageWindow(void (ImageWindow::*act)()) {
+void zoomInFront(void (platform::ImageView::*zoom)()) {
+    if (const ImageWindow* window = frontImageWindow())
+        (window->imageView().*zoom)();
+}
+
+void toggleFullScreenInFront() {
     if (ImageWindow* window = frontImageWindow())
-        (window->*act)();
+        window->toggleFullScreen();
 }
 
 }  // namespace
@@ -46,13 +52,13 @@ void PictureCommands::addZoom(platform::MainMenu& menu) {
                      .text = text("MainMenuZoomToFit"),
                      .keyEquivalent = QStringLiteral("0"),
                      .shortcuts = {},
-                     .action = [] { inFrontImageWindow(&ImageWindow::zoomToFit); },
+                     .action = [] { zoomInFront(&platform::ImageView::zoomToFit); },
                      .hasTarget = hasImageWindow});
     menu.addCommand({.name = actualSizeName,
                      .text = text("MainMenuActualSize"),
                      .keyEquivalent = QStringLiteral("1"),
                      .shortcuts = {},
-                     .action = [] { inFrontImageWindow(&ImageWindow::zoomToActualSize); },
+                     .action = [] { zoomInFront(&platform::ImageView::zoomToActualSize); },
                      .hasTarget = hasImageWindow});
 }
 
@@ -80,7 +86,7 @@ void PictureCommands::addStepsAndFullScreen(platform::MainMenu& menu) {
                      .text = text("MainMenuFullScreen"),
                      .keyEquivalent = {},
                      .shortcuts = {QKeySequence(Qt::Key_F11)},
-                     .action = [] { inFrontImageWindow(&ImageWindow::toggleFullScreen); },
+                     .action = toggleFullScreenInFront,
                      .hasTarget = hasImageWindow});
     connect(&_images, &ImageBrowserDataSource::itemsChanged, this, [&menu] {
         menu.validate(nextName);

@@ -9,7 +9,6 @@
 
 #include <QCloseEvent>
 #include <QContextMenuEvent>
-#include <QCoreApplication>
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QScreen>
@@ -88,28 +87,6 @@ void ImageWindow::takePlaceOf(const ImageWindow& other) {
         _hiddenTextWidth = textWidth;
     else
         setTextWidth(textWidth);
-}
-
-void ImageWindow::zoomIn() {
-    pressInView(Qt::Key_Plus);
-}
-
-void ImageWindow::zoomOut() {
-    pressInView(Qt::Key_Minus);
-}
-
-void ImageWindow::zoomToFit() {
-    pressInView(Qt::Key_0);
-}
-
-void ImageWindow::zoomToActualSize() {
-    pressInView(Qt::Key_1);
-}
-
-/// The view zooms by keys of its own.
-void ImageWindow::pressInView(Qt::Key key) {
-    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-    QCoreApplication::sendEvent(_ui->_imageView, &press);
 }
 
 void ImageWindow::toggleFullScreen() {

@@ -41,10 +41,6 @@ class ImageWindow : public platform::PrintableWindow {
     /// Before it is shown: the same place, size, panes and full screen as an open window.
     void takePlaceOf(const ImageWindow& other);
 
-    void zoomIn();
-    void zoomOut();
-    void zoomToFit();
-    void zoomToActualSize();
     void toggleFullScreen();
 
     /// The page to print: the controller's print summary, and the picture read anew from its file, as large
@@ -71,7 +67,6 @@ class ImageWindow : public platform::PrintableWindow {
     void showEvent(QShowEvent* event) override;
 
  private:
-    void pressInView(Qt::Key key);
     void leaveFullScreenOrClose();
     void showPartsForState();
     void setTextWidth(int textWidth);

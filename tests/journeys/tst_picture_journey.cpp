@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
 
+#include <QColorSpace>
 #include <QDBusConnection>
 #include <QDir>
 #include <QFile>
@@ -106,7 +107,8 @@ QStringList PictureJourney::imageWindows(const Desktop& desktop) {
 
 std::optional<QPoint> PictureJourney::partShownAt(const Desktop& desktop, QRect area) {
     static const QImage reference = coordinatePicture();
-    const QImage seen = desktop.screenshot().copy(area);
+    QImage seen = desktop.screenshot().copy(area);
+    seen.setColorSpace({});
     const QRect part(coordinatesOf(seen.pixel(0, 0)), area.size());
     return reference.rect().contains(part) && seen == reference.copy(part) ? std::optional(part.topLeft())
                                                                            : std::nullopt;

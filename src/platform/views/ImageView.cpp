@@ -264,25 +264,45 @@ void ImageView::mouseDoubleClickEvent(QMouseEvent* event) {
     geometryChanged();
 }
 
+void ImageView::zoomIn() {
+    _geometry.zoom(keyZoom, middle());
+    geometryChanged();
+}
+
+void ImageView::zoomOut() {
+    _geometry.zoom(1 / keyZoom, middle());
+    geometryChanged();
+}
+
+void ImageView::zoomToFit() {
+    _geometry.fit();
+    geometryChanged();
+}
+
+void ImageView::zoomToActualSize() {
+    _geometry.setScale(1, middle());
+    geometryChanged();
+}
+
 void ImageView::keyPressEvent(QKeyEvent* event) {
     const QSizeF step = QSizeF(_geometry.viewSize()) * arrowShare;
     switch (event->key()) {
         case Qt::Key_Plus:
         case Qt::Key_Equal:
-            _geometry.zoom(keyZoom, middle());
-            break;
+            zoomIn();
+            return;
         case Qt::Key_Minus:
-            _geometry.zoom(1 / keyZoom, middle());
-            break;
+            zoomOut();
+            return;
         case Qt::Key_Space:
             _geometry.toggleFit(middle());
             break;
         case Qt::Key_0:
-            _geometry.fit();
-            break;
+            zoomToFit();
+            return;
         case Qt::Key_1:
-            _geometry.setScale(1, middle());
-            break;
+            zoomToActualSize();
+            return;
         case Qt::Key_Left:
             _geometry.pan({step.width(), 0});
             break;

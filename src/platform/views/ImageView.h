@@ -35,6 +35,11 @@ class ImageView : public QWidget {
     const PictureCanvas& canvas() const { return _canvas; }
     bool isBroken() const { return _isBroken; }
 
+    void zoomIn();
+    void zoomOut();
+    void zoomToFit();
+    void zoomToActualSize();
+
     /// What a screen reader says of a file that cannot be shown.
     void setBrokenText(const QString& text) { _brokenText = text; }
 
