@@ -47,12 +47,9 @@ class PrintingTest : public QObject {
         const QString scripts = u"/Снимки/图片.jpg\n\n東京タワー, 夜景, 서울\nŁódź, Ελλάδα\nسماء, غروب\n"_s;
         const QString longLine = u"Caption:"_s + u" a word"_s.repeated(150) + QString(400, u'z');
         QTest::newRow("path alone") << false << portrait << path << true << 0.7;
-        QTest::newRow("landscape, path alone") << true << landscape << path << true << 0.6;
-        QTest::newRow("short") << false << landscape << lines(20) << true << 0.38;
         QTest::newRow("portrait, landscape paper") << true << portrait << lines(40) << true << 0.33;
         QTest::newRow("two columns") << false << portrait << lines(90) << true << 0.2;
         QTest::newRow("panorama") << false << QSize(6000, 1000) << lines(120) << true << 0.11;
-        QTest::newRow("tower") << false << QSize(500, 4000) << lines(60) << true << 0.08;
         QTest::newRow("small picture") << false << QSize(64, 64) << lines(20) << true << 0.005;
         QTest::newRow("no picture") << false << QSize() << lines(20) << true << 0.0;
         QTest::newRow("many scripts") << false << landscape << scripts << true << 0.38;
