@@ -14,6 +14,7 @@
 #include "decoder/rare/RareFormats.h"
 #include "decoder/RawFile.h"
 #include "decoder/regions/JpegPass.h"
+#include "decoder/regions/PngPass.h"
 #include "decoder/regions/RegionKeeper.h"
 #include "decoder/regions/TiffRegions.h"
 #include "decoder/regions/WholeRegions.h"
@@ -115,6 +116,24 @@ std::optional<Result> decodeLargeTiff(InputDevice& device, int pixelSize) {
     return finish(std::move(image), regions->size(), regions->transformation(), pixelSize);
 }
 
+QImageIOHandler::Transformations pngTransformation(const InputDevice& device) {
+    const ContainerChunks chunks = readContainerChunks(device, Format::png);
+    return transformationOfOrientation(readExifBlock(chunks.exif).orientation);
+}
+
+/// A picture that has too many pixels for the toolkit, where it can be read row by row.
+Result decodeHugePng(InputDevice& device, Format format, QSize size, int pixelSize) {
+    const bool isBounded = format == Format::png && pixelSize <= kMaximumPixelSize &&
+                           qint64(size.width()) * size.height() <= kMaximumPixels;
+    const auto regions = isBounded ? openPngRegions(device, pngTransformation(device)) : nullptr;
+    if (!regions)
+        return Failure{Status::tooLarge, {}};
+    QImage image = regions->whole(device, pixelSize);
+    if (image.isNull())
+        return Failure{Status::damaged, {}};
+    return finish(std::move(image), regions->size(), regions->transformation(), pixelSize);
+}
+
 Result decodeThumbnail(InputDevice& device, int pixelSize) {
     const QByteArray head = device.head(kHeadBytes);
     const Format format = detectFormat(head);
@@ -128,7 +147,7 @@ Result decodeThumbnail(InputDevice& device, int pixelSize) {
     }
     const QSize declared = declaredSize(format, head);
     if (qint64(declared.width()) * declared.height() > kMaximumPixelBytes / 4)
-        return Failure{Status::tooLarge, {}};
+        return decodeHugePng(device, format, declared, pixelSize);
     if (format == Format::tiff) {
         if (auto result = decodeLargeTiff(device, pixelSize))
             return *result;
@@ -152,12 +171,19 @@ Result decodeStoredThumbnail(InputDevice& device) {
     return loadStoredThumbnail(device);
 }
 
+/// Up to these a PNG is decoded whole for its regions, which costs one pass at all levels.
+constexpr qint64 kWholePngPixels = qint64(32) << 20;
+
 /// How a file is opened for regions: piece by piece where it can be, else whole.
 RegionKeeper::Opened openRegions(InputDevice& device) {
-    const Format format = detectFormat(device.head(kHeadBytes));
+    const QByteArray head = device.head(kHeadBytes);
+    const Format format = detectFormat(head);
+    const QSize declared = declaredSize(format, head);
     std::unique_ptr<RegionSource> source;
     if (format == Format::jpeg)
         source = openJpegRegions(device);
+    else if (format == Format::png && qint64(declared.width()) * declared.height() > kWholePngPixels)
+        source = openPngRegions(device, pngTransformation(device));
     else if (format == Format::tiff && !readRawFile(device, format))
         source = TiffRegions::open(device);
     if (source)

@@ -44,13 +44,23 @@ QImage upright(const QImage& image, QImageIOHandler::Transformations transformat
     return turned;
 }
 
+QImage scaledSmoothly(const QImage& image, QSize size) {
+    const bool isDeepAndClear = image.depth() == 64 && image.hasAlphaChannel();
+    const bool isIndexed = image.colorCount() > 0;
+    const QImage source =
+        !isDeepAndClear && !isIndexed
+            ? image
+            : image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
+                                                            : QImage::Format_RGB32);
+    QImage scaled = source.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    scaled.setColorSpace(image.colorSpace());
+    return scaled;
+}
+
 Result finish(QImage image, QSize fullSize, QImageIOHandler::Transformations transformation, int pixelSize) {
     const QSize fitted = fittedSize(image.size(), pixelSize);
-    if (fitted != image.size()) {
-        const QColorSpace profile = image.colorSpace();
-        image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        image.setColorSpace(profile);
-    }
+    if (fitted != image.size())
+        image = scaledSmoothly(image, fitted);
     const QColorSpace sRgb(QColorSpace::SRgb);
     if (image.colorSpace().isValid() && image.colorSpace() != sRgb) {
         if (image.format() == QImage::Format_Indexed8 || image.depth() < 24)

@@ -96,7 +96,8 @@ Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& opti
     if (fullSize.isValid() && isTooLarge(fullSize, format, reader.imageFormat()))
         return Failure{Status::tooLarge, {}};
     const auto transformation = options.transformation.value_or(reader.transformation());
-    if (fullSize.isValid() && fittedSize(fullSize, options.pixelSize) != fullSize)
+    const bool scalesRightly = reader.imageFormat() != QImage::Format_RGBA64;  // see scaledSmoothly()
+    if (scalesRightly && fullSize.isValid() && fittedSize(fullSize, options.pixelSize) != fullSize)
         reader.setScaledSize(fittedSize(fullSize, options.pixelSize));
     QImage image = reader.read();
     if (image.isNull())

@@ -96,6 +96,15 @@ class DecodingTest : public QObject {
         QCOMPARE(rowAsText.pixel(1, 0), qRgb(255, 255, 255));
     }
 
+    /// Shrunk colours of 16 bits under a half transparent sheet stay what they are.
+    void deepTransparency() {
+        QImage image(400, 300, QImage::Format_RGBA64);
+        image.fill(QColor(200, 40, 40, 153));
+        const QColor shown = imageOf(decoded(written(image, "png"), 100)).pixelColor(50, 40);
+        QCOMPARE(shown.alpha(), 153);
+        QVERIFY(std::abs(shown.red() - 200) <= 2 && std::abs(shown.green() - 40) <= 2);
+    }
+
     void orientations_data() {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("orientation");

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/Decoding.h"
+#include "decoder/Finish.h"
 #include "decoder/InputDevice.h"
 #include "decoder/LoaderMessages.h"
-#include "decoder/regions/SequentialRegions.h"
+#include "decoder/regions/PngPass.h"
 
 #include "testing/TestHome.h"
 #include "testing/TiledTiff.h"
@@ -153,6 +154,37 @@ class RegionsTest : public QObject {
         }
         QCOMPARE(askedOf(file.handle(), RequestKind::region, QRect(99'000, 99'000, 1000, 1000)).size(),
                  QSize(1000, 1000));
+    }
+
+    /// Rows as libpng gives them are what the toolkit makes of the file.
+    void rowsOfPng_data() {
+        QTest::addColumn<QImage>("image");
+        for (const QImage::Format format :
+             {QImage::Format_RGB32, QImage::Format_ARGB32, QImage::Format_RGBX64, QImage::Format_RGBA64,
+              QImage::Format_Indexed8, QImage::Format_Grayscale8, QImage::Format_Mono}) {
+            QImage image = pattern().convertToFormat(format);
+            for (int x = 0; image.hasAlphaChannel() && x < 400; ++x)
+                image.setPixelColor(x, x, QColor(200, 20, 10, 90));
+            image.setColorSpace(format == QImage::Format_RGBX64 ? QColorSpace::AdobeRgb : QColorSpace::SRgb);
+            QTest::addRow("format %d", format) << image;
+        }
+    }
+    void rowsOfPng() {
+        QFETCH(QImage, image);
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(written(image, "png")) > 0 && file.flush());
+        InputDevice device(file.handle());
+        const auto regions = openPngRegions(device, QImageIOHandler::TransformationRotate270);
+        QVERIFY(regions);
+        for (const int side : {2048, 300}) {
+            const Result rows = finish(regions->whole(device, side), kSize, regions->transformation(), side);
+            const Result expected =
+                finish(QImage(file.fileName(), "png"), kSize, regions->transformation(), side);
+            QVERIFY(std::holds_alternative<Picture>(rows));
+            const auto [greatest, mean] =
+                difference(std::get<Picture>(rows).image, std::get<Picture>(expected).image);
+            QVERIFY2(side == 2048 ? greatest <= 1 : mean < 8, qPrintable(QString::number(mean)));
+        }
     }
 
     /// A pass is the costly part: what can be had in one is not to take two.

@@ -90,4 +90,18 @@ QImage SequentialRegions::read(InputDevice& device, int level, const QRect& regi
     return assembled(region);
 }
 
+QImage SequentialRegions::whole(InputDevice& device, int pixelSize) {
+    const int longer = std::max(_picture.size.width(), _picture.size.height());
+    int level = 0;
+    while (sideAtLevel(longer, level + 1) >= pixelSize)
+        ++level;
+    const QRect all(QPoint(), sizeAtLevel(_picture.size, level));
+    const std::unique_ptr<RowPass> pass = _startPass(device, level);
+    QImage image = pass ? QImage(all.size(), pass->format()) : QImage();
+    if (image.isNull() || !pass->read(device, image))
+        return {};
+    image.setColorSpace(_picture.profile);
+    return image;
+}
+
 }  // namespace decoder

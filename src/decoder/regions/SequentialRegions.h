@@ -35,6 +35,9 @@ class SequentialRegions : public RegionSource {
     QImage read(InputDevice& device, int level, const QRect& region, const QRect& interest) override;
     qsizetype keptBytes() const override;
 
+    /// The whole picture, at least as large as asked if it is that large; a null image where it is damaged.
+    QImage whole(InputDevice& device, int pixelSize);
+
     /// The passes begun so far: each costs the work of decoding the file up to where it is read.
     int passes() const { return _passes; }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/regions/ShrinkingPass.h"
 
+#include "decoder/Finish.h"
 #include "decoder/regions/RegionSource.h"
 
 #include <algorithm>
@@ -28,8 +29,7 @@ bool ShrinkingPass::read(InputDevice& device, QImage& into) {
         QImage rows(_pass->size().width(), rowsBelow(1), format());
         if (rows.isNull() || !_pass->read(device, rows))
             return false;
-        const QImage row = rows.scaled(into.width(), 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                               .convertToFormat(format());
+        const QImage row = scaledSmoothly(rows, {into.width(), 1}).convertToFormat(format());
         std::memcpy(into.scanLine(y), row.constScanLine(0), static_cast<std::size_t>(row.bytesPerLine()));
         ++_row;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/regions/TiffRegions.h"
 
+#include "decoder/Finish.h"
 #include "decoder/InputDevice.h"
 #include "decoder/regions/TiffPicture.h"
 
@@ -149,7 +150,7 @@ QImage TiffRegions::Private::readShrunk(const Level& from, int level, const QRec
             const QImage pixels = stored.isEmpty() ? QImage() : readStored(from.picture, stored, wanted);
             if (pixels.isNull())
                 return {};
-            const QImage small = pixels.scaled(block.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            const QImage small = scaledSmoothly(pixels, block.size());
             if (block == region)
                 return small;
             if (image.isNull()) {
@@ -195,8 +196,7 @@ QImage TiffRegions::Private::sampled(const TiffPicture& picture, int pixelSize) 
                 handle->piece(picture, std::min(column + strideAcross / 2, picture.columns() - 1),
                               std::min(row + stride / 2, picture.rows() - 1));
             if (!pixels.isNull())
-                painter.drawImage(target.topLeft(), pixels.scaled(target.size(), Qt::IgnoreAspectRatio,
-                                                                  Qt::SmoothTransformation));
+                painter.drawImage(target.topLeft(), scaledSmoothly(pixels, target.size()));
         }
     }
     return QImage(1, 1, picture.format).hasAlphaChannel() ? image
@@ -244,7 +244,7 @@ QImage TiffRegions::read(InputDevice& device, int level, const QRect& region, co
     _d->handle->setDevice(device);
     QImage image = _d->readShrunk(_d->levelFor(level), level, region, interest);
     if (!image.isNull() && image.size() != region.size())  // a level that its writer rounded down
-        image = image.scaled(region.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        image = scaledSmoothly(image, region.size());
     image.setColorSpace(_d->levels.front().picture.profile);
     return image;
 }

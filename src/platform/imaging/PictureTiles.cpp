@@ -42,11 +42,13 @@ void PictureTiles::show(const QRectF& part, int level) {
         return;
     for (const TilePlace& place : shown)
         _wanted.push_back(place);
-    const double margin = TileGrid::tileSide << level;
     if (!shown.empty()) {
-        for (const TilePlace& place : _grid.tilesIn(
-                 QRectF(_interest).adjusted(-margin / 2, -margin / 2, margin / 2, margin / 2), level))
+        const double margin = (TileGrid::tileSide << level) / 2;
+        for (const TilePlace& place :
+             _grid.tilesIn(QRectF(_interest).adjusted(-margin, -margin, margin, margin), level)) {
             _wanted.push_back(place);
+            _interest |= _grid.areaOf(place);
+        }
     }
     std::erase_if(_wanted, [this](const TilePlace& place) { return !isMissing(place); });
     if (_task && _asked.level != level &&
