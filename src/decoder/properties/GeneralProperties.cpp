@@ -3,6 +3,7 @@
 
 #include "decoder/ByteReader.h"
 #include "decoder/properties/ExifProperties.h"
+#include "decoder/properties/HeaderSize.h"
 
 #include <exiv2/exiv2.hpp>
 #include <exiv2/webpimage.hpp>
@@ -277,6 +278,10 @@ PropertyDictionary generalProperties(Exiv2::Image& image, const QByteArray& file
     const auto add = [&](const char* key, auto value) {
         properties.emplace_back(QString::fromLatin1(key), PropertyValue(std::move(value)));
     };
+    if (const QSize size = headerSize(file); size.isValid()) {
+        samples.width = size.width();
+        samples.height = size.height();
+    }
     const std::int64_t width = samples.width > 0 ? samples.width : image.pixelWidth();
     const std::int64_t height = samples.height > 0 ? samples.height : image.pixelHeight();
     if (width > 0 && height > 0) {
@@ -293,8 +298,7 @@ PropertyDictionary generalProperties(Exiv2::Image& image, const QByteArray& file
         add("ColorModel", QString::fromLatin1(samples.colorModel));
     if (samples.hasAlpha)
         add("HasAlpha", *samples.hasAlpha ? 1 : 0);
-    const auto orientation = exifNumber(exif, "Exif.Image.Orientation");
-    if (orientation && *orientation >= 1 && *orientation <= 8)
+    if (const auto orientation = exifNumber(exif, "Exif.Image.Orientation"))
         add("Orientation", static_cast<int>(*orientation));
     const QString profile = profileNameOf(image);
     if (!profile.isEmpty())

@@ -3,6 +3,7 @@
 
 #include "decoder/properties/ExifProperties.h"
 #include "decoder/properties/GeneralProperties.h"
+#include "decoder/properties/HeaderSize.h"
 #include "decoder/properties/IptcProperties.h"
 
 #include <exiv2/exiv2.hpp>
@@ -54,12 +55,22 @@ std::optional<PropertyDictionary> readFile(const QByteArray& file) {
     return properties;
 }
 
+/// Of a picture that the library does not know.
+std::optional<PropertyDictionary> readHeader(const QByteArray& file) {
+    const QSize size = headerSize(file);
+    if (!size.isValid())
+        return std::nullopt;
+    return PropertyDictionary{{QStringLiteral("PixelWidth"), size.width()},
+                              {QStringLiteral("PixelHeight"), size.height()}};
+}
+
 std::optional<PropertyDictionary> readProperties(const QByteArray& file) {
     try {
-        return readFile(file);
+        if (auto properties = readFile(file))
+            return properties;
     } catch (const std::exception&) {
-        return std::nullopt;
     }
+    return readHeader(file);
 }
 
 }  // namespace
