@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindowInterface.h"
+#include "images/ImageLoad.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/views/ImageBrowserView.h"
@@ -56,7 +57,10 @@ class TestAppDelegate : public QObject {
     // The test library listens to the log itself from now on; this takes it back.
     void initTestCase() { logLines = std::make_unique<LogLines>(); }
     void cleanup() { logLines->taken(); }
-    void cleanupTestCase() { logLines.reset(); }
+    void cleanupTestCase() {
+        QTRY_COMPARE_WITH_TIMEOUT(ImageLoad::numberRunning(), 0, 30000);  // or one logs while the tests end
+        logLines.reset();
+    }
 
     void startUpOrder() {
         const QStringList marks{u"-[PreferencesDictionary plausibilitaetsTest] (210): foo"_s,
