@@ -50,6 +50,7 @@
     <message id="MainWindowStatusItems"><source></source><translation>%1 Objekte</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 Objekt</translation></message>
     <message id="MainWindowStatusSelected"><source></source><translation>%1 von %2 ausgewählt</translation></message>
+    <message id="MainWindowUnreadableFolder"><source></source><translation>Dieser Ordner kann nicht gelesen werden</translation></message>
     <message id="MainWindowZoomInName"><source></source><translation>Bilder vergrößern</translation></message>
     <message id="MainWindowZoomName"><source></source><translation>Größe der Bilder</translation></message>
     <message id="MainWindowZoomOutName"><source></source><translation>Bilder verkleinern</translation></message>

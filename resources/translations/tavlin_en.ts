@@ -50,6 +50,7 @@
     <message id="MainWindowStatusItems"><source></source><translation>%1 items</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 item</translation></message>
     <message id="MainWindowStatusSelected"><source></source><translation>%1 of %2 selected</translation></message>
+    <message id="MainWindowUnreadableFolder"><source></source><translation>This folder cannot be read</translation></message>
     <message id="MainWindowZoomInName"><source></source><translation>Larger pictures</translation></message>
     <message id="MainWindowZoomName"><source></source><translation>Size of the pictures</translation></message>
     <message id="MainWindowZoomOutName"><source></source><translation>Smaller pictures</translation></message>

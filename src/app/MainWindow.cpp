@@ -55,7 +55,6 @@ void MainWindow::setUpPanes() {
     _ui->_placesSplitter->setStretchFactor(0, 1);
     _ui->_placesSplitter->setStretchFactor(1, 0);
     _ui->_placesSplitter->setSizes({firstSize.height() - firstScriptsHeight, firstScriptsHeight});
-    _ui->imageBrowserView->setEmptyText(text("MainWindowEmptyFolder"));
     _ui->imageBrowserView->setPositionText(text("MainWindowPicturePosition"));
     _ui->imageBrowserView->setFocus();
 }
@@ -112,6 +111,11 @@ void MainWindow::setSelectionCount(std::size_t count) {
     updateStatus();
 }
 
+void MainWindow::setEmptyReason(EmptyReason reason) {
+    _emptyReason = reason;
+    updateStatus();
+}
+
 void MainWindow::setLoading(bool isLoading) {
     _isLoading = isLoading;
     _numberFound = 0;
@@ -139,4 +143,15 @@ void MainWindow::updateStatus() {
         _ui->_statusLabel->setText(text("MainWindowStatusOneItem"));
     else
         _ui->_statusLabel->setText(text("MainWindowStatusItems").arg(number(_itemCount)));
+    updateEmptyText(showsBusy);
+}
+
+/// Until a place is known to hold nothing, nothing is said of it.
+void MainWindow::updateEmptyText(bool isBusy) {
+    QString said;
+    if (_itemCount == 0 && _emptyReason && !isBusy)
+        said = text(*_emptyReason == EmptyReason::unreadable ? "MainWindowUnreadableFolder"
+                                                             : "MainWindowEmptyFolder");
+    _ui->imageBrowserView->setEmptyText(said);
+    _ui->imageBrowserView->setAccessibleDescription(said);
 }

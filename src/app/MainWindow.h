@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 
 class QTimer;
 class ZoomSlider;
@@ -21,6 +22,9 @@ class ImageBrowserView;
 class OutlineView;
 class TableView;
 }  // namespace platform
+
+/// Why a place shows nothing.
+enum class EmptyReason { nothingInIt, unreadable };
 
 /// The main window as a set of panes: places above scripts at the left, the grid of pictures beside them with
 /// a line under it that tells what is shown and holds the zoom slider. It knows no data source; the main
@@ -45,6 +49,8 @@ class MainWindow : public QMainWindow {
     void setShownFolder(const QString& name);
     void setItemCount(std::size_t count);
     void setSelectionCount(std::size_t count);
+    /// What the grid says while it shows nothing; until the first reason it says nothing.
+    void setEmptyReason(EmptyReason reason);
     void setLoading(bool isLoading);
     /// How many items the load under way has found.
     void setNumberFound(std::size_t count);
@@ -57,6 +63,7 @@ class MainWindow : public QMainWindow {
     void setUpPanes();
     void setUpZoom();
     void updateStatus();
+    void updateEmptyText(bool isBusy);
 
     std::unique_ptr<Ui::MainWindow> _ui;
     QTimer* _busyDelay;
@@ -64,4 +71,5 @@ class MainWindow : public QMainWindow {
     std::size_t _selectionCount = 0;
     std::size_t _numberFound = 0;
     bool _isLoading = false;
+    std::optional<EmptyReason> _emptyReason;
 };

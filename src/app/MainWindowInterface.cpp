@@ -39,6 +39,12 @@ QString firstFolder() {
     return mayBeFolder(pictures) ? pictures : platform::homeFolder();
 }
 
+/// Whether a folder's names can be read; not so of one that does not answer in time.
+bool isListed(const QString& path) {
+    const auto contents = platform::FolderReader::shared().contents(path, platform::FolderDetail::subfolders);
+    return contents && contents->isListed;
+}
+
 /// Names the windows that the program opens, before the menus are made.
 void addInterfaceDescriptions() {
     using platform::WindowRequest;
@@ -133,6 +139,9 @@ void MainWindowInterface::connectStatus() {
         _window.setItemCount(_images.numberOfImages());
         const FileSystemItem* place = _commands.selectedPlace();
         _window.setShownFolder(place == nullptr ? QString() : platform::displayablePath(place->name()));
+        if (place != nullptr && _images.numberOfImages() == 0)
+            _window.setEmptyReason(isListed(place->fullPath()) ? EmptyReason::nothingInIt
+                                                               : EmptyReason::unreadable);
     });
     QObject::connect(&_images, &ImageBrowserDataSource::loadingChanged, &_window, &MainWindow::setLoading);
     QObject::connect(&_images, &ImageBrowserDataSource::numberFoundChanged, &_window,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/PanelWindow.h"
 
+#include "platform/AccessibleRole.h"
 #include "platform/Guard.h"
 
 #include <QApplication>
@@ -14,6 +15,7 @@
 namespace platform {
 
 PanelWindow::PanelWindow() {
+    announceAs<PanelWindow, QAccessible::Dialog>();
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/ImageView.h"
 
+#include "platform/AccessibleRole.h"
+
 #include <QGestureEvent>
 #include <QKeyEvent>
 #include <QNativeGestureEvent>
@@ -31,6 +33,7 @@ constexpr int checkerSide = 8;      // points
 }  // namespace
 
 ImageView::ImageView(QWidget* parent) : QWidget(parent), _resizePause(new QTimer(this)) {
+    announceAs<ImageView, QAccessible::Graphic>();
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(80, 80);
