@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/GridCellPainter.h"
 
+#include "platform/views/PaneFocus.h"
+
 #include <QPainter>
 #include <QPainterPath>
 
@@ -96,8 +98,10 @@ void GridCellPainter::paintPlate(QPainter& painter, const GridCell& cell) const 
     painter.drawRoundedRect(plate, plateRadius, plateRadius);
     if (cell.isSelected || hasRing) {
         const double width = hasRing ? 2 : 1;
+        const QColor highlight = color(QPalette::Highlight);
         painter.setPen(
-            QPen(color(hasRing && !cell.isSelected ? QPalette::Text : QPalette::Highlight), width));
+            QPen(hasRing ? mixed(color(QPalette::Text), highlight, cell.isSelected ? 0.5F : 1) : highlight,
+                 width));
         painter.setBrush(Qt::NoBrush);
         const double inset = width / 2;
         painter.drawRoundedRect(plate.adjusted(inset, inset, -inset, -inset), plateRadius - inset,

@@ -116,14 +116,12 @@ void ImageBrowserView::keyboardSearch(const QString& letters) {
 }
 
 void ImageBrowserView::focusInEvent(QFocusEvent* /*event*/) {
-    if (_d->selection.current())
-        _d->updateCell(*_d->selection.current());
+    viewport()->update();
 }
 
 void ImageBrowserView::focusOutEvent(QFocusEvent* /*event*/) {
     _d->narrowNow();
-    if (_d->selection.current())
-        _d->updateCell(*_d->selection.current());
+    viewport()->update();
 }
 
 // --- wheel and gestures

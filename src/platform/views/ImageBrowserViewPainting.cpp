@@ -2,6 +2,7 @@
 #include "platform/imaging/ThumbnailQueue.h"
 #include "platform/views/ImageBrowserViewPrivate.h"
 #include "platform/views/IndexSetAlgebra.h"
+#include "platform/views/PaneFocus.h"
 
 #include <QLocale>
 #include <QPainter>
@@ -56,7 +57,7 @@ void ImageBrowserView::paintEvent(QPaintEvent* event) {
 
 GridLook ImageBrowserView::Private::look() const {
     GridLook look;
-    look.palette = q.palette();
+    look.palette = q.hasFocus() ? q.palette() : withoutFocus(q.palette());
     look.group = !q.isEnabled()       ? QPalette::Disabled
                  : q.isActiveWindow() ? QPalette::Active
                                       : QPalette::Inactive;

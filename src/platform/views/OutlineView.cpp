@@ -6,6 +6,7 @@
 #include "platform/views/OutlineMemory.h"
 #include "platform/views/OutlineModel.h"
 #include "platform/views/OutlineRows.h"
+#include "platform/views/PaneFocus.h"
 #include "platform/views/TextFieldCell.h"
 #include "platform/views/ViewColumn.h"
 
@@ -216,6 +217,12 @@ void OutlineView::drawBranches(QPainter* painter, const QRect& rect, const QMode
 }
 
 /// The asterisk would expand all below a row, which for a file system is without end: it expands the row.
+void OutlineView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTreeView::initViewItemOption(option);
+    if (!hasFocus())
+        option->palette = withoutFocus(option->palette);
+}
+
 void OutlineView::keyPressEvent(QKeyEvent* event) {
     _d->finishReload();
     if (event->key() == Qt::Key_Asterisk)

@@ -98,6 +98,7 @@ class OutlineView : public QTreeView {
 
  protected:
     void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
     void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;

@@ -3,6 +3,7 @@
 
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
+#include "platform/views/PaneFocus.h"
 #include "platform/views/ToolTipText.h"
 #include "platform/views/ViewColumn.h"
 
@@ -235,6 +236,12 @@ void TableView::dropEvent(QDropEvent* event) {
             });
     };
     QMetaObject::invokeMethod(this, acceptDrop, Qt::QueuedConnection);
+}
+
+void TableView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTableView::initViewItemOption(option);
+    if (!hasFocus())
+        option->palette = withoutFocus(option->palette);
 }
 
 void TableView::keyPressEvent(QKeyEvent* event) {
