@@ -61,7 +61,7 @@ class JpegPass : public RowPass {
     };
 
     template <typename Work>
-    bool guarded(InputDevice& device, Work work);
+    [[gnu::noinline]] bool guarded(InputDevice& device, Work work);
     void setSource();
     static boolean fill(j_decompress_ptr info);
     static void pass(j_decompress_ptr info, long bytes);
@@ -72,7 +72,8 @@ class JpegPass : public RowPass {
     QByteArray _inks;  ///< a row of a picture in CMYK
 };
 
-/// Runs calls of the library; false where one of them fails.
+/// Runs calls of the library; false where one of them fails. Never inlined: a caller's variables are not to
+/// live in the frame that is jumped back to.
 template <typename Work>
 bool JpegPass::guarded(InputDevice& device, Work work) {
     _source.device = &device;

@@ -36,7 +36,7 @@ class PngPass : public RowPass {
 
  private:
     template <typename Work>
-    bool guarded(InputDevice& device, Work work);
+    [[gnu::noinline]] bool guarded(InputDevice& device, Work work);
     static void readBytes(png_structp png, png_bytep bytes, std::size_t count);
     void convertSamples();
 
@@ -47,7 +47,8 @@ class PngPass : public RowPass {
     QImage::Format _format = QImage::Format_Invalid;
 };
 
-/// Runs calls of the library; false where one of them fails.
+/// Runs calls of the library; false where one of them fails. Never inlined: a caller's variables are not to
+/// live in the frame that is jumped back to.
 template <typename Work>
 bool PngPass::guarded(InputDevice& device, Work work) {
     _device = &device;

@@ -9,6 +9,7 @@ namespace decoder {
 namespace {
 
 constexpr int kBandRows = 64;
+constexpr qsizetype kBytesPerPixel = 4;  // of nearly all pictures
 
 }  // namespace
 
@@ -74,7 +75,7 @@ QImage SequentialRegions::read(InputDevice& device, int level, const QRect& regi
         _level == level && !_bands.empty() && _bands.front().top <= region.top() && region.top() <= _nextRow;
     if (!isKept) {
         // From the first row of interest on, where all up to the region's end can be kept.
-        const qsizetype rowBytes = qsizetype(sideAtLevel(_picture.size.width(), level)) * 8;
+        const qsizetype rowBytes = qsizetype(sideAtLevel(_picture.size.width(), level)) * kBytesPerPixel;
         const bool fits = qsizetype(end - interest.top() + kBandRows) * rowBytes <= _rowBytes;
         const bool goesOn = _pass && _level == level && interest.top() < _nextRow && _nextRow <= region.top();
         const int first = fits && !goesOn ? interest.top() : region.top();

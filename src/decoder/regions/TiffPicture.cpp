@@ -106,6 +106,8 @@ std::optional<TiffPicture> TiffHandle::current() const {
     };
     picture.size = {number(TIFFTAG_IMAGEWIDTH, 0), number(TIFFTAG_IMAGELENGTH, 0)};
     picture.isTiled = TIFFIsTiled(_tiff) != 0;
+    picture.isReduced =
+        (value<std::uint32_t>(_tiff, TIFFTAG_SUBFILETYPE, 0) & std::uint32_t(FILETYPE_REDUCEDIMAGE)) != 0;
     picture.piece = picture.isTiled
                         ? QSize(number(TIFFTAG_TILEWIDTH, 0), number(TIFFTAG_TILELENGTH, 0))
                         : QSize(picture.size.width(),

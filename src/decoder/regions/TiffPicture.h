@@ -24,6 +24,7 @@ struct TiffPicture {
     QSize size;
     QSize piece;  ///< a tile, or a strip: as wide as the picture
     bool isTiled = false;
+    bool isReduced = false;                          ///< by its own words a smaller copy of another
     QImage::Format format = QImage::Format_Invalid;  ///< of a decoded piece
     bool isConverted = false;                        ///< pieces are decoded by way of libtiff's own RGBA
     int storedSamples = 0;                           ///< of a pixel, where they are not

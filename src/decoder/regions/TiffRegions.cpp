@@ -216,7 +216,11 @@ std::unique_ptr<TiffRegions> TiffRegions::open(InputDevice& device) {
         return nullptr;
     const QSize full = first->size;
     d->levels.push_back({0, std::move(*first)});
+    const bool isTiled = d->levels.front().picture.isTiled;
     for (TiffPicture& picture : d->handle->others()) {
+        // Microscopes leave the word out; pages of a document have it not, and are no tiles.
+        if (!picture.isReduced && !(isTiled && picture.isTiled))
+            continue;
         if (const auto level = levelOf(picture.size, full))
             d->levels.push_back({*level, std::move(picture)});
     }
