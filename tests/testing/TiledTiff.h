@@ -53,8 +53,9 @@ inline QByteArray tiledTiff(const QImage& source, TiffOptions options = {}) {
         for (int left = 0; left < image.width(); left += kSide) {
             for (int y = 0; y < std::min(kSide, image.height() - top); ++y) {
                 for (int x = 0; x < std::min(kSide, image.width() - left); ++x)
-                    std::memcpy(tile.data() + (y * kSide + x) * written,
-                                image.constScanLine(top + y) + (left + x) * bytes, std::size_t(written));
+                    std::memcpy(tile.data() + qsizetype(y * kSide + x) * written,
+                                image.constScanLine(top + y) + qsizetype(left + x) * bytes,
+                                std::size_t(written));
             }
             TIFFWriteTile(tiff, tile.data(), uint32_t(left), uint32_t(top), 0, 0);
         }

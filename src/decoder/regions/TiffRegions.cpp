@@ -150,7 +150,7 @@ QImage TiffRegions::Private::readShrunk(const Level& from, int level, const QRec
             const QImage pixels = stored.isEmpty() ? QImage() : readStored(from.picture, stored, wanted);
             if (pixels.isNull())
                 return {};
-            const QImage small = scaledSmoothly(pixels, block.size());
+            QImage small = scaledSmoothly(pixels, block.size());
             if (block == region)
                 return small;
             if (image.isNull()) {

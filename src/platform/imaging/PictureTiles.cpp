@@ -43,7 +43,7 @@ void PictureTiles::show(const QRectF& part, int level) {
     for (const TilePlace& place : shown)
         _wanted.push_back(place);
     if (!shown.empty()) {
-        const double margin = (TileGrid::tileSide << level) / 2;
+        const double margin = (TileGrid::tileSide << level) / 2.0;
         for (const TilePlace& place :
              _grid.tilesIn(QRectF(_interest).adjusted(-margin, -margin, margin, margin), level)) {
             _wanted.push_back(place);

@@ -5,6 +5,8 @@
 #include "testing/TiledTiff.h"
 
 #include <QApplication>
+#include <QNativeGestureEvent>
+#include <QPointingDevice>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -149,6 +151,29 @@ class ImageViewTest : public QObject {
         QVERIFY2(view.canvas().composedPixels() - composed < viewPixels, "panning composes what is new only");
         QVERIFY(view.tiles()->decodes() <= 6 * 4);  // each at most once
         QVERIFY(TileCache::shared().bytes() <= TileCache::shared().bound());
+    }
+
+    /// What is under the fingers stays there.
+    void pinch() {
+        const QString path = _folder.filePath(QStringLiteral("pinch.png"));
+        QVERIFY(pattern({2600, 1900}).save(path, "png", 90));
+        ImageView view;
+        view.resize(700, 500);
+        view.show();
+        view.setImageWithPath(path);
+        QTRY_VERIFY_WITH_TIMEOUT(!view.image().isNull(), 20'000);
+        const QPointF fingers(200, 150);
+        const auto under = [&] {
+            const PictureGeometry& geometry = view.pictureGeometry();
+            return (fingers * view.devicePixelRatioF() - geometry.pictureRect().topLeft()) / geometry.scale();
+        };
+        const QPointF before = under();
+        const double scale = view.pictureGeometry().scale();
+        const auto* device = QPointingDevice::primaryPointingDevice();
+        QNativeGestureEvent event(Qt::ZoomNativeGesture, device, 2, fingers, fingers, fingers, 0.6, {});
+        QApplication::sendEvent(&view, &event);
+        QCOMPARE(view.pictureGeometry().scale(), scale * 1.6);
+        QVERIFY((under() - before).manhattanLength() < 4);
     }
 
     /// A gigapixel picture: the whole first, then few tiles at any zoom.
