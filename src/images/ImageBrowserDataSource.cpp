@@ -163,18 +163,39 @@ bool ImageBrowserDataSource::isFolderAtIndex(std::size_t index) const {
     return platform::FolderReader::shared().isFolder(pathAtIndex(index));
 }
 
-std::optional<QString> ImageBrowserDataSource::neighbourOfPath(const QString& path, int step) const {
-    const auto isAtPath = [title = platform::lastPathComponent(path), &path](const ImageRef& image) {
-        return image->imageTitle() == title && image->imagePath() == path;
-    };
-    const auto found = std::ranges::find_if(*_images, isAtPath);
-    if (found == _images->end())
+std::optional<QString> ImageBrowserDataSource::neighbourOfPath(const QString& path, int step) {
+    const std::optional<std::size_t> place = indexOfPath(path);
+    if (!place)
         return std::nullopt;
-    for (auto index = found - _images->begin() + step; index >= 0 && index < std::ssize(*_images);
+    for (auto index = static_cast<std::ptrdiff_t>(*place) + step; index >= 0 && index < std::ssize(*_images);
          index += step)
         if (!isFolderAtIndex(static_cast<std::size_t>(index)))
             return pathAtIndex(static_cast<std::size_t>(index));
     return std::nullopt;
+}
+
+/// Looks around where the last one was found: a picture's neighbour is asked for, or the same in a list that
+/// has changed a little.
+std::optional<std::size_t> ImageBrowserDataSource::indexOfPath(const QString& path) {
+    if (_lastFound.images.lock() == _images && _lastFound.path == path)
+        return _lastFound.index;
+    const QString title = platform::lastPathComponent(path);
+    const auto isAt = [&](std::size_t index) {
+        const ImageObject& image = *_images->at(index);
+        return image.imageTitle() == title && image.imagePath() == path;
+    };
+    const std::size_t count = _images->size();
+    std::size_t below = std::min(_lastFound.index.value_or(0), count);
+    std::size_t above = below;
+    std::optional<std::size_t> found;
+    while (!found && (below > 0 || above < count)) {
+        if (above < count && isAt(above++))
+            found = above - 1;
+        else if (below > 0 && isAt(--below))
+            found = below;
+    }
+    _lastFound = {_images, path, found};
+    return found;
 }
 
 platform::IndexSet ImageBrowserDataSource::selectedItems() const {

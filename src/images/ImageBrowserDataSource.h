@@ -74,8 +74,9 @@ class ImageBrowserDataSource : public QObject,
     /// Whether an existing folder is at the item's path; no for a place that does not answer in time.
     bool isFolderAtIndex(std::size_t index) const;
     /// The path of the nearest item after (1) or before (-1) that of a path which is no folder; nothing at
-    /// the ends of the list, and for a path that is not in it. In proportion to the list.
-    std::optional<QString> neighbourOfPath(const QString& path, int step) const;
+    /// the ends of the list, and for a path that is not in it. In proportion to the list for such a path and
+    /// the first time, then quick.
+    std::optional<QString> neighbourOfPath(const QString& path, int step);
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
 
@@ -133,6 +134,7 @@ class ImageBrowserDataSource : public QObject,
     ImageListRef withChangesWhileLoading(ImageListRef imported, const QString& place) const;
     void openFolderOfItem(std::size_t index, FileSystemItem* place);
     void openSelectedFiles();
+    std::optional<std::size_t> indexOfPath(const QString& path);
 
     platform::ImageBrowserView* _imageBrowserView = nullptr;
     platform::Control* _imageBrowserSizeSlider = nullptr;
@@ -143,6 +145,13 @@ class ImageBrowserDataSource : public QObject,
     ImageListRef _importedImages;  ///< what the next merge takes; empty between merges
 
     PreparedMerge _prepared;
+
+    /// Where a path was looked for last: in which list, and its index there.
+    struct {
+        std::weak_ptr<const ImageList> images;
+        QString path;
+        std::optional<std::size_t> index;
+    } _lastFound;
 
     ImageWindowOpener _imageWindowOpener;
     std::shared_ptr<ImageLoadMeeting> _meeting;

@@ -48,6 +48,7 @@ void ImageBrowserDataSource::openSelectedFiles() {
         logWithMethodName(doubleClickName, 554,
                           u"Doubleclick hit file, so open file(s) in new window(s)...!");
         const QString path = pathAtIndex(index);
+        _lastFound = {_images, path, index};
         if (_imageWindowOpener)
             _imageWindowOpener(QStringLiteral("ImageWindow"), *this, path);
     });

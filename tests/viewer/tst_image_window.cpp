@@ -39,6 +39,8 @@ class ImageWindowTest : public QObject {
     void printSummary_data();
     void printSummary();
     void theWholeWindow();
+    void noPicture_data();
+    void noPicture();
     void logLines();
 
  private:
@@ -154,6 +156,30 @@ void ImageWindowTest::theWholeWindow() {
     appGlobals->setObjectForKey(false, PreferenceKeys::debugLogging);
     QVERIFY(log.taken().join(u'\n').contains(QStringLiteral("-[ImageWindowController windowWillClose:] (")));
     QVERIFY(!window->isVisible());
+}
+
+void ImageWindowTest::noPicture_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("text") << QByteArray("no picture");
+    QTest::newRow("signature alone") << QByteArray("\x89PNG\r\n\x1a\n");
+    QTest::newRow("start of a JPEG") << QByteArray(
+        "\xff\xd8\xff\xe1\xff\xff"
+        "Exif\0\0II*\0\xff\xff\xff\x7f",
+        20);
+    QTest::newRow("no file") << QByteArray();
+}
+
+void ImageWindowTest::noPicture() {
+    QFETCH(QByteArray, content);
+    QFile file(_folder.filePath(QStringLiteral("none.png")));
+    QVERIFY(content.isNull() ? file.remove() : file.open(QFile::WriteOnly) && file.write(content) >= 0);
+    file.close();
+    const ImageWindowController controller(QStringLiteral("ImageWindow"), this, file.fileName());
+    const auto* window = qobject_cast<ImageWindow*>(controller.window());
+    QTRY_VERIFY_WITH_TIMEOUT(window->imageView().isBroken(), 20000);
+    QCOMPARE(window->textView().toPlainText(),
+             QStringLiteral("General metadata:\n\n\n\nIPTC meta data:\n\n\n\nEXIF meta data:\n\n"));
 }
 
 void ImageWindowTest::logLines() {
