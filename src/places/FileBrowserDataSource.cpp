@@ -56,17 +56,13 @@ platform::ImageRef storedImage(const QString& key) {
     return appGlobals == nullptr ? nullptr : appGlobals->objectForKey(key).value<platform::ImageRef>();
 }
 
-bool containsPath(const QString& folder, const QString& path) {
-    const QString prefix = folder.endsWith(u'/') ? folder : folder + u'/';
-    return path == folder || path.startsWith(prefix);
-}
-
 FileSystemItem* childContaining(FileSystemItem& item, const QString& path) {
     const auto* list = std::get_if<FileSystemItem::List>(&item.children());
     if (list == nullptr)
         return nullptr;
-    const auto child = std::find_if(list->begin(), list->end(),
-                                    [&](const auto& each) { return containsPath(each->fullPath(), path); });
+    const auto child = std::find_if(list->begin(), list->end(), [&](const auto& each) {
+        return platform::isBelowFolder(path, each->fullPath());
+    });
     return child == list->end() ? nullptr : child->get();
 }
 
@@ -276,7 +272,7 @@ void FileBrowserDataSource::childrenArrived(FileSystemItem& item) {
     if (_fileBrowserOutlineView == nullptr)
         return;
     _fileBrowserOutlineView->reloadItem(&item, true);
-    if (_folderToReveal && containsPath(item.fullPath(), *_folderToReveal))
+    if (_folderToReveal && platform::isBelowFolder(*_folderToReveal, item.fullPath()))
         continueReveal();
 }
 
@@ -293,7 +289,7 @@ FileSystemItem* FileBrowserDataSource::topLevelItemContaining(const QString& pat
     std::pair<bool, qsizetype> bestRank;
     for (int row = 0; row < _fileBrowserOutlineView->numberOfRows(); ++row) {
         FileSystemItem* item = fileSystemItem(_fileBrowserOutlineView->itemAtRow(row));
-        if (item == nullptr || item->parent() != nullptr || !containsPath(item->fullPath(), path))
+        if (item == nullptr || item->parent() != nullptr || !platform::isBelowFolder(path, item->fullPath()))
             continue;
         const std::pair rank(isUserFolder(item->fullPath()), item->fullPath().size());
         if (best == nullptr || rank >= bestRank) {
@@ -302,6 +298,16 @@ FileSystemItem* FileBrowserDataSource::topLevelItemContaining(const QString& pat
         }
     }
     return best;
+}
+
+void FileBrowserDataSource::renamePlace(const QString& path, const QString& name) {
+    for (int row = 0; row < _fileBrowserOutlineView->numberOfRows(); ++row) {
+        FileSystemItem* item = fileSystemItem(_fileBrowserOutlineView->itemAtRow(row));
+        if (item == nullptr || item->parent() != nullptr || item->fullPath() != path)
+            continue;
+        item->setName(name);
+        _fileBrowserOutlineView->reloadItem(item, false);
+    }
 }
 
 bool FileBrowserDataSource::revealFolder(const QString& path) {

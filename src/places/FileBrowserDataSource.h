@@ -47,6 +47,8 @@ class FileBrowserDataSource : public platform::OutlineViewDataSource, public pla
 
     /// Makes the list of top-level places anew: the visible volumes, the home folder, the pictures folder.
     void rescanFileSystems();
+    /// Gives the row of a top-level place its new name.
+    void renamePlace(const QString& path, const QString& name);
     /// The item of the selected row, or null.
     FileSystemItem* selectedItem() const;
     /// The position of a file URI in the list of top-level places, -1 for none. It is a row of the outline

@@ -38,6 +38,7 @@ class FileSystemItem : public platform::OutlineItem, public std::enable_shared_f
     ~FileSystemItem() override;
 
     const QString& name() const { return _name; }
+    void setName(const QString& name) { _name = name; }
     const QString& relativePath() const { return _relativePath; }
     const QString& fullPath() const { return _fullPath; }
     /// Seconds since 1970; 0 when unknown.

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstddef>
+#include <utility>
 
 namespace platform {
 
@@ -64,9 +65,7 @@ std::vector<QString> mountFoldersFromTable(const QByteArray& mountinfo) {
 QString mountFolderOfPath(const std::vector<QString>& mountFolders, const QString& path) {
     QString longest = QStringLiteral("/");
     for (const QString& folder : mountFolders) {
-        const bool contains =
-            path.startsWith(folder) && (path.size() == folder.size() || path[folder.size()] == u'/');
-        if (contains && folder.size() > longest.size())
+        if (folder.size() > longest.size() && isBelowFolder(path, folder))
             longest = folder;
     }
     return longest;
@@ -75,13 +74,15 @@ QString mountFolderOfPath(const std::vector<QString>& mountFolders, const QStrin
 MountTable::MountTable() : _table(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {
 }
 
-const std::vector<QString>& MountTable::mountFolders() {
+bool MountTable::hasChanged() {
     pollfd watched{_table.get(), POLLPRI, 0};
-    const bool hasChanged = ::poll(&watched, 1, 0) > 0 && (watched.revents & (POLLPRI | POLLERR)) != 0;
-    if (hasChanged || !_isRead) {
+    const bool isTold = ::poll(&watched, 1, 0) > 0 && (watched.revents & (POLLPRI | POLLERR)) != 0;
+    return std::exchange(_isNew, false) || isTold;
+}
+
+const std::vector<QString>& MountTable::mountFolders() {
+    if (hasChanged())
         _mountFolders = mountFoldersFromTable(readFromStart(_table.get()));
-        _isRead = true;
-    }
     return _mountFolders;
 }
 

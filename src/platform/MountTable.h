@@ -25,11 +25,16 @@ class MountTable {
  public:
     MountTable();
 
+    /// For those who read the table in another way: whether it has changed since the last call of either
+    /// function; so it has at the first.
+    bool hasChanged();
     const std::vector<QString>& mountFolders();
+    /// For waiting for the next change (POLLPRI), which is then told once.
+    int descriptor() const { return _table.get(); }
 
  private:
     ScopedFileDescriptor _table;
-    bool _isRead = false;
+    bool _isNew = true;
     std::vector<QString> _mountFolders;
 };
 

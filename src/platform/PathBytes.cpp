@@ -115,6 +115,11 @@ QString pathByAppending(const QString& folder, const QString& name) {
     return folder.endsWith(u'/') ? folder + name : folder + u'/' + name;
 }
 
+bool isBelowFolder(const QString& path, const QString& folder) {
+    return path.startsWith(folder) &&
+           (path.size() == folder.size() || folder.endsWith(u'/') || path[folder.size()] == u'/');
+}
+
 QByteArray fileUriFromPath(const QString& path) {
     char* uri = g_filename_to_uri(bytesFromPath(path).constData(), nullptr, nullptr);
     QByteArray result(uri);

@@ -26,6 +26,9 @@ QString pathByDeletingLastComponent(const QString& path);
 /// `folder` and `name` with exactly one slash between them.
 QString pathByAppending(const QString& folder, const QString& name);
 
+/// Whether `path` is `folder` or lies below it, both absolute, by their texts alone.
+bool isBelowFolder(const QString& path, const QString& folder);
+
 /// The file URI of an absolute path, escaped byte for byte as the desktop's other programs do it (RFC 3986 by
 /// g_filename_to_uri), so that shared thumbnails meet; empty for a relative path.
 QByteArray fileUriFromPath(const QString& path);

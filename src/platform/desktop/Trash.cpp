@@ -207,7 +207,7 @@ QByteArray realFolderOf(const QString& path) {
 }
 
 bool isBelow(const QByteArray& path, const QByteArray& folder) {
-    return path == folder || path.startsWith(folder + '/');
+    return isBelowFolder(pathFromBytes(path), pathFromBytes(folder));
 }
 
 }  // namespace

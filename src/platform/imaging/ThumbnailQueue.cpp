@@ -4,6 +4,7 @@
 #include "platform/imaging/DecoderProcess.h"
 #include "platform/imaging/ThumbnailCache.h"
 #include "platform/imaging/ThumbnailWorkers.h"
+#include "platform/PathBytes.h"
 
 #include <QElapsedTimer>
 #include <QHash>

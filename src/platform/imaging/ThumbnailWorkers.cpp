@@ -2,6 +2,7 @@
 #include "platform/imaging/ThumbnailWorkers.h"
 
 #include "platform/Guard.h"
+#include "platform/PathBytes.h"
 
 #include <QLoggingCategory>
 
@@ -32,11 +33,6 @@ std::size_t poolSize() {
 }
 
 }  // namespace
-
-bool isBelowFolder(const QString& path, const QString& folder) {
-    return path == folder ||
-           (path.startsWith(folder) && (folder.endsWith(u'/') || path.at(folder.size()) == u'/'));
-}
 
 struct ThumbnailWorkers::Worker {
     Worker(const QString& program, ThumbnailStore store) : maker(program, std::move(store)) {}

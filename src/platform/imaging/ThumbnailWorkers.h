@@ -47,7 +47,4 @@ class ThumbnailWorkers {
     std::shared_ptr<Shared> _shared;
 };
 
-/// Whether `path` is `folder` or lies below it, by their texts.
-bool isBelowFolder(const QString& path, const QString& folder);
-
 }  // namespace platform
