@@ -75,6 +75,12 @@ QString currentFolder() {
     return ::getcwd(path.data(), path.size()) != nullptr ? pathFromBytes(path.data()) : QStringLiteral("/");
 }
 
+/// A working folder would keep its volume from being unmounted.
+void leaveCurrentFolder() {
+    if (::chdir("/") != 0)
+        print(stderr, "tavlin: the working folder could not be left\n");
+}
+
 /// The program's helpers come last on PATH, so that the system's own of the same name go before them. Called
 /// before there is any thread, as setting the environment is not safe afterwards.
 void putHelpersOnSearchPath() {
@@ -125,6 +131,8 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
         print(stderr, "tavlin: " + commandLine.problem.toUtf8() + '\n' + usageText());
         return statusMisuse;
     }
+
+    leaveCurrentFolder();
 
     auto instance = RunningInstance::become(commandLine.path);
     if (instance == nullptr)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Volumes.h"
 
+#include "platform/FileAccess.h"
+#include "platform/MountTable.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gunixmounts.h>
@@ -131,8 +133,21 @@ QList<Volume> visibleVolumes(const QList<MountEntry>& mountTable, const QHash<QB
     return volumes;
 }
 
+/// Listed again only when the kernel says that the mount table changed, or the device folder that the labels
+/// did, as every row of the places asks for its volume's name.
 QList<Volume> mountedVolumes() {
-    return visibleVolumes(currentMountTable(), deviceLabels());
+    static MountTable table;
+    static std::optional<FileStatus> labels;
+    static QList<Volume> volumes;
+    const auto labelsNow = fileStatus(QString::fromLatin1(labelFolder));
+    const auto time = [](const std::optional<FileStatus>& status) {
+        return status ? std::optional(status->modificationNanoseconds) : std::nullopt;
+    };
+    if (table.hasChanged() || time(labels) != time(labelsNow)) {
+        labels = labelsNow;
+        volumes = visibleVolumes(currentMountTable(), deviceLabels());
+    }
+    return volumes;
 }
 
 }  // namespace platform

@@ -5,6 +5,7 @@
 #include "platform/desktop/FileManager.h"
 #include "platform/desktop/Recycler.h"
 #include "platform/desktop/StandardFolders.h"
+#include "platform/desktop/VolumeMonitor.h"
 #include "platform/FolderReader.h"
 #include "platform/MountTable.h"
 #include "platform/PathBytes.h"
@@ -12,6 +13,7 @@
 #include <gio/gio.h>
 
 #include <QClipboard>
+#include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
 #include <QHash>
@@ -136,6 +138,7 @@ struct Workspace::Private {
     QHash<QString, QString> folderIconNames = specialFolders();
     MountTable mounts;
     Recycler recycler;
+    std::unique_ptr<VolumeMonitor> volumes;  ///< while they are watched
 
     ImageRef image(const IconNames& names);
     bool isMountFolder(const QString& path);
@@ -242,6 +245,19 @@ bool Workspace::performFileOperation(FileOperation /*operation*/, const QString&
 
 Recycler& Workspace::recycler() {
     return _d->recycler;
+}
+
+void Workspace::watchVolumes() {
+    if (_d->volumes != nullptr)
+        return;
+    _d->volumes = std::make_unique<VolumeMonitor>();
+    const VolumeMonitor* volumes = _d->volumes.get();
+    connect(volumes, &VolumeMonitor::willUnmount, this, &Workspace::willUnmount);
+    connect(volumes, &VolumeMonitor::didMount, this, &Workspace::didMount);
+    connect(volumes, &VolumeMonitor::didUnmount, this, &Workspace::didUnmount);
+    connect(volumes, &VolumeMonitor::didRename, this, &Workspace::didRenameVolume);
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+            [this] { _d->volumes.reset(); });
 }
 
 }  // namespace platform

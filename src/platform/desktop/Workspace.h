@@ -55,10 +55,17 @@ class Workspace : public QObject {
     /// What performFileOperation() recycles with.
     Recycler& recycler();
 
+    /// From now on the signals below tell of the volumes that a user should see. To be called once the event
+    /// loop's dispatcher is there.
+    void watchVolumes();
+
  Q_SIGNALS:
-    /// A volume came or went, with its mount folder and display name.
+    /// A volume is about to go, as far as the desktop says so: no file of it may stay open.
+    void willUnmount(const QString& path);
+    /// A volume came or went, with its mount folder and display name; or it was given another name.
     void didMount(const QString& path, const QString& name);
     void didUnmount(const QString& path, const QString& name);
+    void didRenameVolume(const QString& path, const QString& name);
 
  private:
     Workspace();
