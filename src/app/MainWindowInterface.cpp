@@ -10,6 +10,7 @@
 #include "platform/FolderReader.h"
 #include "platform/Guard.h"
 #include "platform/imaging/DecoderProcess.h"
+#include "platform/imaging/DecodeThreads.h"
 #include "platform/PathBytes.h"
 #include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
@@ -76,6 +77,7 @@ MainWindowInterface::MainWindowInterface()
     connectOutlets();
     connectZoom();
     connectStatus();
+    connectVolumes();
     _commands.fillMenu(_menu);
     _menu.attachTo(_window);
 }
@@ -148,6 +150,19 @@ void MainWindowInterface::connectStatus() {
                      &MainWindow::setNumberFound);
     QObject::connect(&_window.grid(), &platform::ImageBrowserView::selectionCountChanged, &_window,
                      &MainWindow::setSelectionCount);
+}
+
+/// Before the delegate's own handlers, which are connected at the launch.
+void MainWindowInterface::connectVolumes() {
+    using platform::Workspace;
+    const auto release = [this](const QString& path) {
+        _thumbnails.releaseFilesBelow(path);
+        platform::DecodeThreads::releaseFilesBelow(path);
+        _images.abandonLoadBelow(path);
+    };
+    const Workspace& workspace = Workspace::sharedWorkspace();
+    QObject::connect(&workspace, &Workspace::willUnmount, &_images, release);
+    QObject::connect(&workspace, &Workspace::didUnmount, &_images, release);
 }
 
 void MainWindowInterface::restoreState() {

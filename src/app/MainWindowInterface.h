@@ -39,6 +39,7 @@ class MainWindowInterface : public platform::MainInterface {
     void connectOutlets();
     void connectZoom();
     void connectStatus();
+    void connectVolumes();
 
     platform::MainMenu _menu;
     platform::ThumbnailQueue _thumbnails;

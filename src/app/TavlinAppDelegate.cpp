@@ -48,6 +48,8 @@ void TavlinAppDelegate::applicationDidFinishLaunching() {
     Workspace& workspace = Workspace::sharedWorkspace();
     connect(&workspace, &Workspace::didMount, this, &TavlinAppDelegate::didMount);
     connect(&workspace, &Workspace::didUnmount, this, &TavlinAppDelegate::didUnmount);
+    connect(&workspace, &Workspace::didRenameVolume, this, &TavlinAppDelegate::didRenameVolume);
+    workspace.watchVolumes();
 
     fileBrowserOutline->tableColumnWithIdentifier(QStringLiteral("folders"))
         ->setHeaderTitle(localizedString("MainWindowFileBrowserColumnFolders"));

@@ -63,6 +63,8 @@ class TavlinAppDelegate : public QObject,
     /// A volume came or went, with its mount folder and its display name.
     void didMount(const QString& path, const QString& name);
     void didUnmount(const QString& path, const QString& name);
+    /// A mounted volume's label came to be known: its row bears it, and stays as it is otherwise.
+    void didRenameVolume(const QString& path, const QString& name);
 
     /// Tells the user by the desktop's notifications, once they are known to be ready.
     void notifyUsingGrowl(const QString& message);

@@ -10,6 +10,21 @@
 
 namespace {
 
+/// What the log and the user are told of a volume's coming or going.
+struct VolumeEvent {
+    const char* method;
+    int pathLine;
+    const char16_t* pathFormat;
+    int nameLine;
+    const char* messageKey;
+};
+
+constexpr VolumeEvent mounted{"-[TavlinAppDelegate didMount:]", 326, u"Heyho someone mounted something at %@",
+                              328, "GrowlMessageVolumeMounted"};
+constexpr VolumeEvent unmounted{"-[TavlinAppDelegate didUnmount:]", 365,
+                                u"Heyho someone unmounted something at %@", 367,
+                                "GrowlMessageVolumeUnmounted"};
+
 /// The text of a key with its one placeholder filled in.
 QString messageForVolume(const char* key, const QString& volumeName) {
     const QString format = platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
@@ -17,15 +32,18 @@ QString messageForVolume(const char* key, const QString& volumeName) {
     return placeholder < 0 ? format : QString(format).replace(placeholder, 2, volumeName);
 }
 
+void tell(TavlinAppDelegate& delegate, const VolumeEvent& event, const QString& path, const QString& name) {
+    logWithMethodName(event.method, event.pathLine, event.pathFormat, path);
+    logWithMethodName(event.method, event.nameLine, u"Localized volume name: %@", name);
+    delegate.notifyUsingGrowl(messageForVolume(event.messageKey, name));
+}
+
 }  // namespace
 
 /// The volume's place in the list of places serves as its row, as reloading has just collapsed the outline
 /// and the volumes are its first rows.
 void TavlinAppDelegate::didMount(const QString& path, const QString& name) {
-    static constexpr auto method = "-[TavlinAppDelegate didMount:]";
-    logWithMethodName(method, 326, u"Heyho someone mounted something at %@", path);
-    logWithMethodName(method, 328, u"Localized volume name: %@", name);
-    notifyUsingGrowl(messageForVolume("GrowlMessageVolumeMounted", name));
+    tell(*this, mounted, path, name);
     reloadPlaces();
 
     auto* places = dynamic_cast<FileBrowserDataSource*>(fileBrowserOutline->delegate());
@@ -37,14 +55,16 @@ void TavlinAppDelegate::didMount(const QString& path, const QString& name) {
 }
 
 void TavlinAppDelegate::didUnmount(const QString& path, const QString& name) {
-    static constexpr auto method = "-[TavlinAppDelegate didUnmount:]";
-    logWithMethodName(method, 365, u"Heyho someone unmounted something at %@", path);
-    logWithMethodName(method, 367, u"Localized volume name: %@", name);
-    notifyUsingGrowl(messageForVolume("GrowlMessageVolumeUnmounted", name));
+    tell(*this, unmounted, path, name);
     reloadPlaces();
 
     if (const int row = fileBrowserOutline->selectedRow(); row >= 0)
         fileBrowserOutline->deselectRow(row);
+}
+
+void TavlinAppDelegate::didRenameVolume(const QString& path, const QString& name) {
+    if (auto* places = dynamic_cast<FileBrowserDataSource*>(fileBrowserOutline->delegate()))
+        places->renamePlace(path, name);
 }
 
 void TavlinAppDelegate::reloadPlaces() {

@@ -89,6 +89,14 @@ void ImageBrowserDataSource::startLoad(const QString& path) {
     setLoad(isDetached ? std::move(load) : nullptr);
 }
 
+void ImageBrowserDataSource::abandonLoadBelow(const QString& folder) {
+    if (_load == nullptr || !platform::isBelowFolder(_load->paths().constFirst(), folder))
+        return;
+    _load->stop();
+    _reloadsAgain = false;
+    setLoad(nullptr);
+}
+
 void ImageBrowserDataSource::setLoad(std::shared_ptr<ImageLoad> load) {
     const bool wasLoading = isLoading();
     _load = std::move(load);

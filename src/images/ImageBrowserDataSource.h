@@ -62,6 +62,8 @@ class ImageBrowserDataSource : public QObject,
 
     /// Starts loading the folder (or file) and returns at once; an absent path does nothing.
     void reloadWithPath(const std::optional<QString>& path);
+    /// Gives up a load that walks this folder or one below it, as its volume goes: what is shown stays.
+    void abandonLoadBelow(const QString& folder);
     /// Reloads the folder selected in the places outline, unless that is the outline's first row.
     void reloadCurrentlyViewedContents();
     /// Merges _importedImages into _images, sorts as the settings say and has the view reload.

@@ -3,6 +3,7 @@
 
 #include "platform/FileAccess.h"
 #include "platform/Guard.h"
+#include "platform/PathBytes.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -20,6 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patienceAtEnd = 1s;
+constexpr auto patienceAtRelease = 40ms;
 
 DecodeResult decodeFile(DecoderProcess& process, const QString& path, DecodeRequest request,
                         std::chrono::milliseconds deadline) {
@@ -41,6 +43,7 @@ struct DecodeThreads::Job {
     std::condition_variable answered;
     QObject* receiver = nullptr;        ///< the task; null once it has been withdrawn
     DecoderProcess* process = nullptr;  ///< at work on it
+    bool isDropped = false;             ///< its file is not to be opened any more
     std::optional<DecodeResult> result;
 
     Job(QString filePath, const DecodeRequest& asked, std::chrono::milliseconds limit, QObject* task)
@@ -48,19 +51,29 @@ struct DecodeThreads::Job {
 
     void run(DecoderProcess& decoder);
     void withdraw();
+    void drop();
+    bool isBelow(const QString& folder) const { return isBelowFolder(path, folder); }
+
+ private:
+    std::optional<DecodeResult> begin(DecoderProcess& decoder);
 };
+
+/// What there is to answer without any work on it.
+std::optional<DecodeResult> DecodeThreads::Job::begin(DecoderProcess& decoder) {
+    const std::scoped_lock lock(mutex);
+    if (!receiver || isDropped)
+        return DecodeFailure{DecodeError::cancelled, {}};
+    decoder.forgetCancellation();
+    process = &decoder;
+    return std::nullopt;
+}
 
 /// Decodes outside the lock, so that a withdrawal never waits for it.
 void DecodeThreads::Job::run(DecoderProcess& decoder) {
-    {
-        const std::scoped_lock lock(mutex);
-        if (!receiver)
-            return;
-        decoder.forgetCancellation();
-        process = &decoder;
-    }
-    DecodeResult answer = guarded("decoding", DecodeResult(DecodeFailure{DecodeError::unavailable, {}}),
-                                  [&] { return decodeFile(decoder, path, request, deadline); });
+    std::optional<DecodeResult> answer = begin(decoder);
+    if (!answer)
+        answer = guarded("decoding", DecodeResult(DecodeFailure{DecodeError::unavailable, {}}),
+                         [&] { return decodeFile(decoder, path, request, deadline); });
     const std::scoped_lock lock(mutex);
     process = nullptr;
     if (!receiver)
@@ -79,11 +92,18 @@ void DecodeThreads::Job::withdraw() {
         process->cancel();
 }
 
+void DecodeThreads::Job::drop() {
+    const std::scoped_lock lock(mutex);
+    isDropped = true;
+    if (process)
+        process->cancel();
+}
+
 /// What the threads share; all guarded by `mutex`.
 struct DecodeThreads::Shared {
     std::mutex mutex;
     std::condition_variable work;   ///< there is a job, or the end
-    std::condition_variable ended;  ///< a thread has ended
+    std::condition_variable ended;  ///< a thread, or its work on a job, has ended
     std::deque<std::shared_ptr<Job>> jobs;
     std::vector<std::shared_ptr<Job>> running;
     bool isStopping = false;
@@ -108,6 +128,7 @@ void DecodeThreads::Shared::run(const QString& program) {
             job->run(process);
             lock.lock();
             std::erase(running, job);
+            ended.notify_all();
         }
     }
     const std::scoped_lock lock(mutex);
@@ -119,9 +140,11 @@ DecodeThreads::DecodeThreads(const QString& program, std::size_t threads)
     : _shared(std::make_shared<Shared>()) {
     for (std::size_t i = 0; i < threads; ++i)
         _shared->threads.emplace_back([shared = _shared, program] { shared->run(program); });
+    all().push_back(this);
 }
 
 DecodeThreads::~DecodeThreads() {
+    std::erase(all(), this);
     std::unique_lock lock(_shared->mutex);
     _shared->isStopping = true;
     _shared->jobs.clear();
@@ -159,6 +182,37 @@ DecodeThreads& DecodeThreads::tiles(const QString& path) {
     static DecodeThreads even(DecoderProcess::installedProgram(), 1);
     static DecodeThreads odd(DecoderProcess::installedProgram(), 1);
     return qHash(path) % 2 == 0 ? even : odd;
+}
+
+std::vector<DecodeThreads*>& DecodeThreads::all() {
+    static std::vector<DecodeThreads*> threads;
+    return threads;
+}
+
+void DecodeThreads::releaseFilesBelow(const QString& folder) {
+    const auto deadline = std::chrono::steady_clock::now() + patienceAtRelease;
+    for (DecodeThreads* threads : all())
+        threads->dropBelow(folder);
+    for (DecodeThreads* threads : all())
+        threads->waitUntilNoneRunsBelow(folder, deadline);
+}
+
+void DecodeThreads::dropBelow(const QString& folder) {
+    const std::scoped_lock lock(_shared->mutex);
+    for (const auto& job : _shared->jobs)
+        if (job->isBelow(folder))
+            job->drop();
+    for (const auto& job : _shared->running)
+        if (job->isBelow(folder))
+            job->drop();
+}
+
+void DecodeThreads::waitUntilNoneRunsBelow(const QString& folder,
+                                           std::chrono::steady_clock::time_point deadline) {
+    std::unique_lock lock(_shared->mutex);
+    _shared->ended.wait_until(lock, deadline, [&] {
+        return std::ranges::none_of(_shared->running, [&](const auto& job) { return job->isBelow(folder); });
+    });
 }
 
 void DecodeThreads::post(const std::shared_ptr<Job>& job) {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <memory>
+#include <vector>
 
 namespace platform {
 
@@ -31,11 +32,18 @@ class DecodeThreads {
     /// the picture. There are two, of one thread each.
     static DecodeThreads& tiles(const QString& path);
 
+    /// All there are let go of the files below the folder: questions about them are answered with
+    /// DecodeError::cancelled. Returns when none of the files is open any more, at the latest after 40 ms.
+    static void releaseFilesBelow(const QString& folder);
+
  private:
     friend class DecodeTask;
     struct Job;
     struct Shared;
     void post(const std::shared_ptr<Job>& job);
+    void dropBelow(const QString& folder);
+    void waitUntilNoneRunsBelow(const QString& folder, std::chrono::steady_clock::time_point deadline);
+    static std::vector<DecodeThreads*>& all();
 
     std::shared_ptr<Shared> _shared;
 };
