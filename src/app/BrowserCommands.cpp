@@ -5,10 +5,10 @@
 #include "app/MainWindow.h"
 #include "app/PictureCommands.h"
 #include "app/TavlinAppDelegate.h"
+#include "app/Texts.h"
 #include "app/ZoomSlider.h"
 #include "images/ImageBrowserDataSource.h"
 #include "places/FileBrowserDataSource.h"
-#include "platform/desktop/Bundle.h"
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/Guard.h"
@@ -30,10 +30,6 @@ namespace {
 constexpr float zoomStep = 0.1F;
 const QString undoName = QStringLiteral("Undo");
 const QString moveToTrashName = QStringLiteral("MoveToTrash");
-
-QString text(const char* key) {
-    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 }  // namespace
 

@@ -2,9 +2,9 @@
 #include "app/FileCommands.h"
 
 #include "app/MainWindow.h"
+#include "app/Texts.h"
 #include "images/ImageBrowserDataSource.h"
 #include "platform/desktop/Application.h"
-#include "platform/desktop/Bundle.h"
 #include "platform/desktop/FileProgram.h"
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/Workspace.h"
@@ -22,10 +22,6 @@ constexpr std::size_t mostFilesAtOnce = 100;
 const QString copyName = QStringLiteral("Copy");
 const QString openWithName = QStringLiteral("OpenWith");
 const QString showName = QStringLiteral("ShowInFileManager");
-
-QString text(const char* key) {
-    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 }  // namespace
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindow.h"
 
-#include "platform/desktop/Bundle.h"
+#include "app/Texts.h"
 #include "ui/ImageAndTextCell.h"
 #include "ui_MainWindow.h"
 
@@ -20,10 +20,6 @@ constexpr int firstPlacesWidth = 240;
 constexpr int firstScriptsHeight = 150;
 /// A load that is over sooner than this shows no sign of being busy, which would only flicker.
 constexpr auto busyDelay = 250ms;
-
-QString text(const char* key) {
-    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 QString number(std::size_t count) {
     return QLocale().toString(static_cast<qulonglong>(count));

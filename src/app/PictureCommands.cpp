@@ -3,9 +3,9 @@
 
 #include "app/FileCommands.h"
 #include "app/ImageWindowOpener.h"
+#include "app/Texts.h"
 #include "images/ImageBrowserDataSource.h"
 #include "platform/desktop/Application.h"
-#include "platform/desktop/Bundle.h"
 #include "platform/desktop/MainMenu.h"
 #include "platform/views/ImageView.h"
 #include "viewer/ImageWindow.h"
@@ -21,10 +21,6 @@ const QString actualSizeName = QStringLiteral("ActualSize");
 const QString nextName = QStringLiteral("NextPicture");
 const QString previousName = QStringLiteral("PreviousPicture");
 const QString fullScreenName = QStringLiteral("FullScreen");
-
-QString text(const char* key) {
-    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 bool hasImageWindow() {
     return frontImageWindow() != nullptr;

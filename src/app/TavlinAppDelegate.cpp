@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/TavlinAppDelegate.h"
 
+#include "app/Texts.h"
 #include "images/ImageBrowserDataSource.h"
 #include "places/FileBrowserDataSource.h"
-#include "platform/desktop/Bundle.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/views/OutlineView.h"
@@ -12,14 +12,9 @@
 #include "settings/PreferencesDictionary.h"
 #include "support/Logging.h"
 
-using platform::Bundle;
 using platform::Workspace;
 
 namespace {
-
-QString localizedString(const char* key) {
-    return Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 /// Forgets a controller from within its own signal.
 void forget(std::unique_ptr<platform::WindowController>& controller) {
@@ -52,9 +47,9 @@ void TavlinAppDelegate::applicationDidFinishLaunching() {
     workspace.watchVolumes();
 
     fileBrowserOutline->tableColumnWithIdentifier(QStringLiteral("folders"))
-        ->setHeaderTitle(localizedString("MainWindowFileBrowserColumnFolders"));
+        ->setHeaderTitle(text("MainWindowFileBrowserColumnFolders"));
     scriptsTableView->tableColumnWithIdentifier(QStringLiteral("scriptNames"))
-        ->setHeaderTitle(localizedString("MainWindowScriptsBrowserColumnScriptName"));
+        ->setHeaderTitle(text("MainWindowScriptsBrowserColumnScriptName"));
 
     connectNotificationBridge();
 

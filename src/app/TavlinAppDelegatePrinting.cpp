@@ -2,7 +2,7 @@
 // Page setup, and printing the picture of the window in front.
 #include "app/TavlinAppDelegate.h"
 
-#include "platform/desktop/Bundle.h"
+#include "app/Texts.h"
 #include "platform/desktop/BusyPointer.h"
 #include "platform/printing/PrintInfo.h"
 #include "platform/printing/PrintOperation.h"
@@ -18,10 +18,6 @@ using platform::PrintInfo;
 using platform::PrintPanel;
 
 namespace {
-
-QString localizedString(const char* key) {
-    return platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
-}
 
 void paginateToFit(PrintInfo& info) {
     info.setHorizontalPagination(PrintInfo::Pagination::fit);
@@ -46,7 +42,7 @@ void logPage(const char* method, const PrintInfo& info) {
 void showFailure(QWidget& window, const QString& destination) {
     auto* panel =
         new QMessageBox(QMessageBox::Warning, window.windowTitle(),
-                        localizedString("PrintingFailed").arg(destination), QMessageBox::Ok, &window);
+                        text("PrintingFailed").arg(destination), QMessageBox::Ok, &window);
     panel->setTextFormat(Qt::PlainText);
     panel->setAttribute(Qt::WA_DeleteOnClose);
     panel->open();
@@ -85,7 +81,7 @@ void TavlinAppDelegate::printingDialogDidClose(PrintPanel& /*panel*/, int return
     paginateToFit(info);
     logPage(method, info);
     platform::PrintOperation operation(view, info);
-    operation.showProgress(*printed, localizedString("PrintingProgress"));
+    operation.showProgress(*printed, text("PrintingProgress"));
     if (!operation.run() && printed != nullptr)
         showFailure(*printed, info.destination());
 }

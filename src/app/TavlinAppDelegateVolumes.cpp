@@ -2,8 +2,8 @@
 // The volumes' coming and going.
 #include "app/TavlinAppDelegate.h"
 
+#include "app/Texts.h"
 #include "places/FileBrowserDataSource.h"
-#include "platform/desktop/Bundle.h"
 #include "platform/PathBytes.h"
 #include "platform/views/OutlineView.h"
 #include "support/Logging.h"
@@ -27,7 +27,7 @@ constexpr VolumeEvent unmounted{"-[TavlinAppDelegate didUnmount:]", 365,
 
 /// The text of a key with its one placeholder filled in.
 QString messageForVolume(const char* key, const QString& volumeName) {
-    const QString format = platform::Bundle::mainBundle().localizedString(QString::fromLatin1(key));
+    const QString format = text(key);
     const qsizetype placeholder = format.indexOf(u"%@");
     return placeholder < 0 ? format : QString(format).replace(placeholder, 2, volumeName);
 }
