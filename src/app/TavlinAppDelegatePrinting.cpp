@@ -40,9 +40,8 @@ void logPage(const char* method, const PrintInfo& info) {
 
 /// Says on the print's own window what became of it.
 void showFailure(QWidget& window, const QString& destination) {
-    auto* panel =
-        new QMessageBox(QMessageBox::Warning, window.windowTitle(),
-                        text("PrintingFailed").arg(destination), QMessageBox::Ok, &window);
+    auto* panel = new QMessageBox(QMessageBox::Warning, window.windowTitle(),
+                                  text("PrintingFailed").arg(destination), QMessageBox::Ok, &window);
     panel->setTextFormat(Qt::PlainText);
     panel->setAttribute(Qt::WA_DeleteOnClose);
     panel->open();
