@@ -238,6 +238,14 @@ void TableView::dropEvent(QDropEvent* event) {
     QMetaObject::invokeMethod(this, acceptDrop, Qt::QueuedConnection);
 }
 
+/// Reached by the keyboard it has a row selected, for the eye to see and for Return to act on.
+void TableView::focusInEvent(QFocusEvent* event) {
+    QTableView::focusInEvent(event);
+    const bool isByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    if (isByKey && selectedRow() < 0 && currentIndex().isValid())
+        selectRow(currentIndex().row());
+}
+
 void TableView::initViewItemOption(QStyleOptionViewItem* option) const {
     QTableView::initViewItemOption(option);
     if (!hasFocus())
