@@ -99,12 +99,16 @@ QDBusMessage call(const QString& connection, const Reference& object, const QStr
     return QDBusConnection(connection).call(message, QDBus::Block, 3000);
 }
 
-QString nameOf(const QString& connection, const Reference& reference) {
+QString property(const QString& connection, const Reference& reference, const QString& name) {
     const auto answer =
-        call(connection, reference, u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {accessible, u"Name"_s});
+        call(connection, reference, u"org.freedesktop.DBus.Properties"_s, u"Get"_s, {accessible, name});
     return answer.type() == QDBusMessage::ReplyMessage
                ? answer.arguments().constFirst().value<QDBusVariant>().variant().toString()
                : QString();
+}
+
+QString nameOf(const QString& connection, const Reference& reference) {
+    return property(connection, reference, u"Name"_s);
 }
 
 QString roleOf(const QString& connection, const Reference& reference) {
@@ -188,6 +192,27 @@ QStringList AccessibilityBus::names(const AccessibleObject& parent, const QStrin
         if (roleOf(_connection, reference) == role)
             result += nameOf(_connection, reference);
     return result;
+}
+
+bool AccessibilityBus::is(const AccessibleObject& object, AccessibleState state) const {
+    if (!object.isValid())
+        return false;
+    const auto answer = call(_connection, {object.service, object.path}, accessible, u"GetState"_s);
+    if (answer.type() != QDBusMessage::ReplyMessage)
+        return false;
+    const auto words = qdbus_cast<QList<quint32>>(answer.arguments().constFirst());
+    return (words.value(0) & (1U << static_cast<unsigned>(state))) != 0;
+}
+
+QString AccessibilityBus::description(const AccessibleObject& object) const {
+    return property(_connection, {object.service, object.path}, u"Description"_s);
+}
+
+QString AccessibilityBus::text(const AccessibleObject& object) const {
+    const auto answer =
+        call(_connection, {object.service, object.path}, u"org.a11y.atspi.Text"_s, u"GetText"_s, {0, -1});
+    return answer.type() == QDBusMessage::ReplyMessage ? answer.arguments().constFirst().toString()
+                                                       : QString();
 }
 
 AccessibleObject AccessibilityBus::search(const QString& role, const QString& name) const {

@@ -44,6 +44,9 @@ struct AccessibleObject {
     bool isValid() const { return !path.isEmpty(); }
 };
 
+/// What an object can be, by its number on the bus.
+enum class AccessibleState { checked = 4, enabled = 8, focused = 12, selected = 23 };
+
 /// Reads the accessibility bus of a desktop as an assistive program does (AT-SPI 2).
 class AccessibilityBus {
  public:
@@ -55,6 +58,10 @@ class AccessibilityBus {
     QList<AccessibleObject> children(const AccessibleObject& object) const;
     /// All children of a role, by what their names are.
     QStringList names(const AccessibleObject& parent, const QString& role) const;
+    bool is(const AccessibleObject& object, AccessibleState state) const;
+    QString description(const AccessibleObject& object) const;
+    /// The text of an object that holds one.
+    QString text(const AccessibleObject& object) const;
 
  private:
     AccessibleObject application() const;
