@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "journeys/Journey.h"
+#include "testing/MountSandbox.h"
+
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+
+using namespace Qt::StringLiterals;
+
+/// Volumes that come and go while the program runs.
+class VolumeJourney : public Journey {
+    Q_OBJECT
+
+ private Q_SLOTS:
+    void comesAndGoes();
+    void manyAtOnce();
+    void tornOffDuringALoad();
+
+ private:
+    static bool mountSmall(const QByteArray& folder) {
+        return ::mkdir(folder.constData(), 0755) == 0 &&
+               ::mount("ramfs", folder.constData(), "ramfs", 0, nullptr) == 0;
+    }
+    static bool hasRow(const AccessibilityBus& bus, const QString& name) {
+        return bus.find(u"tree item"_s, name, 1).isValid();
+    }
+    /// What stands behind `start` in the last line of the debug log that has it.
+    static QString lastLogged(RunningProgram& program, const QString& start) {
+        const QStringList lines = program.debugLog().filter(start);
+        return lines.isEmpty() ? QString() : lines.constLast().mid(start.size());
+    }
+};
+
+#define SKIP_WITHOUT_MOUNTS(desktop)                \
+    if (!MountSandbox::problem().isEmpty())         \
+        QSKIP(qPrintable(MountSandbox::problem())); \
+    if (!(desktop).problem().isEmpty())             \
+    QSKIP(qPrintable((desktop).problem()))
+
+/// What the notifications say of it is heard by the end of each half.
+void VolumeJourney::comesAndGoes() {
+    const Desktop desktop;
+    SKIP_WITHOUT_MOUNTS(desktop);
+    const QString prepared = desktop.folder(u"camera"_s);
+    QVERIFY(MountSandbox::mountExt4(prepared, 8));
+    for (int i = 0; i < 6; ++i)
+        makePicture(u"%1/%2.jpg"_s.arg(prepared).arg(i, 3, 10, QChar(u'0')), colourOf(i));
+    QCOMPARE(::umount2(QFile::encodeName(prepared).constData(), 0), 0);
+    const QString folder = makeFolder(desktop, u"at home"_s, 2);
+    writeSettings(desktop, {{u"PreferencesDebugLoggingSettingKey"_s, u"true"_s}});
+    RunningProgram program(desktop, {folder});
+    const AccessibilityBus bus(desktop);
+    QVERIFY(waitForThumbnails(desktop, bus));
+    QCOMPARE(titles(bus).size(), 2);
+
+    QDir().mkpath(u"/media/Camera"_s);
+    const QStringList mounting{u"-o"_s, u"loop"_s, prepared + u".image"_s, u"/media/Camera"_s};
+    QCOMPARE(QProcess::execute(u"mount"_s, mounting), 0);
+    QVERIFY(bus.find(u"tree item"_s, u"Camera"_s, 20000).isValid());
+    QTRY_COMPARE_WITH_TIMEOUT(titles(bus).filter(u".jpg"_s).size(), 6, 20000);
+    // The notification hides some of the grid.
+    QTRY_VERIFY_WITH_TIMEOUT(shows(desktop.screenshot(), cells(bus).at(u"000.jpg"_s), colourOf(0)), 20000);
+    QVERIFY(hasRow(bus, u"lost+found"_s));
+    desktop.keepScreenshot(u"volume-mounted"_s);
+
+    // Shown and loaded, it can be unmounted at once.
+    QCOMPARE(::umount2("/media/Camera", 0), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"Camera"_s), 20000);
+    desktop.keepScreenshot(u"volume-unmounted"_s);
+    const QStringList log = program.debugLog();
+    for (const QString& line : {u"didMount:] (326): Heyho someone mounted something at /media/Camera"_s,
+                                u"didMount:] (328): Localized volume name: Camera"_s,
+                                u"didUnmount:] (365): Heyho someone unmounted something at /media/Camera"_s,
+                                u"didUnmount:] (367): Localized volume name: Camera"_s})
+        QCOMPARE(log.filter(line).size(), 1);
+    QCOMPARE(
+        lastLogged(program, u"-[FileBrowserDataSource outlineViewSelectionDidChange:] (228): selRow: "_s),
+        u"-1"_s);
+    QCOMPARE(program.terminate(), 0);
+}
+
+void VolumeJourney::manyAtOnce() {
+    const Desktop desktop;
+    SKIP_WITHOUT_MOUNTS(desktop);
+    const QString folder = makeFolder(desktop, u"at home"_s, 2);
+    RunningProgram program(desktop, {folder});
+    const AccessibilityBus bus(desktop);
+    QVERIFY(waitForThumbnails(desktop, bus));
+    for (int i = 0; i < 200; ++i)
+        QVERIFY(mountSmall("/media/many " + QByteArray::number(i)));
+    QTRY_VERIFY_WITH_TIMEOUT(hasRow(bus, u"many 199"_s), 30000);
+    desktop.keepScreenshot(u"volume-many"_s);
+    for (int i = 0; i < 200; ++i)
+        QCOMPARE(::umount2(("/media/many " + QByteArray::number(i)).constData(), 0), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"many 0"_s) && !hasRow(bus, u"many 199"_s), 30000);
+    QCOMPARE(program.terminate(), 0);
+}
+
+/// Its folders go from under the walk; nothing is waited for, and the program stays.
+void VolumeJourney::tornOffDuringALoad() {
+    const Desktop desktop;
+    SKIP_WITHOUT_MOUNTS(desktop);
+    const QString folder = makeFolder(desktop, u"at home"_s, 2);
+    writeSettings(desktop, {{u"PreferencesDebugLoggingSettingKey"_s, u"true"_s},
+                            {u"PreferencesImageBrowserRecursiveSettingKey"_s, u"true"_s}});
+    const QString staging = desktop.folder(u"deep"_s);
+    QVERIFY(mountSmall(QFile::encodeName(staging)));
+    for (int i = 0; i < 100; ++i) {
+        QDir().mkpath(u"%1/%2"_s.arg(staging).arg(i));
+        for (int j = 0; j < 100; ++j)
+            QVERIFY(QFile(u"%1/%2/%3"_s.arg(staging).arg(i).arg(j)).open(QFile::WriteOnly));
+    }
+    RunningProgram program(desktop, {folder});
+    const AccessibilityBus bus(desktop);
+    QVERIFY(waitForThumbnails(desktop, bus));
+    QDir().mkpath(u"/media/Torn"_s);
+    QCOMPARE(::mount(QFile::encodeName(staging).constData(), "/media/Torn", nullptr, MS_MOVE, nullptr), 0);
+    QVERIFY(program.waitForLog(u"Starting to add from /media/Torn/"_s, 20000));
+    QVERIFY(MountSandbox::unmount(u"/media/Torn"_s));
+    QVERIFY(program.waitForLog(u"someone unmounted something at /media/Torn"_s, 20000));
+    QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"Torn"_s), 20000);
+    QCOMPARE(program.terminate(), 0);
+}
+
+int main(int argc, char** argv) {
+    MountSandbox::enter();
+    if (MountSandbox::problem().isEmpty())
+        ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
+    const QGuiApplication application(argc, argv);
+    VolumeJourney journey;
+    return QTest::qExec(&journey, argc, argv);
+}
+
+#include "tst_volume_journey.moc"
