@@ -12,8 +12,12 @@
 
 using namespace Qt::StringLiterals;
 
-RunningProgram::RunningProgram(const Desktop& desktop, const QStringList& arguments) : _desktop(desktop) {
-    _process.setProcessEnvironment(_desktop.environment());
+RunningProgram::RunningProgram(const Desktop& desktop, const QStringList& arguments)
+    : RunningProgram(desktop.environment(), arguments) {
+}
+
+RunningProgram::RunningProgram(const QProcessEnvironment& environment, const QStringList& arguments) {
+    _process.setProcessEnvironment(environment);
     _process.setProcessChannelMode(QProcess::SeparateChannels);
     _process.start(QStringLiteral(TAVLIN_BUILD_DIR "/bin/tavlin"), arguments);
     _process.waitForStarted();

@@ -11,6 +11,8 @@
 class RunningProgram {
  public:
     RunningProgram(const Desktop& desktop, const QStringList& arguments);
+    /// Not on the desktop's own display.
+    RunningProgram(const QProcessEnvironment& environment, const QStringList& arguments);
     /// Ends the program if it still runs.
     ~RunningProgram();
 
@@ -29,7 +31,6 @@ class RunningProgram {
     int waitForEnd(int milliseconds = 10000);
 
  private:
-    const Desktop& _desktop;
     QProcess _process;
     QByteArray _standardError;
 };
