@@ -4,14 +4,20 @@
 #include "testing/TestHome.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QImage>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
+#include <algorithm>
+#include <memory>
+#include <vector>
+
 using namespace platform;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -46,6 +52,7 @@ class PropertiesTest : public QObject {
     void packedPropertiesComeBack();
     void hostileBytes_data();
     void hostileBytes();
+    void releasedFiles();
     void lyingDecoders_data();
     void lyingDecoders();
     void ofRealFiles_data();
@@ -122,6 +129,33 @@ void PropertiesTest::lyingDecoders() {
     QVERIFY(std::holds_alternative<DecodeFailure>(result));
     QCOMPARE(std::get<DecodeFailure>(result).error, expected);
     QTRY_COMPARE(finished.count(), 1);
+}
+
+/// What is asked of the files of a volume that goes is answered, begun or not, and none of them stays open.
+void PropertiesTest::releasedFiles() {
+    const QString folder = path(u"volume"_s);
+    QVERIFY(QDir().mkdir(folder));
+    DecodeThreads threads(hostile("hangs"), 1);
+    std::vector<std::unique_ptr<DecodeTask>> tasks;
+    for (const QString& name : {u"volume/running"_s, u"volume/waiting"_s, u"volume 2"_s}) {
+        QFile file(_folder.filePath(name));
+        QVERIFY(file.open(QFile::WriteOnly));
+        tasks.push_back(std::make_unique<DecodeTask>(threads, file.fileName(), kProperties, kPatience));
+    }
+    const auto isOpen = [&] {
+        const QStringList descriptors = QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System);
+        return std::ranges::any_of(descriptors, [&](const QString& each) {
+            return QFile::symLinkTarget(u"/proc/self/fd/"_s + each).startsWith(folder + u'/');
+        });
+    };
+    QTRY_VERIFY(isOpen());
+    DecodeThreads::releaseFilesBelow(folder);
+    QTRY_VERIFY(!isOpen());
+    for (const std::size_t dropped : {0, 1}) {
+        QVERIFY(tasks[dropped]->waitFor(kPatience));
+        QCOMPARE(std::get<DecodeFailure>(tasks[dropped]->takeResult()).error, DecodeError::cancelled);
+    }
+    QVERIFY(!tasks[2]->isFinished());
 }
 
 void PropertiesTest::ofRealFiles_data() {
