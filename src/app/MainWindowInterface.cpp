@@ -112,6 +112,10 @@ void MainWindowInterface::connectOutlets() {
     grid.setThumbnailQueue(&_thumbnails);
     grid.setIconProvider(
         [](const QString& path) { return platform::Workspace::sharedWorkspace().iconForFile(path)->icon(); });
+    QObject::connect(&platform::Workspace::sharedWorkspace(), &platform::Workspace::iconArrived, &grid,
+                     [&grid](const QString& path, const platform::ImageRef& icon) {
+                         grid.replaceIcon(path, icon->icon());
+                     });
 
     _scripts.setScriptsTableView(&_window.scriptsTable());
     _scripts.setMainWindow(&_window);

@@ -9,10 +9,14 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
+#include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
 
 #include <QAction>
 #include <QCoreApplication>
+#include <QDir>
+#include <QScopeGuard>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 
@@ -159,6 +163,23 @@ class TestAppDelegate : public QObject {
                      "foreground, maybe the user changed something in the filesystem. Reload the "
                      "currently selected stuff."));
         QVERIFY(lines.at(1).startsWith(u"-[FileBrowserDataSource reloadContentsOfSelectedItem]"_s));
+    }
+
+    void folderOnASlowPlaceGetsItsIcon() {
+        const QString folder = qEnvironmentVariable("HOME") + u"/far"_s;
+        QVERIFY(QDir().mkdir(folder));
+        auto& workspace = platform::Workspace::sharedWorkspace();
+        const QSignalSpy arrived(&workspace, &platform::Workspace::iconArrived);
+        SlowPlace place(folder);
+        platform::FolderReader::shared().setRead(place.read(), std::chrono::milliseconds(5));
+        const auto restore =
+            qScopeGuard([] { platform::FolderReader::shared().setRead(platform::readFolder); });
+        const platform::ImageRef known = workspace.iconForFile(folder, platform::FileKind::folder);
+        QVERIFY(*workspace.iconForFile(folder) != *known);
+        place.answer();
+        QTRY_COMPARE(arrived.size(), 1);
+        QCOMPARE(arrived[0][0].toString(), folder);
+        QVERIFY(*arrived[0][1].value<platform::ImageRef>() == *known);
     }
 
     void mountSelectsAndExpandsBesideTheSelection() {

@@ -138,7 +138,8 @@ struct Workspace::Private {
     QHash<QString, QString> folderIconNames = specialFolders();
     MountTable mounts;
     Recycler recycler;
-    std::unique_ptr<VolumeMonitor> volumes;  ///< while they are watched
+    std::unique_ptr<VolumeMonitor> volumes;                                   ///< while they are watched
+    const std::shared_ptr<const void> lateAnswers = std::make_shared<int>();  ///< their owner
 
     ImageRef image(const IconNames& names);
     bool isMountFolder(const QString& path);
@@ -183,7 +184,12 @@ ImageRef Workspace::iconForFile(const QString& path, FileKind kind) {
     if (path == u"/" || _d->isMountFolder(path))
         return _d->image({{removableVolumeName(path), QStringLiteral("drive-harddisk")}, volumeFallback});
     if (kind == FileKind::unknown) {
-        const auto status = FolderReader::shared().contents(path, FolderDetail::status);
+        const auto tellLate = [this, path](const FolderContents& status) {
+            if (status.isFolder)
+                Q_EMIT iconArrived(path, iconForFile(path, FileKind::folder));
+        };
+        const auto status =
+            FolderReader::shared().contents(path, FolderDetail::status, {_d->lateAnswers, tellLate});
         kind = status && status->isFolder ? FileKind::folder : FileKind::notFolder;
     }
     return _d->image(kind == FileKind::folder ? folderIcon() : fileNameIcon(lastPathComponent(path)));

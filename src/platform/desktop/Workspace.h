@@ -29,7 +29,7 @@ class Workspace : public QObject {
     /// A new image object for each call, 32 by 32 points until resized; the picture itself is shared. Never
     /// null: the theme's icon for the file's kind (folders and volumes by their role), else the program's
     /// own. Asks the file system only for an unknown kind, and then waits for a volume no longer than
-    /// FolderReader does.
+    /// FolderReader does: what turns out to be a folder later is told by iconArrived().
     ImageRef iconForFile(const QString& path, FileKind kind = FileKind::unknown);
     /// "fldr": a folder; "gurl": an internet location; otherwise a file name's extension or MIME type.
     ImageRef iconForFileType(const QString& type);
@@ -60,6 +60,8 @@ class Workspace : public QObject {
     void watchVolumes();
 
  Q_SIGNALS:
+    /// The icon of a folder that iconForFile() took for a file, as its place had not answered in time.
+    void iconArrived(const QString& path, const platform::ImageRef& icon);
     /// A volume is about to go, as far as the desktop says so: no file of it may stay open.
     void willUnmount(const QString& path);
     /// A volume came or went, with its mount folder and display name; or it was given another name.

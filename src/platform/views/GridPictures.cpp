@@ -85,7 +85,7 @@ GridPictures::Entry GridPictures::make(const QString& path, const Thumbnail& thu
         entry.picture.kind = CellPicture::Kind::broken;
         entry.picture.failure = thumbnail.failure;
     } else if (thumbnail.state == Thumbnail::State::notImage) {
-        entry.picture = makeIcon(path);
+        entry.picture = pictureOfIcon(providedIcon(path));
     } else if (isShown(thumbnail) && !thumbnail.image.isNull()) {
         const int side = longerSide(thumbnail.image);
         // An image below the wanted size is either the whole small picture or of an earlier, smaller zoom.
@@ -106,15 +106,25 @@ GridPictures::Entry GridPictures::make(const QString& path, const Thumbnail& thu
     return entry;
 }
 
-CellPicture GridPictures::makeIcon(const QString& path) const {
-    CellPicture picture;
-    picture.kind = CellPicture::Kind::icon;
-    picture.fit = CellPicture::Fit::ownSize;
+bool GridPictures::replaceIcon(const QString& path, const QIcon& icon) {
+    Entry* const entry = _entries.object(path);
+    if (!entry || entry->picture.kind != CellPicture::Kind::icon)
+        return false;
+    entry->picture = pictureOfIcon(icon);
+    return true;
+}
+
+QIcon GridPictures::providedIcon(const QString& path) const {
     QIcon icon;
     if (_iconProvider)
         icon = guarded("iconProvider", QIcon(), [&] { return _iconProvider(path); });
-    if (icon.isNull())
-        icon = QApplication::style()->standardIcon(QStyle::SP_FileIcon);
+    return icon.isNull() ? QApplication::style()->standardIcon(QStyle::SP_FileIcon) : icon;
+}
+
+CellPicture GridPictures::pictureOfIcon(const QIcon& icon) const {
+    CellPicture picture;
+    picture.kind = CellPicture::Kind::icon;
+    picture.fit = CellPicture::Fit::ownSize;
     // A little smaller than a photograph, as an icon's shape carries more weight than its frame.
     const int side = _side * 3 / 4;
     picture.pixmap = icon.pixmap(QSize(side, side), _devicePixelRatio);

@@ -55,6 +55,8 @@ class GridPictures {
     /// The queue has answered for a path: what that changes in its cell.
     Change update(const QString& path);
     void clear() { _entries.clear(); }
+    /// Puts another icon in the place of the one that the provider had for a path; false where none stands.
+    bool replaceIcon(const QString& path, const QIcon& icon);
 
  private:
     struct Entry {
@@ -68,7 +70,8 @@ class GridPictures {
     /// Whether a thumbnail is the answer to the wish for the present target, or what happens to be at hand.
     enum class Asked { now, answered };
     Entry make(const QString& path, const Thumbnail& thumbnail, const Entry* before, Asked asked) const;
-    CellPicture makeIcon(const QString& path) const;
+    QIcon providedIcon(const QString& path) const;
+    CellPicture pictureOfIcon(const QIcon& icon) const;
     void keep(const QString& path, Entry entry);
 
     const ThumbnailQueue* _queue = nullptr;

@@ -232,6 +232,11 @@ void ImageBrowserView::setIconProvider(std::function<QIcon(const QString&)> prov
     viewport()->update();
 }
 
+void ImageBrowserView::replaceIcon(const QString& path, const QIcon& icon) {
+    if (_d->pictures.replaceIcon(path, icon))
+        viewport()->update();
+}
+
 void ImageBrowserView::setEmptyText(const QString& text) {
     _d->emptyText = text;
     if (_d->model.count() == 0)

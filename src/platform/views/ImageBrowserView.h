@@ -114,6 +114,8 @@ class ImageBrowserView : public QAbstractItemView {
 
     /// Answers the icon of a file that is no picture.
     void setIconProvider(std::function<QIcon(const QString& path)> provider);
+    /// The icon of a file, where its cell shows one, turned out to be another.
+    void replaceIcon(const QString& path, const QIcon& icon);
     /// What an empty grid says in its middle; nothing by default.
     void setEmptyText(const QString& text);
     /// How an item's place is told to assistive tools, with %1 and %2 for its number and the count.
