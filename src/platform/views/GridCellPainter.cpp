@@ -233,6 +233,9 @@ void GridCellPainter::paintTitle(QPainter& painter, const GridCell& cell) const 
         painter.setRenderHint(QPainter::Antialiasing, false);
     }
     painter.setPen(color(cell.isSelected ? QPalette::HighlightedText : QPalette::Text));
+    // A name runs as its letters do, whatever the window's direction: "a-" never as "-a".
+    const bool runsLeft = cell.titleLines.join(QString()).isRightToLeft();
+    painter.setLayoutDirection(runsLeft ? Qt::RightToLeft : Qt::LeftToRight);
     QRect line(cell.title.left(), cell.title.top(), cell.title.width(), _look.lineHeight);
     for (const QString& text : cell.titleLines) {
         painter.drawText(line, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine, text);

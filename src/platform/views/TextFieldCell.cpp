@@ -67,7 +67,7 @@ void TextFieldCell::drawTitle(QRectF frame, QPainter& painter, const CellContext
     painter.save();
     painter.setFont(_font);
     painter.setPen(context.palette.color(group, role));
-    painter.setLayoutDirection(context.direction);
+    painter.setLayoutDirection(_title.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     painter.drawText(frame, static_cast<int>(side | vertical | Qt::AlignAbsolute) | Qt::TextSingleLine,
                      shown);
     painter.restore();
