@@ -19,7 +19,7 @@
     <message id="MainMenuEdit"><source></source><translation>&amp;Edit</translation></message>
     <message id="MainMenuFile"><source></source><translation>&amp;File</translation></message>
     <message id="MainMenuFullScreen"><source></source><translation>F&amp;ull Screen</translation></message>
-    <message id="MainMenuGoToParentFolder"><source></source><translation>Go to &amp;Parent Folder</translation></message>
+    <message id="MainMenuGoToParentFolder"><source></source><translation>&amp;Go to Parent Folder</translation></message>
     <message id="MainMenuHelp"><source></source><translation>&amp;Help</translation></message>
     <message id="MainMenuMoveToTrash"><source></source><translation>Move to &amp;Trash</translation></message>
     <message id="MainMenuNextPicture"><source></source><translation>&amp;Next Picture</translation></message>
