@@ -23,7 +23,7 @@ using platform::PropertyValue;
 
 constexpr const char* method = "-[ImageWindowController initWithWindowNibName:sender:imagePath:]";
 constexpr auto patience = 40ms;  // that opening waits for the metadata
-constexpr auto deadline = 10s;
+constexpr auto propertiesDeadline = 10s;
 
 /// A dictionary within the properties, as an object to log; nothing when it is absent.
 std::optional<PropertyValue> nested(const PropertyDictionary& properties, QStringView key) {
@@ -74,7 +74,7 @@ void ImageWindowController::connectOutlets() {
 void ImageWindowController::readProperties() {
     const platform::DecodeRequest request{platform::DecodeRequest::Kind::properties, -1, 1};
     _properties = std::make_unique<platform::DecodeTask>(platform::DecodeThreads::properties(), _filePath,
-                                                         request, deadline);
+                                                         request, propertiesDeadline);
     if (_properties->waitFor(patience)) {
         takeProperties();
         return;
@@ -83,7 +83,7 @@ void ImageWindowController::readProperties() {
                  metadataSectionText(MetadataSection::iptc, {}),
                  metadataSectionText(MetadataSection::exif, {}));
     connect(_properties.get(), &platform::DecodeTask::finished, this, &ImageWindowController::takeProperties);
-    QTimer::singleShot(deadline, this, &ImageWindowController::takeProperties);
+    QTimer::singleShot(propertiesDeadline, this, &ImageWindowController::takeProperties);
 }
 
 /// The answer or its deadline has come, whichever is first.

@@ -22,15 +22,15 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr qreal printTextSize = 7;  // points
-constexpr qreal pointsPerInch = 72;
-constexpr int largestSide = 8192;  // pixels, that a decoder serves: 700 of them an inch on A4, 300 up to A2
-constexpr auto deadline = 20s;
+constexpr int largestSide = 8192;   // pixels, that a decoder serves: 700 of them an inch on A4, 300 up to A2
+constexpr auto printDeadline = 20s;
 
 /// The pixels of the longer side of a page, at the printer's resolution.
 int sideForPage() {
     auto& info = platform::PrintInfo::sharedPrintInfo();
     const QSizeF page = info.imageablePageBounds().size();
-    const qreal side = std::max(page.width(), page.height()) / pointsPerInch * info.printer().resolution();
+    const qreal side =
+        std::max(page.width(), page.height()) / platform::pointsPerInch * info.printer().resolution();
     return std::clamp(int(std::ceil(side)), 1, largestSide);
 }
 
@@ -47,8 +47,8 @@ QImage onPaper(const QImage& picture) {
 /// The picture as the file has it now; null where that cannot be read. Blocks until then.
 QImage readPicture(const QString& path) {
     const platform::DecodeRequest request{platform::DecodeRequest::Kind::thumbnail, -1, sideForPage()};
-    platform::DecodeTask task(platform::DecodeThreads::printing(), path, request, deadline);
-    if (!task.waitFor(deadline))
+    platform::DecodeTask task(platform::DecodeThreads::printing(), path, request, printDeadline);
+    if (!task.waitFor(printDeadline))
         return {};
     const platform::DecodeResult result = task.takeResult();
     const auto* decoded = std::get_if<platform::DecodedPicture>(&result);

@@ -11,7 +11,7 @@ namespace {
 
 using platform::PropertyValue;
 
-constexpr const char* method = "-[ImageWindowController initWithWindowNibName:sender:imagePath:]";
+constexpr const char* openingOfWindow = "-[ImageWindowController initWithWindowNibName:sender:imagePath:]";
 constexpr qsizetype keyWidth = 32;  // UTF-16 code units
 
 QString heading(MetadataSection section) {
@@ -46,9 +46,9 @@ std::optional<QString> textOf(MetadataSection section, const PropertyValue& valu
 /// A key that is longer than the column gets none.
 QString fillerFor(const QString& key) {
     const qsizetype length = keyWidth - key.size();
-    logWithMethodName(method, currentLine(), u"fillerLength: %d", length);
+    logWithMethodName(openingOfWindow, currentLine(), u"fillerLength: %d", length);
     QString filler(qMax<qsizetype>(0, length), u' ');
-    logWithMethodName(method, currentLine(), u"filler length: %d", filler.size());
+    logWithMethodName(openingOfWindow, currentLine(), u"filler length: %d", filler.size());
     return filler;
 }
 
@@ -57,9 +57,9 @@ QString fillerFor(const QString& key) {
 QString metadataSectionText(MetadataSection section, const platform::PropertyDictionary& properties) {
     QString text = heading(section);
     for (const auto& [key, value] : properties) {
-        logWithMethodName(method, currentLine(), u"prop: %@", value);
+        logWithMethodName(openingOfWindow, currentLine(), u"prop: %@", value);
         if (section != MetadataSection::general)
-            logWithMethodName(method, currentLine(), u"prop %@ is of class %@", value,
+            logWithMethodName(openingOfWindow, currentLine(), u"prop %@ is of class %@", value,
                               [&value = value] { return value.className(); });
         if (const auto shown = textOf(section, value))
             text += key + u':' + fillerFor(key) + *shown + u'\n';

@@ -8,6 +8,8 @@
 
 namespace platform {
 
+inline constexpr qreal pointsPerInch = 72;
+
 /// The printer, the paper and the margins that page setup, the print panel and every print share; what is
 /// chosen holds until the program ends. Without a printer, prints go to PDF files. Main thread only.
 class PrintInfo : public QObject {

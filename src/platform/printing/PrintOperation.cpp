@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/printing/PrintOperation.h"
 
+#include "platform/printing/PrintInfo.h"
 #include "platform/printing/PrintPage.h"
 
 #include <QCoreApplication>
@@ -24,7 +25,6 @@ Q_LOGGING_CATEGORY(printingCategory, "tavlin.printing")
 
 using namespace std::chrono_literals;
 
-constexpr qreal pointsPerInch = 72;
 constexpr auto patience = 300ms;  // that printing waits for its panel to appear
 
 /// A panel without a button, on the screen as long as it lives.

@@ -2,16 +2,11 @@
 #include "platform/printing/PrintPage.h"
 
 #include "platform/printing/PageArrangement.h"
+#include "platform/printing/PrintInfo.h"
 
 #include <QPainter>
 
 namespace platform {
-
-namespace {
-
-constexpr qreal pointsPerInch = 72;
-
-}  // namespace
 
 void PrintImageView::paint(QPainter& painter) const {
     if (!_image.isNull())

@@ -16,7 +16,6 @@ namespace platform {
 
 namespace {
 
-constexpr qreal pointsPerInch = 72;
 constexpr qreal epsScale = 3;  // pixels of the document for one of the screen
 
 struct Destroy {
