@@ -69,9 +69,18 @@ void VolumeJourney::comesAndGoes() {
     QVERIFY(hasRow(bus, u"lost+found"_s));
     desktop.keepScreenshot(u"volume-mounted"_s);
 
-    // Shown and loaded, it can be unmounted at once.
+    // Shown and loaded, one of its pictures in a window of its own, it can be unmounted at once.
+    desktop.click(cells(bus).at(u"003.jpg"_s).center(), 2);
+    const auto isPictureSeen = [&] {
+        const QByteArray title =
+            desktop.run(u"xdotool"_s, {u"getactivewindow"_s, u"getwindowname"_s}).toUtf8();
+        const QImage screen = desktop.screenshot();
+        return title.startsWith("003.jpg") && shows(screen, screen.rect(), colourOf(3));
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isPictureSeen(), 20000);
     QCOMPARE(::umount2("/media/Camera", 0), 0);
     QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"Camera"_s), 20000);
+    QVERIFY(isPictureSeen());
     desktop.keepScreenshot(u"volume-unmounted"_s);
     const QStringList log = program.debugLog();
     for (const QString& line : {u"didMount:] (326): Heyho someone mounted something at /media/Camera"_s,

@@ -29,7 +29,7 @@ bool isGLibsLoopRunning() {
 QString mountFolderOf(GMount* mount) {
     GFile* root = g_mount_get_root(mount);
     char* path = g_file_is_native(root) != FALSE ? g_file_get_path(root) : nullptr;
-    const QString folder = path == nullptr ? QString() : pathFromBytes(path);
+    QString folder = path == nullptr ? QString() : pathFromBytes(path);
     g_free(path);
     g_object_unref(root);
     return folder;
