@@ -43,7 +43,6 @@ class VolumeJourney : public Journey {
     if (!(desktop).problem().isEmpty())             \
     QSKIP(qPrintable((desktop).problem()))
 
-/// What the notifications say of it is heard by the end of each half.
 void VolumeJourney::comesAndGoes() {
     const Desktop desktop;
     SKIP_WITHOUT_MOUNTS(desktop);
@@ -58,6 +57,12 @@ void VolumeJourney::comesAndGoes() {
     const AccessibilityBus bus(desktop);
     QVERIFY(waitForThumbnails(desktop, bus));
     QCOMPARE(titles(bus).size(), 2);
+    QProcess notifications;
+    notifications.setProcessEnvironment(desktop.environment());
+    notifications.start(u"dunst"_s, {u"-print"_s});
+    const bool hasNotifications = notifications.waitForStarted();
+    QByteArray told;
+    QVERIFY(!hasNotifications || program.waitForLog(u"REEEEEEEEEEEEADY!"_s));
 
     QDir().mkpath(u"/media/Camera"_s);
     const QStringList mounting{u"-o"_s, u"loop"_s, prepared + u".image"_s, u"/media/Camera"_s};
@@ -68,6 +73,8 @@ void VolumeJourney::comesAndGoes() {
     QTRY_VERIFY_WITH_TIMEOUT(shows(desktop.screenshot(), cells(bus).at(u"000.jpg"_s), colourOf(0)), 20000);
     QVERIFY(hasRow(bus, u"lost+found"_s));
     desktop.keepScreenshot(u"volume-mounted"_s);
+    if (hasNotifications)
+        QTRY_COMPARE((told += notifications.readAll()).count("body: 'The volume “Camera” is there now.'"), 1);
 
     // Shown and loaded, one of its pictures in a window of its own, it can be unmounted at once.
     desktop.click(cells(bus).at(u"003.jpg"_s).center(), 2);
@@ -83,6 +90,9 @@ void VolumeJourney::comesAndGoes() {
     QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"Camera"_s), 20000);
     QVERIFY(isPictureSeen());
     desktop.keepScreenshot(u"volume-unmounted"_s);
+    if (hasNotifications)
+        QTRY_COMPARE((told += notifications.readAll()).count("body: 'The volume “Camera” was removed.'"), 1);
+    QCOMPARE(told.count("summary:"), hasNotifications ? 2 : 0);
     const QStringList log = program.debugLog();
     for (const QString& line : {u"didMount:] (326): Heyho someone mounted something at /media/Camera"_s,
                                 u"didMount:] (328): Localized volume name: Camera"_s,
@@ -93,6 +103,8 @@ void VolumeJourney::comesAndGoes() {
         lastLogged(program, u"-[FileBrowserDataSource outlineViewSelectionDidChange:] (228): selRow: "_s),
         u"-1"_s);
     QCOMPARE(program.terminate(), 0);
+    notifications.terminate();
+    notifications.waitForFinished();
 }
 
 void VolumeJourney::manyAtOnce() {
