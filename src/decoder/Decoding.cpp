@@ -6,6 +6,7 @@
 #include "decoder/ExifBlock.h"
 #include "decoder/Finish.h"
 #include "decoder/FormatDetection.h"
+#include "decoder/FrameKeeper.h"
 #include "decoder/Inflate.h"
 #include "decoder/InputDevice.h"
 #include "decoder/LoaderMessages.h"
@@ -200,6 +201,11 @@ RegionKeeper& keeper() {
     return keeper;
 }
 
+FrameKeeper& frameKeeper() {
+    static FrameKeeper keeper;
+    return keeper;
+}
+
 Result decodeProperties(const InputDevice& device) {
     if (!readProperties)
         return Failure{Status::otherRole, {}};
@@ -223,6 +229,8 @@ Result dispatch(const Request& request, InputDevice& device) {
             return decodeProperties(device);
         case RequestKind::region:
             return keeper().region(request, device);
+        case RequestKind::frame:
+            return frameKeeper().frame(request.frame, device);
     }
     return Failure{Status::damaged, "unknown request"};
 }
@@ -231,6 +239,7 @@ Result dispatch(const Request& request, InputDevice& device) {
 
 void forgetKeptPictures() {
     keeper().forget();
+    frameKeeper().forget();
 }
 
 bool prepare(Role role) {

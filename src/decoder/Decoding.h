@@ -14,7 +14,7 @@ bool prepare(Role role);
 /// process's limits.
 Result decode(const Request& request, int descriptor);
 
-/// Gives back the memory of the pictures that are kept for further regions of them.
+/// Gives back the memory of the pictures that are kept for further regions or frames of them.
 void forgetKeptPictures();
 
 }  // namespace decoder

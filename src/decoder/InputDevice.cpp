@@ -24,6 +24,14 @@ InputDevice::InputDevice(const InputDevice& file, qint64 start, qint64 length)
     open(QIODevice::ReadOnly);
 }
 
+InputDevice::Identity InputDevice::identity() const {
+    struct stat status {};
+    ::fstat(_descriptor, &status);
+    return {std::int64_t(status.st_dev), std::int64_t(status.st_ino), status.st_size,
+            status.st_mtim.tv_sec,       status.st_mtim.tv_nsec,      status.st_ctim.tv_sec,
+            status.st_ctim.tv_nsec};
+}
+
 QByteArray InputDevice::head(qsizetype bytes) const {
     return bytesAt(0, bytes);
 }

@@ -3,6 +3,9 @@
 
 #include <QIODevice>
 
+#include <array>
+#include <cstdint>
+
 namespace decoder {
 
 /// Random access to an open file by pread(2): the descriptor's own offset, which the program shares, stays as
@@ -17,6 +20,9 @@ class InputDevice : public QIODevice {
     InputDevice(const InputDevice& file, qint64 start, qint64 length);
 
     int descriptor() const { return _descriptor; }
+    /// What tells whether a file is the same, and unchanged.
+    using Identity = std::array<std::int64_t, 7>;
+    Identity identity() const;
     qint64 size() const override { return _size; }
     /// The first bytes of the file, fewer when it is shorter.
     QByteArray head(qsizetype bytes) const;

@@ -16,6 +16,9 @@ struct Picture {
     QImage image;
     QSize fullSize;  ///< upright
     Texts texts;
+    int frameCount = 1;
+    int delay = 0;  ///< milliseconds until the next frame
+    int loops = 0;  ///< how often all frames are shown again, -1 for ever
 };
 
 struct Failure {

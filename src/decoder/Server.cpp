@@ -60,6 +60,9 @@ platform::ScopedFileDescriptor share(const Picture& picture, Response& response)
     response.fullWidth = picture.fullSize.width();
     response.fullHeight = picture.fullSize.height();
     response.textBytes = static_cast<std::uint64_t>(texts.size());
+    response.frameCount = std::clamp(picture.frameCount, 1, kMaximumFrames);
+    response.delay = std::max(picture.delay, 0);
+    response.loops = std::max(picture.loops, -1);
     return memory;
 }
 
@@ -98,7 +101,7 @@ bool answer(int socket, std::uint64_t id, const Result& result) {
 bool isSane(const Request& request, const ReceivedMessage& received) {
     return received.state == ReceivedMessage::State::message && received.size == sizeof request &&
            request.magic == kMagic && request.version == kVersion && request.pixelSize >= 1 &&
-           request.pixelSize <= kMaximumPixelSize &&
+           request.pixelSize <= kMaximumPixelSize && request.frame >= 0 &&
            (request.kind != RequestKind::region || isSaneRegion(request)) && received.descriptor.isValid();
 }
 

@@ -85,6 +85,12 @@ void loadToolkitFormats() {
     }
 }
 
+QSize sizeToBeRead(const QImageReader& reader, Format format) {
+    const QSize declared =
+        format == Format::gif ? declaredSize(format, reader.device()->peek(kHeadBytes)) : QSize();
+    return declared.isEmpty() ? reader.size() : declared;
+}
+
 Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& options) {
     takeLoaderMessage();
     QImageReader reader(&device, toolkitFormat(format));
@@ -92,7 +98,9 @@ Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& opti
     reader.setAutoTransform(false);
     if (format == Format::ico)
         selectIcon(reader, options.pixelSize);
-    const QSize fullSize = reader.size();
+    const QSize fullSize = sizeToBeRead(reader, format);
+    // One look through the file, which the toolkit takes for the size as well.
+    const int frameCount = format == Format::gif || format == Format::webp ? reader.imageCount() : 1;
     if (fullSize.isValid() && isTooLarge(fullSize, format, reader.imageFormat()))
         return Failure{Status::tooLarge, {}};
     const auto transformation = options.transformation.value_or(reader.transformation());
@@ -103,7 +111,10 @@ Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& opti
     if (image.isNull())
         return failureOf(reader);
     const QSize shownSize = fullSize.isValid() ? fullSize : image.size();
-    return finish(std::move(image), shownSize, transformation, options.pixelSize);
+    Result result = finish(std::move(image), shownSize, transformation, options.pixelSize);
+    if (auto* picture = std::get_if<Picture>(&result))
+        picture->frameCount = frameCount;
+    return result;
 }
 
 Result loadStoredThumbnail(QIODevice& device) {

@@ -8,6 +8,7 @@
 
 #include <optional>
 
+class QImageReader;
 class QIODevice;
 
 namespace decoder {
@@ -17,6 +18,10 @@ const char* toolkitFormat(Format format);
 
 /// Loads the plug-ins of the toolkit's loaders, so that no file is looked for once requests are served.
 void loadToolkitFormats();
+
+/// The size of the picture that a reader at its file's begin will read. The toolkit's own answer for a GIF is
+/// that of the first frame, which may cover a part of the picture only.
+QSize sizeToBeRead(const QImageReader& reader, Format format);
 
 struct LoadOptions {
     int pixelSize = 0;

@@ -2,6 +2,7 @@
 #include "decoder/Decoding.h"
 #include "decoder/LoaderMessages.h"
 
+#include "testing/AnimatedGif.h"
 #include "testing/TestHome.h"
 #include "TestPictures.h"
 
@@ -348,6 +349,52 @@ class DecodingTest : public QObject {
         QCOMPARE(imageOf(result).size(), expected);
         QCOMPARE(fullSizeOf(result), fullSize);
         QCOMPARE(lettersOf(imageOf(result)), shown(6));
+    }
+
+    void frames_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QByteArray>("asked");  // frames, in this order
+        QTest::addColumn<QByteArray>("told");   // their colours and delays; '-' for a failure
+        QTest::addColumn<int>("loops");
+        const QByteArray gif = animatedGif({6, 4}, {0, 7, 50}, 2);
+        QTest::newRow("in order, and again")
+            << gif << QByteArray("01201") << QByteArray("R100 G70 B500 R100 G70 ") << 2;
+        QTest::newRow("backwards") << gif << QByteArray("210") << QByteArray("B500 G70 R100 ") << 2;
+        QTest::newRow("for ever") << animatedGif({2, 1}, {5, 5}, 0) << QByteArray("01")
+                                  << QByteArray("R50 G50 ") << -1;
+        QTest::newRow("out of range") << gif << QByteArray("0391") << QByteArray("R100 - - G70 ") << 2;
+        QTest::newRow("cut short") << gif.first(gif.size() - 20) << QByteArray("0121")
+                                   << QByteArray("R100 G70 - G70 ") << 2;
+        QTest::newRow("too large") << animatedGif({5000, 4000}, {5, 5}, 0) << QByteArray("0")
+                                   << QByteArray("- ") << 0;
+        QTest::newRow("no animation")
+            << written(quadrants(), "png") << QByteArray("0") << QByteArray("- ") << 0;
+    }
+    void frames() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QByteArray, asked);
+        QFETCH(int, loops);
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(bytes) == bytes.size() && file.flush());
+        QByteArray told;
+        for (const char index : asked) {
+            Request request;
+            request.kind = RequestKind::frame;
+            request.frame = index - '0';
+            const Result result = decode(request, file.handle());
+            const auto* picture = std::get_if<Picture>(&result);
+            const QRgb pixel = picture ? picture->image.pixel(1, 0) : 0;
+            told += picture ? (qRed(pixel)     ? "R"
+                               : qGreen(pixel) ? "G"
+                                               : "B") +
+                                  QByteArray::number(picture->delay) + ' '
+                            : "- ";
+            if (picture) {
+                QCOMPARE(picture->loops, loops);
+                QCOMPARE(picture->fullSize, fullSizeOf(decoded(bytes)));
+            }
+        }
+        QTEST(told, "told");
     }
 };
 

@@ -80,7 +80,9 @@ std::optional<PictureLayout> checkedLayout(const Response& response, int maximum
     const bool sizesSane = response.width >= 1 && response.width <= maximumSide && response.height >= 1 &&
                            response.height <= maximumSide && response.fullWidth >= 1 &&
                            response.fullHeight >= 1;
-    if (!formatKnown || !sizesSane || response.stride != response.width * 4 ||
+    const bool framesSane = response.frameCount >= 1 && response.frameCount <= kMaximumFrames &&
+                            response.delay >= 0 && response.loops >= -1;
+    if (!formatKnown || !sizesSane || !framesSane || response.stride != response.width * 4 ||
         response.textBytes > kMaximumPackedTexts)
         return std::nullopt;
     PictureLayout layout;

@@ -15,13 +15,14 @@
 namespace decoder {
 
 inline constexpr std::uint32_t kMagic = 0x4c564154;  // "TAVL"
-inline constexpr std::uint16_t kVersion = 2;
+inline constexpr std::uint16_t kVersion = 3;
 /// The socket's descriptor number in the decoder; 0 and 1 are /dev/null, 2 is the program's standard error.
 inline constexpr int kSocketDescriptor = 3;
 
 inline constexpr int kMaximumPixelSize = 8192;   ///< of an answer's longer side
 inline constexpr int kMaximumRegionSide = 2048;  ///< of a region's answer
 inline constexpr int kMaximumLevel = 20;
+inline constexpr int kMaximumFrames = 1 << 20;
 inline constexpr std::size_t kMaximumTexts = 32;
 inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its text
 
@@ -36,6 +37,7 @@ enum class RequestKind : std::uint16_t {
     storedThumbnail = 3,
     properties = 4,
     region = 5,  ///< a rectangle of the picture at a level
+    frame = 6,   ///< one of an animation's pictures, at its own size
 };
 
 enum class Status : std::uint16_t {
@@ -75,8 +77,9 @@ struct Request {
     /// Of a region: it is served at a 2^level-th of its size, and its left and top are multiples of 2^level.
     std::int32_t level = 0;
     Rectangle region;
-    Rectangle interest;  ///< what else will be asked for soon; holds the region
-    std::int32_t reserved[2] = {};
+    Rectangle interest;      ///< what else will be asked for soon; holds the region
+    std::int32_t frame = 0;  ///< of an animation, from 0
+    std::int32_t reserved = 0;
 };
 static_assert(sizeof(Request) == 64 && std::is_trivially_copyable_v<Request>);
 
@@ -95,7 +98,10 @@ struct Response {
     std::int32_t fullWidth = 0;  ///< of the whole picture, upright
     std::int32_t fullHeight = 0;
     std::uint64_t textBytes = 0;
-    char message[208] = {};  ///< UTF-8, ends with NUL
+    std::int32_t frameCount = 1;  ///< over 1 for an animation
+    std::int32_t delay = 0;       ///< of a frame: milliseconds until the next, as the file has it
+    std::int32_t loops = 0;       ///< of a frame: how often all are shown again, -1 for ever
+    char message[196] = {};       ///< UTF-8, ends with NUL
 };
 static_assert(sizeof(Response) == 256 && std::is_trivially_copyable_v<Response>);
 

@@ -2,9 +2,6 @@
 #include "decoder/regions/RegionKeeper.h"
 
 #include "decoder/Finish.h"
-#include "decoder/InputDevice.h"
-
-#include <sys/stat.h>
 
 #include <limits>
 #include <utility>
@@ -40,11 +37,7 @@ QRect storedRect(const QRect& rect, QSize upright, QImageIOHandler::Transformati
 }
 
 Result RegionKeeper::region(const Request& request, InputDevice& device) {
-    struct stat status {};
-    ::fstat(device.descriptor(), &status);
-    const Identity identity{std::int64_t(status.st_dev), std::int64_t(status.st_ino), status.st_size,
-                            status.st_mtim.tv_sec,       status.st_mtim.tv_nsec,      status.st_ctim.tv_sec,
-                            status.st_ctim.tv_nsec};
+    const InputDevice::Identity identity = device.identity();
     const auto found = std::ranges::find(_pictures, identity, &Kept::identity);
     if (found != _pictures.end()) {
         _pictures.splice(_pictures.begin(), _pictures, found);

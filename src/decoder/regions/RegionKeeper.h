@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "decoder/InputDevice.h"
 #include "decoder/regions/RegionSource.h"
 
-#include <array>
 #include <functional>
 #include <list>
 #include <memory>
@@ -29,10 +29,8 @@ class RegionKeeper {
     void forget() { _pictures.clear(); }
 
  private:
-    /// What tells whether a file is the same, and unchanged.
-    using Identity = std::array<std::int64_t, 7>;
     struct Kept {
-        Identity identity;
+        InputDevice::Identity identity;
         std::unique_ptr<RegionSource> source;
     };
 

@@ -64,6 +64,8 @@ decoder::RequestKind protocolKind(DecodeRequest::Kind kind) {
             return decoder::RequestKind::properties;
         case DecodeRequest::Kind::region:
             return decoder::RequestKind::region;
+        case DecodeRequest::Kind::frame:
+            return decoder::RequestKind::frame;
         case DecodeRequest::Kind::thumbnail:
             break;
     }
@@ -81,17 +83,20 @@ decoder::Request messageOf(const DecodeRequest& request) {
     message.level = request.level;
     message.region = rectangle(request.region);
     message.interest = rectangle(request.interest);
+    message.frame = request.frame;
     return message;
 }
 
 bool isSane(const DecodeRequest& request) {
     return request.descriptor >= 0 && request.pixelSize >= 1 &&
-           request.pixelSize <= decoder::kMaximumPixelSize &&
+           request.pixelSize <= decoder::kMaximumPixelSize && request.frame >= 0 &&
            (request.kind != DecodeRequest::Kind::region || decoder::isSaneRegion(messageOf(request)));
 }
 
-/// Whether an answer's picture is of the size that was asked for, as far as that is known before.
-bool isOfSize(const Response& response, const DecodeRequest& request) {
+/// Whether an answer's picture is what was asked for, as far as that is known before.
+bool isAsAsked(const Response& response, const DecodeRequest& request) {
+    if (request.kind == DecodeRequest::Kind::frame)
+        return request.frame < response.frameCount;
     return request.kind != DecodeRequest::Kind::region ||
            decoder::Size{response.width, response.height} ==
                decoder::regionAnswerSize(rectangle(request.region), request.level);
@@ -132,6 +137,9 @@ std::optional<DecodedPicture> pictureOf(const Response& response, int descriptor
     picture.texts = *texts;
     picture.image = layout->totalBytes < kSmallestMapping ? image.copy() : image;
     picture.fullSize = QSize(response.fullWidth, response.fullHeight);
+    picture.frameCount = response.frameCount;
+    picture.delay = std::chrono::milliseconds(response.delay);
+    picture.loops = response.loops;
     return picture;
 }
 
@@ -298,7 +306,7 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
     const bool asksProperties = request.kind == DecodeRequest::Kind::properties;
     switch (answer.response.status) {
         case Status::picture:
-            if (asksProperties || !isOfSize(answer.response, request))
+            if (asksProperties || !isAsAsked(answer.response, request))
                 break;
             if (auto picture = pictureOf(answer.response, answer.memory.get(),
                                          anySize ? decoder::kMaximumPixelSize : request.pixelSize))

@@ -40,7 +40,10 @@ struct DecodeFailure {
 /// shallow copy of it; writing to the image copies it first.
 struct DecodedPicture {
     QImage image;
-    QSize fullSize;  ///< the upright size of the whole picture in pixels
+    QSize fullSize;                      ///< the upright size of the whole picture in pixels
+    int frameCount = 1;                  ///< over 1 for an animation
+    std::chrono::milliseconds delay{0};  ///< of a frame, as the file has it
+    int loops = 0;                       ///< of a frame: how often all are shown again, -1 for ever
     QHash<QByteArray, QByteArray>
         texts;  ///< text chunks of a PNG ("Thumb::MTime", "Thumb::URI"), at most 32 of 4 KiB
 };
@@ -60,6 +63,7 @@ struct DecodeRequest {
         storedThumbnail,  ///< a PNG of the thumbnail store with its text chunks, at its own size
         properties,       ///< the metadata; no pixels
         region,           ///< a part of the picture at a level, with the size of the whole
+        frame,            ///< one of an animation's pictures, at its own size
     };
     Kind kind = Kind::thumbnail;
     int descriptor = -1;  ///< of a regular file, open for reading
@@ -69,6 +73,7 @@ struct DecodeRequest {
     int level = 0;
     QRect region = {};    ///< in pixels of the whole picture, upright
     QRect interest = {};  ///< holds it, and what will be asked for soon: a decoder may read it in one pass
+    int frame = 0;        ///< of an animation, from 0; cheap in their order
 };
 
 /// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline

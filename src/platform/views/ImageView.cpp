@@ -51,6 +51,7 @@ void ImageView::setImageWithPath(const QString& path) {
     _wholeSide = 0;
     _hasWhole = _isBroken = false;
     _tiles.reset();
+    _animation.reset();
     _canvas.discard();
     setToolTip({});
     ask(Step::preview);
@@ -122,7 +123,10 @@ void ImageView::take(Step step) {
     _task.release()->deleteLater();  // it is the one that calls
     if (auto* picture = std::get_if<DecodedPicture>(&result)) {
         _hasWhole = step == Step::fitted;
-        use(*picture);
+        if (!_animation || _animation->frame().isNull() || picture->fullSize != _geometry.pictureSize())
+            use(*picture);
+        if (_hasWhole && picture->frameCount > 1 && !_animation)
+            animate(*picture);
     } else if (step == Step::fitted && !_hasWhole) {  // what is shown already stays, its file gone or not
         const auto* failure = std::get_if<DecodeFailure>(&result);
         _isBroken = true;
@@ -144,7 +148,36 @@ void ImageView::use(const DecodedPicture& picture) {
     if (_geometry.pictureSize() == picture.fullSize)
         return;
     _tiles.reset();
+    _animation.reset();
     _geometry.setPictureSize(picture.fullSize);
+}
+
+void ImageView::animate(const DecodedPicture& picture) {
+    _animation = std::make_unique<PictureAnimation>(_path, picture.fullSize);
+    connect(_animation.get(), &PictureAnimation::frameChanged, this, &ImageView::showFrame);
+    _animation->setRunning(isVisible() && !window()->isMinimized());
+}
+
+/// A frame stands for the whole picture at every zoom, as it comes at its own size.
+void ImageView::showFrame() {
+    _whole = _animation->frame();
+    _wholeSide = largestSide;
+    _canvas.discard(QRect(QPoint(), _geometry.pictureSize()));
+    askForTiles();
+    update();
+}
+
+/// Also when a minimised window is restored, as the next is when one is minimised.
+void ImageView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (_animation)
+        _animation->setRunning(true);
+}
+
+void ImageView::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (_animation)
+        _animation->setRunning(false);
 }
 
 void ImageView::geometryChanged() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/imaging/PictureAnimation.h"
 #include "platform/views/PictureCanvas.h"
 
 #include <QImage>
@@ -16,7 +17,7 @@ namespace platform {
 /// change between the whole picture and its exact pixels, a drag and the arrow keys move it. The pixels come
 /// from decoders: a coarse picture first, then one as large as the view, and tiles of the zoom's level where
 /// it shows more than that. See-through parts show a checkerboard, a file that is no picture a broken one
-/// with the reason as its tool tip. Main thread only; never waits.
+/// with the reason as its tool tip. An animation runs while it can be seen. Main thread only; never waits.
 class ImageView : public QWidget {
     Q_OBJECT
 
@@ -28,10 +29,12 @@ class ImageView : public QWidget {
     void setImageWithPath(const QString& path);
 
     const PictureGeometry& pictureGeometry() const { return _geometry; }
-    /// The whole picture, as large as it has come; null before the first.
+    /// The whole picture, as large as it has come, or the frame shown; null before the first.
     QImage image() const { return _whole; }
     /// The tiles upon it; null where the whole has all pixels that are shown.
     const PictureTiles* tiles() const { return _tiles.get(); }
+    /// Null for a picture that stands still.
+    const PictureAnimation* animation() const { return _animation.get(); }
     const PictureCanvas& canvas() const { return _canvas; }
     bool isBroken() const { return _isBroken; }
 
@@ -45,6 +48,8 @@ class ImageView : public QWidget {
 
  protected:
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -66,6 +71,8 @@ class ImageView : public QWidget {
     void tileCame(const TilePlace& place);
     void take(Step step);
     void use(const DecodedPicture& picture);
+    void animate(const DecodedPicture& picture);
+    void showFrame();
     void pinch(double factor, QPointF place);
     void geometryChanged();
     void paintBroken(QPainter& painter) const;
@@ -77,6 +84,7 @@ class ImageView : public QWidget {
     int _wholeSide = 0;  ///< device pixels that _whole was asked for with
     bool _hasWhole = false;
     std::unique_ptr<PictureTiles> _tiles;
+    std::unique_ptr<PictureAnimation> _animation;
     PictureCanvas _canvas;
     bool _isBroken = false;
     std::unique_ptr<DecodeTask> _task;

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/TileCache.h"
 #include "platform/views/ImageView.h"
+#include "testing/AnimatedGif.h"
 #include "testing/TestHome.h"
 #include "testing/TiledTiff.h"
 
 #include <QApplication>
 #include <QNativeGestureEvent>
 #include <QPointingDevice>
+#include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -202,6 +204,38 @@ class ImageViewTest : public QObject {
             QVERIFY(TileCache::shared().bytes() > 0);
         }
         QCOMPARE(TileCache::shared().bytes(), 0);
+    }
+
+    /// By itself while it can be seen, and to its end.
+    void animation() {
+        const QString path = _folder.filePath(QStringLiteral("moves.gif"));
+        QFile file(path);
+        const QByteArray bytes = testPictures::animatedGif({2, 1}, {2, 30, 2}, 1);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
+        ImageView view;
+        view.setImageWithPath(path);
+        QTRY_VERIFY_WITH_TIMEOUT(view.animation(), 20'000);
+        QCOMPARE(view.animation()->requests(), 0);  // hidden
+        for (int step = 0; step < 20; ++step)
+            view.zoomIn();
+        QList<QRgb> colours;
+        connect(view.animation(), &PictureAnimation::frameChanged, this, [&] {
+            colours += view.grab().toImage().pixel(view.rect().center());
+            if (colours.size() == 2)
+                view.hide();
+        });
+        QSignalSpy changes(view.animation(), &PictureAnimation::frameChanged);
+        view.show();
+        QTRY_COMPARE_WITH_TIMEOUT(colours.size(), 2, 20'000);
+        QVERIFY(!changes.wait(400));  // longer than the frame is shown
+        QCOMPARE(view.animation()->requests(), 3);
+        view.show();
+        QTRY_VERIFY_WITH_TIMEOUT(view.animation()->hasEnded(), 20'000);
+        const QList<QRgb> once{0xffff0000, 0xff00ff00, 0xff0000ff};
+        QCOMPARE(colours, once + once);
+        QCOMPARE(view.animation()->requests(), 6);
+        QVERIFY(!view.tiles());
     }
 
  private:
