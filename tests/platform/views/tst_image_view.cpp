@@ -221,7 +221,8 @@ class ImageViewTest : public QObject {
             view.zoomIn();
         QList<QRgb> colours;
         connect(view.animation(), &PictureAnimation::frameChanged, this, [&] {
-            colours += view.grab().toImage().pixel(view.rect().center());
+            const QImage shown = view.grab().toImage();
+            colours += shown.pixel(shown.rect().center());
             if (colours.size() == 2)
                 view.hide();
         });
