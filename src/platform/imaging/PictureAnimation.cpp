@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto deadline = 20s;
+constexpr auto frameDeadline = 20s;
 
 /// How long a frame is shown. Files without a sensible delay go at the pace that browsers give them.
 std::chrono::milliseconds timeOf(std::chrono::milliseconds delay) {
@@ -46,7 +46,7 @@ void PictureAnimation::askNext() {
     request.kind = DecodeRequest::Kind::frame;
     request.frame = _index;
     ++_requests;
-    _task = std::make_unique<DecodeTask>(DecodeThreads::tiles(_path), _path, request, deadline);
+    _task = std::make_unique<DecodeTask>(DecodeThreads::tiles(_path), _path, request, frameDeadline);
     connect(_task.get(), &DecodeTask::finished, this, &PictureAnimation::take);
 }
 
