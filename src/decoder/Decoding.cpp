@@ -180,10 +180,11 @@ RegionKeeper::Opened openRegions(InputDevice& device) {
     const QByteArray head = device.head(kHeadBytes);
     const Format format = detectFormat(head);
     const QSize declared = declaredSize(format, head);
+    const qint64 pixels = qint64(declared.width()) * declared.height();
     std::unique_ptr<RegionSource> source;
     if (format == Format::jpeg)
         source = openJpegRegions(device);
-    else if (format == Format::png && qint64(declared.width()) * declared.height() > kWholePngPixels)
+    else if (format == Format::png && pixels > kWholePngPixels && pixels <= kMaximumPixels)
         source = openPngRegions(device, pngTransformation(device));
     else if (format == Format::tiff && !readRawFile(device, format))
         source = TiffRegions::open(device);

@@ -51,7 +51,8 @@ class TiffHandle {
     void setDevice(InputDevice& device) { _device = &device; }
     /// The first picture; nothing when it cannot be read in pieces.
     std::optional<TiffPicture> first();
-    /// The smaller copies of it, as they come: the directories behind it and those below it.
+    /// The file's other pictures that can be read so, in its order: the directories behind the first and
+    /// those below it.
     std::vector<TiffPicture> others();
     /// One piece of a picture, cut to the picture's edge; a null image where it is damaged. A piece that the
     /// file leaves out is black, or clear.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/VolumeMonitor.h"
 
+#include "platform/Guard.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gio.h>
@@ -97,7 +98,7 @@ void VolumeMonitor::GioMonitor::take(GObject* /*source*/, GAsyncResult* result, 
 void VolumeMonitor::GioMonitor::tellUnmount(GVolumeMonitor* /*monitor*/, GMount* mount, void* self) {
     const QString folder = mountFolderOf(mount);
     if (!folder.isNull())
-        Q_EMIT static_cast<GioMonitor*>(self)->owner.willUnmount(folder);
+        guarded("an unmount", [&] { Q_EMIT static_cast<GioMonitor*>(self)->owner.willUnmount(folder); });
 }
 
 void VolumeMonitor::GioMonitor::listSoon(GVolumeMonitor* /*monitor*/, GMount* /*mount*/, void* self) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/PictureTiles.h"
 
+#include <QTimer>
+
 #include <algorithm>
 
 namespace platform {
@@ -54,6 +56,17 @@ void PictureTiles::show(const QRectF& part, int level) {
     if (_task && _asked.level != level &&
         std::chrono::milliseconds(_askedAt.elapsed()) > patienceWithOtherLevel)
         _task.reset();
+    else if (_task && _asked.level != level)
+        QTimer::singleShot(patienceWithOtherLevel, this, &PictureTiles::dropOtherLevel);
+    askNext();
+}
+
+/// Also where the view holds still.
+void PictureTiles::dropOtherLevel() {
+    if (!_task || _wanted.empty() || _asked.level == _wanted.front().level ||
+        std::chrono::milliseconds(_askedAt.elapsed()) < patienceWithOtherLevel)
+        return;
+    _task.reset();
     askNext();
 }
 
@@ -94,14 +107,20 @@ void PictureTiles::take() {
 }
 
 void PictureTiles::noteFailure(DecodeError error) {
-    if (error == DecodeError::damaged) {
-        _failed.push_back(_asked);
-        return;
+    switch (error) {
+        case DecodeError::damaged:
+            _failed.push_back(_asked);
+            return;
+        case DecodeError::tooLarge:
+            _refusedLevels |= 1U << _asked.level;
+            if (_wanted.empty() || _wanted.front().level != _asked.level)
+                return;
+            break;
+        case DecodeError::cancelled:  // its volume may be about to go; the next move of the view asks again
+            break;
+        default:
+            _isGivenUp = true;
     }
-    if (error == DecodeError::tooLarge)
-        _refusedLevels |= 1U << _asked.level;
-    else
-        _isGivenUp = true;
     _wanted.clear();
 }
 

@@ -40,6 +40,7 @@ class PictureTiles : public QObject {
     void askNext();
     void take();
     void noteFailure(DecodeError error);
+    void dropOtherLevel();
 
     const QString _path;
     const TileGrid _grid;

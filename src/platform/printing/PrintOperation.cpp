@@ -10,6 +10,7 @@
 #include <QLoggingCategory>
 #include <QPainter>
 #include <QPicture>
+#include <QPointer>
 #include <QProgressDialog>
 #include <QWindow>
 
@@ -27,22 +28,31 @@ using namespace std::chrono_literals;
 
 constexpr auto patience = 300ms;  // that printing waits for its panel to appear
 
-/// A panel without a button, on the screen as long as it lives.
-class ProgressPanel : public QProgressDialog {
+/// Shows a panel without a button as long as it lives, or as the window does, which may go while the panel
+/// appears.
+class ProgressPanel {
  public:
-    ProgressPanel(const QString& text, QWidget* window) : QProgressDialog(text, QString(), 0, 0, window) {
-        setWindowModality(Qt::WindowModal);
-        setWindowTitle(window->windowTitle());
-        setMinimumDuration(0);
-        show();
+    ProgressPanel(const QString& text, QWidget* window)
+        : _dialog(new QProgressDialog(text, QString(), 0, 0, window)) {
+        _dialog->setWindowModality(Qt::WindowModal);
+        _dialog->setWindowTitle(window->windowTitle());
+        _dialog->setMinimumDuration(0);
+        _dialog->show();
         // Nothing else may happen between: the user's input waits.
         const QDeadlineTimer deadline(patience);
         do {
             QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 10);
-        } while (!windowHandle()->isExposed() && !deadline.hasExpired());
-        repaint();
+        } while (_dialog && !_dialog->windowHandle()->isExposed() && !deadline.hasExpired());
+        if (_dialog)
+            _dialog->repaint();
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
+    ~ProgressPanel() { delete _dialog.data(); }
+    ProgressPanel(const ProgressPanel&) = delete;
+    ProgressPanel& operator=(const ProgressPanel&) = delete;
+
+ private:
+    const QPointer<QProgressDialog> _dialog;
 };
 
 /// A writer tells of a full disk by nothing but a file that lacks its end.

@@ -51,8 +51,10 @@ void PrintPanel::end(int returnCode) {
     QMetaObject::invokeMethod(
         this,
         [this, code = isAgreed ? ok : cancelled] {
-            guarded("the print panel's end", [&] { _didEnd(*this, code, _window); });
+            // The window may go meanwhile, and takes the panel with it.
             deleteLater();
+            const DidEnd didEnd = std::move(_didEnd);
+            guarded("the print panel's end", [&] { didEnd(*this, code, _window); });
         },
         Qt::QueuedConnection);
 }

@@ -54,6 +54,7 @@ void ImageView::setImageWithPath(const QString& path) {
     _animation.reset();
     _canvas.discard();
     setToolTip({});
+    setAccessibleDescription({});
     ask(Step::preview);
     update();
 }
@@ -127,8 +128,11 @@ void ImageView::take(Step step) {
             use(*picture);
         if (_hasWhole && picture->frameCount > 1 && !_animation)
             animate(*picture);
+    } else if (const auto* failure = std::get_if<DecodeFailure>(&result);
+               failure && failure->error == DecodeError::cancelled) {
+        _wholeSide = 0;  // its volume may be about to go: the next change of the view asks again
+        return;
     } else if (step == Step::fitted && !_hasWhole) {  // what is shown already stays, its file gone or not
-        const auto* failure = std::get_if<DecodeFailure>(&result);
         _isBroken = true;
         _whole = QImage();
         setToolTip(failure && !failure->message.isEmpty() ? failure->message.toHtmlEscaped() : _brokenText);
