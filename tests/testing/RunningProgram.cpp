@@ -18,7 +18,10 @@ RunningProgram::RunningProgram(const Desktop& desktop, const QStringList& argume
 
 RunningProgram::RunningProgram(const QProcessEnvironment& environment, const QStringList& arguments) {
     _process.setProcessEnvironment(environment);
-    _process.setProcessChannelMode(QProcess::SeparateChannels);
+    // Into a file: a test that waits for the program's answer could not empty a pipe meanwhile.
+    if (!_log.open())
+        qFatal("no file for the program's log");
+    _process.setStandardErrorFile(_log.fileName());
     _process.start(QStringLiteral(TAVLIN_BUILD_DIR "/bin/tavlin"), arguments);
     _process.waitForStarted();
 }
@@ -29,9 +32,8 @@ RunningProgram::~RunningProgram() {
 }
 
 QStringList RunningProgram::log() {
-    _process.waitForReadyRead(1);
-    _standardError += _process.readAllStandardError();
-    return QString::fromUtf8(_standardError).split(u'\n', Qt::SkipEmptyParts);
+    _log.seek(0);
+    return QString::fromUtf8(_log.readAll()).split(u'\n', Qt::SkipEmptyParts);
 }
 
 QStringList RunningProgram::debugLog() {
@@ -62,7 +64,6 @@ int RunningProgram::terminate() {
 int RunningProgram::waitForEnd(int milliseconds) {
     if (isRunning() && !_process.waitForFinished(milliseconds))
         return -1;
-    log();
     return _process.exitStatus() == QProcess::NormalExit ? _process.exitCode() : -1;
 }
 

@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QRect>
 #include <QStringList>
+#include <QTemporaryFile>
 
 /// The built program on a Desktop: started, heard (its log), and found on the accessibility bus.
 class RunningProgram {
@@ -32,7 +33,7 @@ class RunningProgram {
 
  private:
     QProcess _process;
-    QByteArray _standardError;
+    QTemporaryFile _log;
 };
 
 /// What the accessibility bus tells of one object.

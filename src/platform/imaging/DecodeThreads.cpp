@@ -80,9 +80,8 @@ void DecodeThreads::Job::run(DecoderProcess& decoder) {
         return;
     result = std::move(answer);
     answered.notify_all();
-    QMetaObject::invokeMethod(
-        receiver, [task = static_cast<DecodeTask*>(receiver)] { Q_EMIT task->finished(); },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(static_cast<DecodeTask*>(receiver), &DecodeTask::finished,
+                              Qt::QueuedConnection);
 }
 
 void DecodeThreads::Job::withdraw() {

@@ -120,6 +120,10 @@ ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_
 
 ThumbnailQueue::~ThumbnailQueue() = default;
 
+void ThumbnailQueue::report() {
+    _d->report();
+}
+
 void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
                                const std::vector<ThumbnailRequest>& near, bool checkAgain) {
     _d->absorbAnswers();
@@ -135,8 +139,7 @@ void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
         if (visibleJobs.empty() && nearJobs.empty())
             return;
         _d->workers = std::make_unique<ThumbnailWorkers>(DecoderProcess::installedProgram(), [this] {
-            QMetaObject::invokeMethod(
-                this, [this] { _d->report(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(this, &ThumbnailQueue::report, Qt::QueuedConnection);
         });
     }
     _d->workers->setJobs(std::move(visibleJobs), std::move(nearJobs));

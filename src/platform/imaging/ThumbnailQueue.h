@@ -66,6 +66,7 @@ class ThumbnailQueue : public QObject {
 
  private:
     struct Private;
+    void report();
     std::unique_ptr<Private> _d;
 };
 
