@@ -15,6 +15,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <mutex>
+#include <utility>
 
 namespace platform {
 
@@ -102,24 +104,38 @@ std::vector<Description> programsForFiles(const QStringList& paths) {
     return programs;
 }
 
+class ProgramsJob;
+
+/// Where late answers are handed over, under a lock, as the event that tells of them carries nothing. Made on
+/// the main thread and never destroyed, as a worker may come late at the program's end.
+class LatePrograms : public QObject {
+ public:
+    static LatePrograms& shared() {
+        static auto* late = new LatePrograms;
+        return *late;
+    }
+    void add(std::shared_ptr<ProgramsJob> job) {
+        const std::lock_guard lock(_mutex);
+        _jobs.push_back(std::move(job));
+        QMetaObject::invokeMethod(this, &LatePrograms::deliver, Qt::QueuedConnection);
+    }
+    void deliver();
+
+ private:
+    std::mutex _mutex;
+    std::vector<std::shared_ptr<ProgramsJob>> _jobs;
+};
+
 class ProgramsJob final : public VolumeJob, public std::enable_shared_from_this<ProgramsJob> {
  public:
     ProgramsJob(const QStringList& paths, const QObject& context, FileProgramReceiver receive)
         : _paths(paths), _context(&context), _receive(std::move(receive)) {
-        receiver();
+        LatePrograms::shared();
     }
 
     void run() override { _programs = programsForFiles(_paths); }
     bool isWantedLate() const override { return true; }
-    void deliverLate() override {
-        QMetaObject::invokeMethod(
-            &receiver(), [self = shared_from_this()] { self->deliver(); }, Qt::QueuedConnection);
-    }
-    /// Is made on the main thread and never destroyed, as a worker may come late at the program's end.
-    static QObject& receiver() {
-        static auto* receiver = new QObject;
-        return *receiver;
-    }
+    void deliverLate() override { LatePrograms::shared().add(shared_from_this()); }
     /// On the main thread, once.
     void deliver() {
         const std::vector<FileProgram> programs(_programs.begin(), _programs.end());
@@ -134,6 +150,16 @@ class ProgramsJob final : public VolumeJob, public std::enable_shared_from_this<
     FileProgramReceiver _receive;            ///< main thread
     std::vector<Description> _programs;
 };
+
+void LatePrograms::deliver() {
+    std::vector<std::shared_ptr<ProgramsJob>> jobs;
+    {
+        const std::lock_guard lock(_mutex);
+        jobs.swap(_jobs);
+    }
+    for (const auto& job : jobs)
+        job->deliver();
+}
 
 }  // namespace
 
