@@ -250,10 +250,10 @@ void TrashTest::foreignFileStays() {
     ::chmod(qgetenv("HOME").constData(), 0755);
     QProcess child;
     child.setProcessChannelMode(QProcess::MergedChannels);
-    child.start(
-        QStringLiteral("setpriv"),
-        {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups"),
-         QCoreApplication::applicationFilePath(), QStringLiteral("--trash"), platform::pathFromBytes(path)});
+    child.start(QStringLiteral("setpriv"),
+                {QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
+                 QStringLiteral("--clear-groups"), QCoreApplication::arguments().constFirst(),
+                 QStringLiteral("--trash"), platform::pathFromBytes(path)});
     QVERIFY(child.waitForFinished());
     const QByteArray said = child.readAll();
     QVERIFY2(said.contains("failure") || said.contains("ermission denied"), said.constData());
