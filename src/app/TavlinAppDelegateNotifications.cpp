@@ -33,7 +33,7 @@ QVariantMap TavlinAppDelegate::registrationDictionaryForGrowl() {
     logWithMethodName(method, 394, u"Ping");
     const QStringList notificationNames{notificationName};
     logWithMethodName(method, 398, u"notificationNames: %@", notificationNames);
-    const QVariantMap regDict{{QStringLiteral("AllNotifications"), notificationNames}};
+    QVariantMap regDict{{QStringLiteral("AllNotifications"), notificationNames}};
     logWithMethodName(method, 402, u"regDict: %@", regDict);
     return regDict;
 }
