@@ -182,12 +182,9 @@ QVariantMap NotificationBridge::hints(const std::optional<QByteArray>& iconData,
 /// The context of a notification of ours; anybody on the bus may send such signals, and other programs have
 /// notifications as well.
 std::optional<QString> NotificationBridge::takeContext(uint id, const QDBusMessage& message) {
-    const auto found = _contexts.constFind(id);
-    if (message.service() != _owner || found == _contexts.constEnd())
+    if (message.service() != _owner || !_contexts.contains(id))
         return std::nullopt;
-    const QString context = *found;
-    _contexts.erase(found);
-    return context;
+    return _contexts.take(id);
 }
 
 void NotificationBridge::actionInvoked(uint id, const QString& /*action*/, const QDBusMessage& message) {
