@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QFontInfo>
+#include <QIcon>
 #include <QScreen>
 #include <QUrl>
 
@@ -16,7 +17,7 @@
 namespace {
 
 constexpr auto initMethod = "-[TavlinAboutWindowController initWithWindowNibName:sender:]";
-constexpr int iconSize = 48;          // points
+constexpr int iconSize = 64;          // points
 constexpr QSize sizeInLines(38, 34);  // of the window, in lines of its font
 constexpr qreal creditsMargin = 8;    // points
 
@@ -50,10 +51,8 @@ TavlinAboutWindowController::TavlinAboutWindowController(const QString& windowNi
 TavlinAboutWindowController::~TavlinAboutWindowController() = default;
 
 void TavlinAboutWindowController::setTexts(const platform::Bundle& bundle) {
-    _ui->_iconLabel->setPixmap(platform::Workspace::sharedWorkspace()
-                                   .iconForFileType(QStringLiteral("jpg"))
-                                   ->icon()
-                                   .pixmap(QSize(iconSize, iconSize), _window->devicePixelRatio()));
+    _ui->_iconLabel->setPixmap(
+        bundle.applicationIcon().pixmap(QSize(iconSize, iconSize), _window->devicePixelRatio()));
     QFont font = _ui->_aboutTextField->font();
     font.setPointSizeF(QFontInfo(font).pointSizeF() * 1.2);
     font.setBold(true);

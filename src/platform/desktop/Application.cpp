@@ -3,6 +3,7 @@
 
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/CommandLine.h"
+#include "platform/desktop/InstallPrefix.h"
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/RunningInstance.h"
 #include "platform/desktop/SystemLog.h"
@@ -84,14 +85,9 @@ void leaveCurrentFolder() {
 /// The program's helpers come last on PATH, so that the system's own of the same name go before them. Called
 /// before there is any thread, as setting the environment is not safe afterwards.
 void putHelpersOnSearchPath() {
-    std::array<char, PATH_MAX> program{};
-    if (::readlink("/proc/self/exe", program.data(), program.size() - 1) <= 0)
-        return;
-    const QString prefix =
-        pathByDeletingLastComponent(pathByDeletingLastComponent(pathFromBytes(program.data())));
     const QByteArray searchPath = qgetenv("PATH");
     qputenv("PATH", (searchPath.isEmpty() ? QByteArray("/usr/local/bin:/usr/bin:/bin") : searchPath) + ':' +
-                        bytesFromPath(prefix + QStringLiteral("/libexec/tavlin")));
+                        bytesFromPath(installPrefix() + QStringLiteral("/libexec/tavlin")));
 }
 
 }  // namespace
@@ -121,7 +117,7 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     QCoreApplication::setApplicationName(QStringLiteral("tavlin"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVLIN_VERSION));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tavlin"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("tavlin"));
+    QGuiApplication::setDesktopFileName(QStringLiteral(TAVLIN_APPLICATION_ID));
     QApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
@@ -141,6 +137,7 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     auto d = std::make_unique<Private>();
     d->instance = std::move(instance);
     Bundle::mainBundle().installTranslators();
+    QGuiApplication::setWindowIcon(Bundle::mainBundle().applicationIcon());
     d->windowOrder = std::make_unique<WindowOrder>(application);
     d->interface = guarded("mainInterface", std::unique_ptr<MainInterface>(), mainInterface);
     if (d->interface == nullptr)

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Bundle.h"
 
+#include "platform/desktop/InstallPrefix.h"
 #include "platform/FileAccess.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QTranslator>
@@ -26,16 +28,10 @@ QString shippedLanguage(const QString& folder, const QStringList& languages) {
     return QStringLiteral("en");
 }
 
-QString ownPrefix() {
-    const QString prefix = qEnvironmentVariable("TAVLIN_PREFIX");
-    return prefix.isEmpty() ? QDir::cleanPath(QCoreApplication::applicationDirPath() + QStringLiteral("/.."))
-                            : prefix;
-}
-
 }  // namespace
 
 const Bundle& Bundle::mainBundle() {
-    static const Bundle bundle(ownPrefix(), QLocale::system().uiLanguages());
+    static const Bundle bundle(installPrefix(), QLocale::system().uiLanguages());
     return bundle;
 }
 
@@ -61,6 +57,15 @@ QString Bundle::resourcePath() const {
 
 QString Bundle::libexecPath() const {
     return _prefix + QStringLiteral("/libexec/tavlin");
+}
+
+QIcon Bundle::applicationIcon() const {
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128})
+        icon.addFile(QStringLiteral("%1/share/icons/hicolor/%2x%2/apps/%3.png")
+                         .arg(_prefix, QString::number(size), QStringLiteral(TAVLIN_APPLICATION_ID)),
+                     QSize(size, size));
+    return icon;
 }
 
 QString Bundle::pathForResourceOfType(const QString& name, const QString& type) const {

@@ -6,13 +6,13 @@
 
 #include <memory>
 
+class QIcon;
 class QTranslator;
 
 namespace platform {
 
-/// The program's own files and texts. The build tree and an installed one have the same layout, so everything
-/// is found from the folder of the running program (PREFIX/bin), or below TAVLIN_PREFIX where that is set.
-/// Made at first use, after the application object. Main thread.
+/// The program's own files and texts, below installPrefix(): the build tree and an installed one have the
+/// same layout. Made at first use, after the application object. Main thread.
 class Bundle {
  public:
     static const Bundle& mainBundle();
@@ -28,6 +28,8 @@ class Bundle {
     QString resourcePath() const;
     /// PREFIX/libexec/tavlin: the decoder and the helpers.
     QString libexecPath() const;
+    /// The program's icon at the sizes that windows and title bars show. Read when it is first drawn.
+    QIcon applicationIcon() const;
     /// The resource "name.type", or a null string.
     QString pathForResourceOfType(const QString& name, const QString& type) const;
     /// The paths of all resources of a type: the files directly in the resource folder whose names end so, by
