@@ -12,17 +12,24 @@
 
 using namespace Qt::StringLiterals;
 
+QString programPrefix() {
+    return qEnvironmentVariable("TAVLIN_PREFIX", QStringLiteral(TAVLIN_BUILD_DIR));
+}
+
 RunningProgram::RunningProgram(const Desktop& desktop, const QStringList& arguments)
     : RunningProgram(desktop.environment(), arguments) {
 }
 
 RunningProgram::RunningProgram(const QProcessEnvironment& environment, const QStringList& arguments) {
-    _process.setProcessEnvironment(environment);
+    // It is to find its parts by itself.
+    QProcessEnvironment own = environment;
+    own.remove(u"TAVLIN_PREFIX"_s);
+    _process.setProcessEnvironment(own);
     // Into a file: a test that waits for the program's answer could not empty a pipe meanwhile.
     if (!_log.open())
         qFatal("no file for the program's log");
     _process.setStandardErrorFile(_log.fileName());
-    _process.start(QStringLiteral(TAVLIN_BUILD_DIR "/bin/tavlin"), arguments);
+    _process.start(programPrefix() + u"/bin/tavlin"_s, arguments);
     _process.waitForStarted();
 }
 

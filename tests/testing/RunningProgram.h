@@ -8,7 +8,10 @@
 #include <QStringList>
 #include <QTemporaryFile>
 
-/// The built program on a Desktop: started, heard (its log), and found on the accessibility bus.
+/// Where the program under test lies: below TAVLIN_PREFIX, which may name an installed one, else in the build.
+QString programPrefix();
+
+/// The program under test on a Desktop: started, heard (its log), and found on the accessibility bus.
 class RunningProgram {
  public:
     RunningProgram(const Desktop& desktop, const QStringList& arguments);
