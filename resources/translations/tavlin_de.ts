@@ -15,6 +15,7 @@
     <message id="ImageWindowPictureName"><source></source><translation>Bild</translation></message>
     <message id="MainMenuAbout"><source></source><translation>Ü&amp;ber Tavlin</translation></message>
     <message id="MainMenuActualSize"><source></source><translation>&amp;Originalgröße</translation></message>
+    <message id="MainMenuClose"><source></source><translation>S&amp;chließen</translation></message>
     <message id="MainMenuCopy"><source></source><translation>&amp;Kopieren</translation></message>
     <message id="MainMenuEdit"><source></source><translation>&amp;Bearbeiten</translation></message>
     <message id="MainMenuFile"><source></source><translation>&amp;Datei</translation></message>

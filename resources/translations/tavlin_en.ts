@@ -15,6 +15,7 @@
     <message id="ImageWindowPictureName"><source></source><translation>Picture</translation></message>
     <message id="MainMenuAbout"><source></source><translation>&amp;About Tavlin</translation></message>
     <message id="MainMenuActualSize"><source></source><translation>&amp;Actual Size</translation></message>
+    <message id="MainMenuClose"><source></source><translation>&amp;Close</translation></message>
     <message id="MainMenuCopy"><source></source><translation>&amp;Copy</translation></message>
     <message id="MainMenuEdit"><source></source><translation>&amp;Edit</translation></message>
     <message id="MainMenuFile"><source></source><translation>&amp;File</translation></message>

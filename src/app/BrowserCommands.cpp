@@ -56,6 +56,15 @@ void BrowserCommands::addFileMenu(platform::MainMenu& menu) {
     menu.addSeparator();
     addPrintCommands(menu);
     menu.addSeparator();
+    menu.addCommand({.name = QStringLiteral("Close"),
+                     .text = text("MainMenuClose"),
+                     .keyEquivalent = QStringLiteral("w"),
+                     .shortcuts = {},
+                     .action = [this] { closeWindow(); },
+                     .hasTarget =
+                         [this] {
+                             return windowToClose() != nullptr;
+                         }});
     menu.addCommand({.name = QStringLiteral("Quit"),
                      .text = text("MainMenuQuit"),
                      .keyEquivalent = QStringLiteral("q"),
@@ -88,7 +97,8 @@ void BrowserCommands::addEditMenu(platform::MainMenu& menu) {
                      .action = [this] { undoRemoval(); },
                      .hasTarget =
                          [this] {
-                             return isMainWindowInFront() && _outlets.images.canUndoRemoval();
+                             return (isMainWindowInFront() || frontImageWindow() != nullptr) &&
+                                    _outlets.images.canUndoRemoval();
                          }});
     menu.addSeparator();
     _files->addCopy(menu);
@@ -246,7 +256,9 @@ void BrowserCommands::selectAll() {
 }
 
 void BrowserCommands::moveToTrash() {
-    if (canMoveToTrash())
+    if (frontImageWindow() != nullptr)
+        _pictures->moveToTrash();
+    else if (canMoveToTrash())
         _outlets.window.grid().removeSelectedItems();
 }
 
@@ -254,11 +266,24 @@ void BrowserCommands::undoRemoval() {
     _outlets.images.undoRemoval();
 }
 
+/// The main window is closed by quitting.
+QWidget* BrowserCommands::windowToClose() const {
+    const QList<QWidget*> windows = platform::Application::shared()->orderedWindows();
+    return windows.isEmpty() || windows.constFirst() == &_outlets.window ? nullptr : windows.constFirst();
+}
+
+void BrowserCommands::closeWindow() {
+    if (QWidget* window = windowToClose())
+        window->close();
+}
+
 bool BrowserCommands::canZoom() const {
     return isMainWindowInFront() || frontImageWindow() != nullptr;
 }
 
 bool BrowserCommands::canMoveToTrash() const {
+    if (frontImageWindow() != nullptr)
+        return _pictures->canMoveToTrash();
     return isMainWindowInFront() && _isGridFocused && !_outlets.images.selectedItems().isEmpty();
 }
 
@@ -275,6 +300,7 @@ void BrowserCommands::followTarget(platform::MainMenu& menu) {
     });
     connect(&_outlets.window.grid(), &platform::ImageBrowserView::selectionCountChanged, this, validate);
     connect(&_outlets.images, &ImageBrowserDataSource::removalsChanged, this, validate);
+    connect(&_outlets.images, &ImageBrowserDataSource::itemsChanged, this, validate);
 }
 
 FileSystemItem* BrowserCommands::selectedPlace() const {

@@ -53,9 +53,13 @@ class BrowserCommands : public QObject {
     void reloadFolder();
     void selectAll();
     /// Moves the selected items' files to the trash, but only while the grid has the focus: elsewhere the
-    /// same key means something else.
+    /// same key means something else. In an image window the picture's file.
     void moveToTrash();
     void undoRemoval();
+    /// The window in front, unless it is the main window.
+    void closeWindow();
+
+    PictureCommands& pictures() { return *_pictures; }
 
     /// The item of the selected row, or null; asks the outline and writes no log.
     FileSystemItem* selectedPlace() const;
@@ -64,6 +68,7 @@ class BrowserCommands : public QObject {
     bool isMainWindowInFront() const;
     bool canZoom() const;
     bool canMoveToTrash() const;
+    QWidget* windowToClose() const;
     void followTarget(platform::MainMenu& menu);
     void addFileMenu(platform::MainMenu& menu);
     void addPrintCommands(platform::MainMenu& menu);

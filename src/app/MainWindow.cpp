@@ -81,8 +81,12 @@ ZoomSlider& MainWindow::zoomSlider() const {
 }
 
 WindowState MainWindow::state() const {
-    return {saveGeometry(), _ui->_splitter->saveState(), _ui->_placesSplitter->saveState(),
-            zoomSlider().floatValue(), QString()};
+    return {saveGeometry(),
+            _ui->_splitter->saveState(),
+            _ui->_placesSplitter->saveState(),
+            0,
+            zoomSlider().floatValue(),
+            QString()};
 }
 
 void MainWindow::restore(const WindowState& state) {

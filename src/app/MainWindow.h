@@ -41,7 +41,7 @@ class MainWindow : public QMainWindow {
     platform::ImageBrowserView& grid() const;
     ZoomSlider& zoomSlider() const;
 
-    /// Everything but the folder, which belongs to the places.
+    /// Everything but the folder, which belongs to the places, and what belongs to other windows.
     WindowState state() const;
     void restore(const WindowState& state);
 

@@ -2,6 +2,7 @@
 #include "app/MainWindowInterface.h"
 
 #include "app/FirstFrame.h"
+#include "app/PictureCommands.h"
 #include "app/ZoomSlider.h"
 #include "images/ImageLoad.h"
 #include "platform/desktop/Bundle.h"
@@ -172,6 +173,7 @@ void MainWindowInterface::connectVolumes() {
 void MainWindowInterface::restoreState() {
     const WindowState state = WindowState::read(WindowState::defaultFilePath());
     _window.restore(state);
+    _commands.pictures().setMetadataWidth(state.metadataWidth);
     _lastFolder = state.folder;
 }
 
@@ -179,6 +181,7 @@ void MainWindowInterface::saveState() {
     WindowState state = _window.state();
     const FileSystemItem* place = _commands.selectedPlace();
     state.folder = place == nullptr ? _lastFolder : place->fullPath();
+    state.metadataWidth = _commands.pictures().metadataWidth();
     if (!state.write(WindowState::defaultFilePath()))
         qCWarning(stateCategory, "the window's state could not be kept");
 }

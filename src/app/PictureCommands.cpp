@@ -95,6 +95,9 @@ void PictureCommands::addStepsAndFullScreen(platform::MainMenu& menu) {
 }
 
 void PictureCommands::watch(ImageWindow& window, const platform::MainMenu& menu) {
+    if (_metadataWidth > 0)
+        window.setTextWidth(_metadataWidth);
+    connect(&window, &ImageWindow::textWidthChanged, this, &PictureCommands::setMetadataWidth);
     connect(&window, &ImageWindow::stepAsked, this, &PictureCommands::step);
     connect(&window, &ImageWindow::contextMenuAsked, this,
             [this, &menu](QPoint position) { showMenu(menu, position); });
@@ -105,7 +108,8 @@ void PictureCommands::showMenu(const platform::MainMenu& menu, QPoint globalPosi
     popUp->setAttribute(Qt::WA_DeleteOnClose);
     _files.addTo(*popUp, menu);
     popUp->addSeparator();
-    for (const QString& name : {fitName, actualSizeName, fullScreenName, nextName, previousName}) {
+    for (const QString& name : {fitName, actualSizeName, fullScreenName, nextName, previousName,
+                                QStringLiteral("MoveToTrash"), QStringLiteral("Close")}) {
         menu.validate(name);
         popUp->addAction(menu.action(name));
     }
@@ -118,6 +122,31 @@ void PictureCommands::step(int step) {
         return;
     if (const auto path = _images.neighbourOfPath(window->windowController().filePath(), step))
         _windows.openInPlaceOf(*window, {QStringLiteral("ImageWindow"), &_images, *path});
+}
+
+bool PictureCommands::canMoveToTrash() const {
+    const ImageWindow* window = frontImageWindow();
+    return window != nullptr && _images.indexOfPath(window->windowController().filePath()).has_value();
+}
+
+void PictureCommands::moveToTrash() {
+    ImageWindow* window = frontImageWindow();
+    if (window == nullptr)
+        return;
+    const QString path = window->windowController().filePath();
+    const std::optional<std::size_t> index = _images.indexOfPath(path);
+    if (!index)
+        return;
+    std::optional<QString> shownNext = _images.neighbourOfPath(path, 1);
+    if (!shownNext)
+        shownNext = _images.neighbourOfPath(path, -1);
+    _images.removeItem(*index);
+    if (_images.indexOfPath(path))  // it could not be moved
+        return;
+    if (shownNext)
+        _windows.openInPlaceOf(*window, {QStringLiteral("ImageWindow"), &_images, *shownNext});
+    else
+        window->close();
 }
 
 bool PictureCommands::canStep(int step) const {

@@ -28,6 +28,16 @@ class PictureCommands : public QObject {
     /// 1 for the next picture, -1 for the previous one.
     void step(int step);
 
+    /// Whether the picture in front is one of the grid's.
+    bool canMoveToTrash() const;
+    /// Removes the picture in front from the grid, its file thereby going to the trash, and shows the next
+    /// one in its place, or the one before; without another the window closes.
+    void moveToTrash();
+
+    /// The width of the text beside the pictures, points, as the user left it last; 0 for the window's own.
+    int metadataWidth() const { return _metadataWidth; }
+    void setMetadataWidth(int width) { _metadataWidth = width; }
+
  private:
     void watch(ImageWindow& window, const platform::MainMenu& menu);
     void showMenu(const platform::MainMenu& menu, QPoint globalPosition) const;
@@ -36,4 +46,5 @@ class PictureCommands : public QObject {
     ImageBrowserDataSource& _images;
     ImageWindowOpener& _windows;
     const FileCommands& _files;
+    int _metadataWidth = 0;
 };

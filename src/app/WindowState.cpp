@@ -10,6 +10,7 @@
 #include <QJsonObject>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -39,6 +40,7 @@ WindowState WindowState::read(const QString& filePath) {
     state.geometry = bytes(object, QStringLiteral("geometry"));
     state.splitter = bytes(object, QStringLiteral("splitter"));
     state.placesSplitter = bytes(object, QStringLiteral("placesSplitter"));
+    state.metadataWidth = std::clamp(object.value(QStringLiteral("metadataWidth")).toInt(), 0, 10'000);
     if (const double zoom = object.value(QStringLiteral("zoom")).toDouble(-1); zoom >= 0 && zoom <= 1)
         state.zoom = static_cast<float>(zoom);
     state.folder = platform::pathFromFileUri(object.value(QStringLiteral("folder")).toString().toUtf8());
@@ -52,6 +54,8 @@ bool WindowState::write(const QString& filePath) const {
     QJsonObject object{{QStringLiteral("geometry"), text(geometry)},
                        {QStringLiteral("splitter"), text(splitter)},
                        {QStringLiteral("placesSplitter"), text(placesSplitter)}};
+    if (metadataWidth > 0)
+        object.insert(QStringLiteral("metadataWidth"), metadataWidth);
     if (zoom)
         object.insert(QStringLiteral("zoom"), std::round(*zoom * 1000.0) / 1000.0);
     if (!folder.isNull())

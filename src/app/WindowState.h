@@ -12,6 +12,7 @@ struct WindowState {
     QByteArray geometry;        ///< as QWidget::saveGeometry() writes it; empty for none
     QByteArray splitter;        ///< as QSplitter::saveState() writes it: places beside pictures
     QByteArray placesSplitter;  ///< places above scripts
+    int metadataWidth = 0;      ///< of the text beside a picture, points; 0 for none
     std::optional<float> zoom;  ///< 0 to 1
     QString folder;             ///< the selected folder; a null string for none
 

@@ -171,13 +171,21 @@ bool ImageBrowserDataSource::isFolderAtIndex(std::size_t index) const {
     return platform::FolderReader::shared().isFolder(pathAtIndex(index));
 }
 
+bool ImageBrowserDataSource::isPictureAtIndex(std::size_t index) const {
+    const ImageObject& image = *_images->at(index);
+    if (image.kind() == platform::EntryKind::folder)
+        return false;
+    return _imageBrowserView->isPicture(image.imagePath()) &&
+           (image.kind() == platform::EntryKind::regularFile || !isFolderAtIndex(index));
+}
+
 std::optional<QString> ImageBrowserDataSource::neighbourOfPath(const QString& path, int step) {
     const std::optional<std::size_t> place = indexOfPath(path);
     if (!place)
         return std::nullopt;
     for (auto index = static_cast<std::ptrdiff_t>(*place) + step; index >= 0 && index < std::ssize(*_images);
          index += step)
-        if (!isFolderAtIndex(static_cast<std::size_t>(index)))
+        if (isPictureAtIndex(static_cast<std::size_t>(index)))
             return pathAtIndex(static_cast<std::size_t>(index));
     return std::nullopt;
 }

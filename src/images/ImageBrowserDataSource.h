@@ -75,9 +75,14 @@ class ImageBrowserDataSource : public QObject,
     QString urlAtIndex(std::size_t index) const;
     /// Whether an existing folder is at the item's path; no for a place that does not answer in time.
     bool isFolderAtIndex(std::size_t index) const;
-    /// The path of the nearest item after (1) or before (-1) that of a path which is no folder; nothing at
-    /// the ends of the list, and for a path that is not in it. In proportion to the list for such a path and
-    /// the first time, then quick.
+    /// Whether the item is a picture, as far as the view has found out, else by its name; a file whose name
+    /// tells nothing may be one. Asks no file system for what was examined when it was loaded.
+    bool isPictureAtIndex(std::size_t index) const;
+    /// Where an item of this path is. In proportion to the list for a path that is not in it and the first
+    /// time, then quick.
+    std::optional<std::size_t> indexOfPath(const QString& path);
+    /// The path of the nearest picture after (1) or before (-1) an item of this path; nothing at the ends of
+    /// the list, and for a path that is not in it.
     std::optional<QString> neighbourOfPath(const QString& path, int step);
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
@@ -101,9 +106,12 @@ class ImageBrowserDataSource : public QObject,
     /// disk.
     void imageBrowserRemoveItemsAtIndexes(platform::ImageBrowserView& view,
                                           const platform::IndexSet& indexes) override;
+    /// The same for one item.
+    void removeItem(std::size_t index) { imageBrowserRemoveItemsAtIndexes(*_imageBrowserView, {index}); }
     void imageBrowserSelectionDidChange(platform::ImageBrowserView& view) override;
 
-    /// Brings the files of the last removal back, and those that belong to the shown place into the view.
+    /// Brings the files of the last removal back, and those that belong to the shown place into the view,
+    /// selected.
     void undoRemoval();
     bool canUndoRemoval() const;
 
@@ -132,12 +140,11 @@ class ImageBrowserDataSource : public QObject,
     void setImages(ImageListRef images);
     /// Items whose files have just gone, and such as have come, leave and enter the view at once.
     void showChanges(const ImageList& gone, const ImageList& come);
+    void select(const ImageList& images);
     /// A load's items, corrected by what was removed or restored behind its back.
     ImageListRef withChangesWhileLoading(ImageListRef imported, const QString& place) const;
     void openFolderOfItem(std::size_t index, FileSystemItem* place);
     void openSelectedFiles();
-    std::optional<std::size_t> indexOfPath(const QString& path);
-
     platform::ImageBrowserView* _imageBrowserView = nullptr;
     platform::Control* _imageBrowserSizeSlider = nullptr;
     platform::TableView* _scriptsTableView = nullptr;

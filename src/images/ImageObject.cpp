@@ -48,10 +48,11 @@ void ImageObject::setPath(const QString& path) {
     while (titleEnd > 1 && path[titleEnd - 1] == u'/')
         --titleEnd;
     _folderPrefix = path.first(titleEnd - _title.size());
-    _slashesAfterTitle = static_cast<int>(path.size() - titleEnd);
+    _slashesAfterTitle = static_cast<std::uint16_t>(path.size() - titleEnd);
 
     const auto status = platform::fileStatus(path);
     _modificationTimeStamp = status ? status->modificationTime : 0;
+    _kind = status ? status->kind : platform::EntryKind::unknown;
     logAttributes(status);
 }
 
@@ -61,6 +62,7 @@ void ImageObject::setPathInFolder(const QString& folderPrefix, const QString& ti
     _title = title;
     _slashesAfterTitle = 0;
     _modificationTimeStamp = status ? status->modificationTime : 0;
+    _kind = status ? status->kind : platform::EntryKind::unknown;
 }
 
 void ImageObject::logAttributes(const std::optional<platform::FileStatus>& status) {

@@ -8,6 +8,7 @@
 #include <QSharedData>
 #include <QString>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -42,6 +43,10 @@ class ImageObject final : public platform::ImageBrowserItem, public QSharedData 
     /// Seconds since 1970-01-01 00:00 UTC with their fraction; 0 when unknown.
     double modificationTimeStamp() const { return _modificationTimeStamp; }
 
+    /// Whether it was a folder, a link to one included, when its path was set; `unknown` where that could not
+    /// be told.
+    platform::EntryKind kind() const { return _kind; }
+
     /// Equality of paths; nothing else counts.
     bool isEqual(const ImageObject& other) const;
     /// Hashes what isEqual() compares.
@@ -54,7 +59,9 @@ class ImageObject final : public platform::ImageBrowserItem, public QSharedData 
     int compareModificationTimeStamp(const ImageObject& other) const;
 
  private:
-    int _slashesAfterTitle = 0;  ///< stands first, where it fills the gap beside the reference count
+    // These stand first, where they fill the gap beside the reference count.
+    std::uint16_t _slashesAfterTitle = 0;
+    platform::EntryKind _kind = platform::EntryKind::unknown;
     QString _folderPrefix;
     QString _title;
     double _modificationTimeStamp = 0;

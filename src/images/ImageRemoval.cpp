@@ -15,6 +15,7 @@
 #include "settings/PreferencesDictionary.h"
 
 #include <cerrno>
+#include <unordered_set>
 
 namespace {
 
@@ -104,6 +105,7 @@ void ImageBrowserDataSource::undoRemoval() {
         needsWalk = needsWalk || (isRecursive() && platform::FolderReader::shared().isFolder(path));
     }
     showChanges({}, come);
+    select(come);
     Q_EMIT removalsChanged();
     reloadCurrentlyViewedContents();
     if (needsWalk && !isLoading())
@@ -122,6 +124,19 @@ void ImageBrowserDataSource::showChanges(const ImageList& gone, const ImageList&
     setImages(std::move(changed));
     _imageBrowserView->reloadData();
     Q_EMIT itemsChanged();
+}
+
+/// Those of the images that are shown; where none is, what is selected stays.
+void ImageBrowserDataSource::select(const ImageList& images) {
+    platform::IndexSet indexes;
+    std::unordered_set<const ImageObject*> wanted;
+    for (const ImageRef& image : images)
+        wanted.insert(image.data());
+    for (std::size_t index = 0; index < _images->size(); ++index)
+        if (wanted.contains((*_images)[index].data()))
+            indexes.insert(index);
+    if (!indexes.isEmpty())
+        _imageBrowserView->setSelectionIndexes(indexes, false);
 }
 
 ImageListRef ImageBrowserDataSource::withChangesWhileLoading(ImageListRef imported,

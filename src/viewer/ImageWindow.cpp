@@ -18,8 +18,9 @@
 
 namespace {
 
-constexpr QSize firstSize(1120, 720);  // points
-constexpr int columnsOfText = 58;      // characters: the keys' column and a usual value
+constexpr QSize firstSize(1280, 800);  // points
+constexpr int columnsOfText = 54;      // characters: the keys' column and a usual value
+constexpr double largestShare = 0.3;   // of the window that the text takes at first
 constexpr qreal textSize = 9;          // points
 constexpr int textMargin = 10;
 
@@ -42,7 +43,7 @@ ImageWindow::ImageWindow(ImageWindowController& windowController)
     resize(size);
     const int textWidth =
         qMin(QFontMetrics(font).horizontalAdvance(QString(columnsOfText, u'0')) + 2 * textMargin,
-             size.width() * 2 / 5);
+             int(size.width() * largestShare));
     _ui->_splitView->setStretchFactor(0, 1);
     _ui->_splitView->setStretchFactor(1, 0);
     setTextWidth(textWidth);
@@ -51,6 +52,8 @@ ImageWindow::ImageWindow(ImageWindowController& windowController)
             &ImageWindow::leaveFullScreenOrClose);
     _ui->_imageView->installEventFilter(this);
     _ui->_textView->installEventFilter(this);
+    connect(_ui->_splitView, &QSplitter::splitterMoved, this,
+            [this] { Q_EMIT textWidthChanged(this->textWidth()); });
 }
 
 ImageWindow::~ImageWindow() = default;
@@ -82,11 +85,7 @@ void ImageWindow::makeKeyAndOrderFront() {
 
 void ImageWindow::takePlaceOf(const ImageWindow& other) {
     restoreGeometry(other.saveGeometry());
-    const int textWidth = other._hiddenTextWidth.value_or(other._ui->_textView->width());
-    if (_hiddenTextWidth)
-        _hiddenTextWidth = textWidth;
-    else
-        setTextWidth(textWidth);
+    setTextWidth(other.textWidth());
 }
 
 void ImageWindow::toggleFullScreen() {
@@ -113,7 +112,7 @@ void ImageWindow::showPartsForState() {
     _ui->_textView->setVisible(showsAll);
     QPalette colours = palette();
     if (showsAll) {
-        setTextWidth(*std::exchange(_hiddenTextWidth, std::nullopt));
+        setTextWidth(std::exchange(_hiddenTextWidth, std::nullopt).value());
     } else {
         _hiddenTextWidth = _ui->_textView->width();
         colours.setColor(QPalette::Window, Qt::black);
@@ -121,8 +120,15 @@ void ImageWindow::showPartsForState() {
     _ui->_imageView->setPalette(colours);
 }
 
+int ImageWindow::textWidth() const {
+    return _hiddenTextWidth.value_or(_ui->_textView->width());
+}
+
 void ImageWindow::setTextWidth(int textWidth) {
-    _ui->_splitView->setSizes({width() - textWidth, textWidth});
+    if (_hiddenTextWidth)
+        _hiddenTextWidth = textWidth;
+    else
+        _ui->_splitView->setSizes({width() - textWidth, textWidth});
 }
 
 void ImageWindow::leaveFullScreenOrClose() {

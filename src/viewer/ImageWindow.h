@@ -38,6 +38,9 @@ class ImageWindow : public platform::PrintableWindow {
     void setTitleWithRepresentedFilename(const QString& path);
     /// Shows the window in front of the others, with the keyboard.
     void makeKeyAndOrderFront();
+    /// The width of the pane with the text, points.
+    int textWidth() const;
+    void setTextWidth(int textWidth);
     /// Before it is shown: the same place, size, panes and full screen as an open window.
     void takePlaceOf(const ImageWindow& other);
 
@@ -55,6 +58,8 @@ class ImageWindow : public platform::PrintableWindow {
 
  Q_SIGNALS:
     void willClose();
+    /// The user has moved the edge between the picture and the text.
+    void textWidthChanged(int textWidth);
     /// The arrow keys, while there is nothing to pan: -1 for the previous picture, 1 for the next.
     void stepAsked(int step);
     void contextMenuAsked(QPoint globalPosition);
@@ -69,7 +74,6 @@ class ImageWindow : public platform::PrintableWindow {
  private:
     void leaveFullScreenOrClose();
     void showPartsForState();
-    void setTextWidth(int textWidth);
     bool stepByKey(const QKeyEvent& event);
     bool textWants(const QKeyEvent& event) const;
 

@@ -126,11 +126,13 @@ void PictureJourney::opensStepsAndZooms() {
     if (!desktop.problem().isEmpty())
         QSKIP(qPrintable(desktop.problem()));
     const QString folder = makePictures(desktop, 5);
+    write(folder + QStringLiteral("/3a notes.txt"), QStringLiteral("no picture"));
+    QDir().mkpath(folder + QStringLiteral("/3b.png"));
     RunningProgram program(desktop, {desktop.folder(QStringLiteral("home/outer"))});
     const AccessibilityBus bus(desktop);
     QVERIFY(QTest::qWaitFor([&] { return cells(bus).contains(QStringLiteral("inner")); }, 20000));
     desktop.click(cells(bus).at(QStringLiteral("inner")).center(), 2);
-    TRY_COMPARE(titles(bus).size(), 5);
+    TRY_COMPARE(titles(bus).size(), 7);
     TRY_COMPARE(activeTitle(desktop), QStringLiteral("inner — Tavlin"));
 
     const auto grid = cells(bus);
@@ -159,7 +161,7 @@ void PictureJourney::opensStepsAndZooms() {
         [&] { return partShownAt(desktop, inside).value_or(*before).x() > before->x() + 120; }, 20000));
     QCOMPARE(activeTitle(desktop), QStringLiteral("3.png — Tavlin"));
 
-    // The neighbours come in its place; after the last there is none.
+    // The neighbours come in its place, pictures only; after the last there is none.
     desktop.key(QStringLiteral("ctrl+0"));
     const QRect place = activeArea(desktop);
     desktop.key(QStringLiteral("Right"));
@@ -176,8 +178,18 @@ void PictureJourney::opensStepsAndZooms() {
     desktop.keepScreenshot(QStringLiteral("picture-full"));
     desktop.key(QStringLiteral("Escape"));
     TRY_COMPARE(activeArea(desktop), place);
+
+    // To the trash and back: the next one comes in its place meanwhile.
+    const QString third = folder + QStringLiteral("/3.png");
+    desktop.key(QStringLiteral("Delete"));
+    TRY_COMPARE(activeTitle(desktop), QStringLiteral("4.png — Tavlin"));
+    QVERIFY(!QFile::exists(third));
+    TRY_COMPARE(imageWindows(desktop).size(), 3);
+    desktop.key(QStringLiteral("ctrl+z"));
+    TRY_COMPARE(QFile::exists(third), true);
+    QVERIFY(bus.find(QStringLiteral("label"), QStringLiteral("1 of 7 selected")).isValid());
     for (int left = 2; left >= 0; --left) {
-        desktop.key(QStringLiteral("Escape"));
+        desktop.key(left == 2 ? QStringLiteral("ctrl+w") : QStringLiteral("Escape"));
         TRY_COMPARE(imageWindows(desktop).size(), left);
     }
     QCOMPARE(program.terminate(), 0);

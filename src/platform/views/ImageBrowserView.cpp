@@ -2,7 +2,9 @@
 #include "platform/views/ImageBrowserView.h"
 
 #include "platform/Guard.h"
+#include "platform/imaging/PictureNames.h"
 #include "platform/imaging/ThumbnailQueue.h"
+#include "platform/PathBytes.h"
 #include "platform/views/GridAccessibility.h"
 #include "platform/views/ImageBrowserViewPrivate.h"
 #include "platform/views/IndexSetAlgebra.h"
@@ -235,6 +237,13 @@ void ImageBrowserView::setIconProvider(std::function<QIcon(const QString&)> prov
 void ImageBrowserView::replaceIcon(const QString& path, const QIcon& icon) {
     if (_d->pictures.replaceIcon(path, icon))
         viewport()->update();
+}
+
+bool ImageBrowserView::isPicture(const QString& path) const {
+    const Thumbnail::State state = _d->queue ? _d->queue->thumbnail(path).state : Thumbnail::State::unknown;
+    if (state == Thumbnail::State::preview || state == Thumbnail::State::complete)
+        return true;
+    return state != Thumbnail::State::notImage && kindByName(lastPathComponent(path)) != NamedKind::other;
 }
 
 void ImageBrowserView::setEmptyText(const QString& text) {

@@ -116,6 +116,9 @@ class ImageBrowserView : public QAbstractItemView {
     void setIconProvider(std::function<QIcon(const QString& path)> provider);
     /// The icon of a file, where its cell shows one, turned out to be another.
     void replaceIcon(const QString& path, const QIcon& icon);
+    /// Whether the file at a path is a picture: as far as it has been looked at of late, else by its name. A
+    /// name that tells nothing may be a picture's.
+    bool isPicture(const QString& path) const;
     /// What an empty grid says in its middle; nothing by default.
     void setEmptyText(const QString& text);
     /// How an item's place is told to assistive tools, with %1 and %2 for its number and the count.
