@@ -8,6 +8,7 @@
     <message id="AboutWindowDonateButtonTitle"><source></source><translation>&amp;Spenden…</translation></message>
     <message id="AboutWindowGoToHomeButtonTitle"><source></source><translation>Zur Home&amp;page</translation></message>
     <message id="AboutWindowWindowTitle"><source></source><translation>Über Tavlin</translation></message>
+    <message id="CFBundleGetInfoString"><source></source><translation>Tavlin %1, Bildbetrachter für riesige Ordner</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>Das Laufwerk „%@“ ist jetzt da.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>Das Laufwerk „%@“ wurde entfernt.</translation></message>
     <message id="ImageWindowBrokenPicture"><source></source><translation>Dieses Bild kann nicht gezeigt werden</translation></message>

@@ -8,6 +8,7 @@
     <message id="AboutWindowDonateButtonTitle"><source></source><translation>&amp;Donate…</translation></message>
     <message id="AboutWindowGoToHomeButtonTitle"><source></source><translation>Visit Our Home &amp;Page</translation></message>
     <message id="AboutWindowWindowTitle"><source></source><translation>About Tavlin</translation></message>
+    <message id="CFBundleGetInfoString"><source></source><translation>Tavlin %1, image browser for huge folders</translation></message>
     <message id="GrowlMessageVolumeMounted"><source></source><translation>The volume “%@” is there now.</translation></message>
     <message id="GrowlMessageVolumeUnmounted"><source></source><translation>The volume “%@” was removed.</translation></message>
     <message id="ImageWindowBrokenPicture"><source></source><translation>This picture cannot be shown</translation></message>

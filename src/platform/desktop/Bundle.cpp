@@ -42,6 +42,7 @@ Bundle::Bundle(const QString& prefix, const QStringList& languages)
       _toolkit(std::make_unique<QTranslator>()) {
     const QString folder = resourcePath() + QStringLiteral("/translations");
     const QString language = shippedLanguage(folder, languages);
+    _localizedResourcePath = resourcePath() + u'/' + language;
     // What cannot be loaded stays empty and answers no text.
     std::ignore = _english->load(QStringLiteral("tavlin_en"), folder);
     std::ignore = _localized->load(QStringLiteral("tavlin_") + language, folder);
@@ -69,8 +70,10 @@ QIcon Bundle::applicationIcon() const {
 }
 
 QString Bundle::pathForResourceOfType(const QString& name, const QString& type) const {
-    const QString path = resourcePath() + u'/' + name + u'.' + type;
-    return fileStatus(path) ? path : QString();
+    for (const QString& folder : {_localizedResourcePath, resourcePath()})
+        if (const QString path = folder + u'/' + name + u'.' + type; fileStatus(path))
+            return path;
+    return {};
 }
 
 QStringList Bundle::pathsForResourcesOfType(const QString& type) const {
@@ -82,13 +85,13 @@ QStringList Bundle::pathsForResourcesOfType(const QString& type) const {
 }
 
 QString Bundle::objectForInfoDictionaryKey(const QString& key) const {
-    QString version = QStringLiteral(TAVLIN_VERSION);
+    const QString version = QStringLiteral(TAVLIN_VERSION);
     if (key == u"CFBundleName")
         return QStringLiteral("Tavlin");
     if (key == u"CFBundleShortVersionString")
         return version;
     if (key == u"CFBundleGetInfoString")
-        return QStringLiteral("Tavlin %1, image browser for huge folders").arg(version);
+        return localizedString(key).replace(QStringLiteral("%1"), version);
     return {};
 }
 

@@ -30,13 +30,15 @@ class Bundle {
     QString libexecPath() const;
     /// The program's icon at the sizes that windows and title bars show. Read when it is first drawn.
     QIcon applicationIcon() const;
-    /// The resource "name.type", or a null string.
+    /// The resource "name.type", or a null string: that of the desktop's language (PREFIX/share/tavlin/de)
+    /// before the common one.
     QString pathForResourceOfType(const QString& name, const QString& type) const;
     /// The paths of all resources of a type: the files directly in the resource folder whose names end so, by
     /// name.
     QStringList pathsForResourcesOfType(const QString& type) const;
 
-    /// A value of the program's information ("CFBundleGetInfoString", ...); a null string for none.
+    /// A value of the program's information ("CFBundleGetInfoString", ...) in the desktop's language; a null
+    /// string for none.
     QString objectForInfoDictionaryKey(const QString& key) const;
 
     /// The text of a key in the string table "Localizable" in the desktop's language; the empty string for a
@@ -49,6 +51,7 @@ class Bundle {
 
  private:
     const QString _prefix;
+    QString _localizedResourcePath;
     std::unique_ptr<QTranslator> _english;    ///< what is missing in the desktop's language
     std::unique_ptr<QTranslator> _localized;  ///< the desktop's language; empty where that is not shipped
     std::unique_ptr<QTranslator> _toolkit;    ///< the toolkit's own texts in the same language
