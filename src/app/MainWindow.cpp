@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 constexpr QSize firstSize(1180, 760);  // points
 constexpr int firstPlacesWidth = 240;
-constexpr int firstScriptsHeight = 150;
+constexpr int firstScriptsHeight = 172;
 /// A load that is over sooner than this shows no sign of being busy, which would only flicker.
 constexpr auto busyDelay = 250ms;
 

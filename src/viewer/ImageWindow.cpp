@@ -10,6 +10,7 @@
 #include <QCloseEvent>
 #include <QContextMenuEvent>
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -26,13 +27,22 @@ constexpr int textMargin = 10;
 
 }  // namespace
 
+QFont ImageWindow::fixedFont(qreal points) {
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    if (!QFontInfo(font).fixedPitch()) {
+        font.setFamily(QStringLiteral("monospace"));
+        font.setStyleHint(QFont::Monospace);
+    }
+    font.setPointSizeF(points);
+    return font;
+}
+
 ImageWindow::ImageWindow(ImageWindowController& windowController)
     : _windowController(windowController), _ui(std::make_unique<Ui::ImageWindow>()) {
     logWithMethodName("-[ImageWindow initWithContentRect:styleMask:backing:defer:screen:]", currentLine(),
                       u"Narf!");
     _ui->setupUi(this);
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPointSizeF(textSize);
+    const QFont font = fixedFont(textSize);
     _ui->_textView->setFont(font);
     _ui->_textView->document()->setDocumentMargin(textMargin);
     _ui->_imageView->setBrokenText(

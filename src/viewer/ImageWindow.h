@@ -72,6 +72,9 @@ class ImageWindow : public platform::PrintableWindow {
     void showEvent(QShowEvent* event) override;
 
  private:
+    /// The desktop's font of fixed pitch, which the columns of the metadata need; where what it calls so is
+    /// none, another.
+    static QFont fixedFont(qreal points);
     void leaveFullScreenOrClose();
     void showPartsForState();
     bool stepByKey(const QKeyEvent& event);

@@ -10,7 +10,6 @@
 #include "ui_ImageWindowPrintView.h"
 #include "viewer/ImageWindowController.h"
 
-#include <QFontDatabase>
 #include <QPainter>
 
 #include <algorithm>
@@ -74,9 +73,7 @@ platform::PrintPage& ImageWindow::printView() {
         _printViewMetaData = description._printViewMetaData;
         _printViewImageView = description._printViewImageView;
     }
-    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setPointSizeF(printTextSize);
-    _printViewMetaData->setFont(font);
+    _printViewMetaData->setFont(fixedFont(printTextSize));
     _printViewMetaData->setStringValue(printable(_windowController.metaDataPrintSummary()));
     const QImage picture = readPicture(_windowController.filePath());
     if (picture.isNull())
