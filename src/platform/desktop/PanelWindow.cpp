@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QLayout>
+#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -28,6 +29,9 @@ void PanelWindow::fitToContentOf(const QScrollArea& area) {
 }
 
 void PanelWindow::makeKeyAndOrderFront() {
+    // Some styles leave a long text no room before its button's edges.
+    for (QPushButton* button : findChildren<QPushButton*>())
+        button->setMinimumWidth(button->sizeHint().width() + button->fontMetrics().height());
     if (const QWidget* front = QApplication::activeWindow(); front != nullptr && front != this) {
         QRect place(QPoint(), size());
         place.moveCenter(front->frameGeometry().center());
