@@ -24,7 +24,7 @@
 #include <QLoggingCategory>
 #include <QSignalBlocker>
 
-#include <cstdio>
+#include <utility>
 
 Q_LOGGING_CATEGORY(stateCategory, "tavlin.state")
 
@@ -74,7 +74,8 @@ std::unique_ptr<platform::MainInterface> MainWindowInterface::load() {
 }
 
 MainWindowInterface::MainWindowInterface()
-    : _commands({_window, _delegate, _places, _images, _scripts, _imageWindows}) {
+    : _commands({_window, _delegate, _places, _images, _scripts, _imageWindows}),
+      _pathsOpener(_places, _images, _imageWindows) {
     connectOutlets();
     connectZoom();
     connectStatus();
@@ -197,14 +198,10 @@ void MainWindowInterface::awake() {
     });
 }
 
-void MainWindowInterface::openFolder(const QString& path) {
-    if (!path.isNull() && !mayBeFolder(path)) {
-        std::fprintf(stderr, "tavlin: there is no folder \"%s\"\n",
-                     platform::bytesFromPath(path).constData());
-    } else if (!path.isNull()) {
-        _places.revealFolder(path);
+void MainWindowInterface::openPaths(const QStringList& paths) {
+    const bool isFirst = std::exchange(_isFirstOpening, false);
+    if (_pathsOpener.open(paths) || !isFirst)
         return;
-    }
     const bool isLastThere = !_lastFolder.isNull() && mayBeFolder(_lastFolder);
     _places.revealFolder(isLastThere ? _lastFolder : firstFolder());
 }

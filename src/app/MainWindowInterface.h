@@ -4,6 +4,7 @@
 #include "app/BrowserCommands.h"
 #include "app/ImageWindowOpener.h"
 #include "app/MainWindow.h"
+#include "app/PathsOpener.h"
 #include "app/TavlinAppDelegate.h"
 #include "app/WindowState.h"
 #include "images/ImageBrowserDataSource.h"
@@ -28,7 +29,7 @@ class MainWindowInterface : public platform::MainInterface {
     void saveState() override;
     /// The scripts wake after the first frame, as they run shell commands, and the bus is asked then.
     void awake() override;
-    void openFolder(const QString& path) override;
+    void openPaths(const QStringList& paths) override;
     bool hasDetachedWork() const override;
 
     ImageBrowserDataSource& images() { return _images; }
@@ -51,5 +52,7 @@ class MainWindowInterface : public platform::MainInterface {
     MainWindow _window;
     ImageWindowOpener _imageWindows;
     BrowserCommands _commands;
+    PathsOpener _pathsOpener;
+    bool _isFirstOpening = true;
     QString _lastFolder;  ///< of the run before
 };

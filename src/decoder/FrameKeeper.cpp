@@ -11,6 +11,8 @@
 #include <QBuffer>
 #include <QImageReader>
 
+#include <algorithm>
+
 namespace decoder {
 
 namespace {
@@ -22,7 +24,8 @@ constexpr qsizetype kBytesPerPixel =
 
 struct FrameKeeper::Kept {
     Kept(const InputDevice& device, Format fileFormat)
-        : bytes(device.head(static_cast<qsizetype>(device.size()))),
+        : identity(device.identity()),
+          bytes(device.head(static_cast<qsizetype>(device.size()))),
           format(fileFormat),
           transformation(transformationOfOrientation(
               readExifBlock(readContainerChunks(device, format).exif).orientation)) {
@@ -44,6 +47,7 @@ struct FrameKeeper::Kept {
 
     qsizetype keptBytes() const { return bytes.size() + kBytesPerPixel * size.width() * size.height(); }
 
+    InputDevice::Identity identity;
     QByteArray bytes;
     Format format;
     QImageIOHandler::Transformations transformation;
@@ -64,18 +68,21 @@ void FrameKeeper::forget() {
 
 Result FrameKeeper::frame(int index, InputDevice& device) {
     takeLoaderMessage();
-    Kept* kept = _files.find(device.identity());
-    if (!kept) {
+    const auto found = std::ranges::find(_files, device.identity(), &Kept::identity);
+    if (found != _files.end()) {
+        _files.splice(_files.begin(), _files, found);
+    } else {
         const Format format = detectFormat(device.head(kHeadBytes));
         if (format != Format::gif && format != Format::webp)
             return Failure{Status::notImage, {}};
         if (device.size() > kLargestFile)
             return Failure{Status::tooLarge, {}};
-        kept = &_files.add(device.identity(), std::make_unique<Kept>(device, format));
+        _files.emplace_front(device, format);
+        trim();
     }
-    Kept& file = *kept;
+    Kept& file = _files.front();
     if (qint64(file.size.width()) * file.size.height() > kLargestFrame) {
-        _files.removeLast();
+        _files.pop_front();
         return Failure{Status::tooLarge, {}};
     }
     if (index >= file.frameCount)
@@ -101,6 +108,17 @@ Result FrameKeeper::frame(int index, InputDevice& device) {
         picture->loops = file.loops;
     }
     return result;
+}
+
+void FrameKeeper::trim() {
+    qsizetype bytes = 0;
+    for (auto it = _files.begin(); it != _files.end(); ++it) {
+        bytes += it->keptBytes();
+        if (it != _files.begin() && bytes > kKeptBytes) {
+            _files.erase(it, _files.end());
+            return;
+        }
+    }
 }
 
 }  // namespace decoder

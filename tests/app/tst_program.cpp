@@ -58,7 +58,7 @@ class TestProgram : public QObject {
 
         const QString absent = home() + u"/absent"_s;
         runUntilLoaded({absent}, one);
-        QVERIFY2(_log.contains("tavlin: there is no folder \"" + absent.toUtf8() + '"'), _log.constData());
+        QVERIFY2(_log.contains("tavlin: there is no file or folder \"" + absent.toUtf8() + '"'), _log.constData());
     }
 
     void corruptStateIsHarmless() {

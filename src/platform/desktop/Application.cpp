@@ -6,6 +6,7 @@
 #include "platform/desktop/InstallPrefix.h"
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/RunningInstance.h"
+#include "platform/desktop/SessionBus.h"
 #include "platform/desktop/SystemLog.h"
 #include "platform/desktop/TerminationSignals.h"
 #include "platform/desktop/UserDefaults.h"
@@ -41,22 +42,27 @@ constexpr int statusMisuse = 2;
 constexpr int statusNoInterface = 1;
 /// A session that still runs this long after it announced its end has been called off.
 constexpr auto sessionEndLasts = 60s;
+/// The bus starts the program for a request, which it sends as soon as the program has its name.
+constexpr auto requestComesWithin = 1s;
 
 void print(std::FILE* stream, const QByteArray& text) {
     std::fputs(text.constData(), stream);
     std::fflush(stream);
 }
 
-/// Help and version, which need no display; nothing when the program is to run.
-std::optional<int> answerWithoutDisplay(std::span<char* const> arguments) {
-    switch (CommandLine::requestWithoutDisplay(arguments)) {
+/// What needs no display; nothing when the program is to run.
+std::optional<int> answerWithoutDisplay(const CommandLine& commandLine, std::span<char* const> arguments) {
+    switch (commandLine.request) {
         case CommandLine::Request::help:
             print(stdout, usageText());
             return EXIT_SUCCESS;
         case CommandLine::Request::version:
             print(stdout, "tavlin " TAVLIN_VERSION "\n");
             return EXIT_SUCCESS;
-        default:
+        case CommandLine::Request::misuse:
+            print(stderr, "tavlin: " + commandLine.problem.toUtf8() + '\n' + usageText());
+            return statusMisuse;
+        case CommandLine::Request::run:
             break;
     }
     const auto isPlatformOption = [](const QByteArray& argument) {
@@ -97,6 +103,7 @@ struct Application::Private {
     std::unique_ptr<MainInterface> interface;
     std::unique_ptr<WindowOrder> windowOrder;
     TerminationSignals signals_;
+    bool hasOpened = false;      ///< a folder, in the places
     bool isTerminating = false;  ///< terminate() was called
     bool hasTerminated = false;  ///< the delegate has been told
     bool isValidationDue = false;
@@ -106,33 +113,27 @@ struct Application::Private {
 
 int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInterface) {
     const std::span<char* const> all(argv, static_cast<std::size_t>(argc));
-    if (const auto status = answerWithoutDisplay(all.subspan(all.empty() ? 0 : 1)))
+    const std::span<char* const> arguments = all.subspan(all.empty() ? 0 : 1);
+    const CommandLine commandLine = CommandLine::parse(arguments, currentFolder());
+    if (const auto status = answerWithoutDisplay(commandLine, arguments))
         return *status;
+    leaveCurrentFolder();
     putHelpersOnSearchPath();
+    QCoreApplication::setApplicationName(QStringLiteral("tavlin"));
+    settleSessionBusAddress();
     installSystemLog();
+    auto instance = RunningInstance::become({commandLine.paths, ActivationToken::ofThisStart()});
+    if (instance == nullptr)
+        return EXIT_SUCCESS;
 
     // Menus belong to the windows here; asking for a global menu would wait for the bus before the first
     // frame.
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeMenuBar);
-    QCoreApplication::setApplicationName(QStringLiteral("tavlin"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVLIN_VERSION));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tavlin"));
     QGuiApplication::setDesktopFileName(QStringLiteral(TAVLIN_APPLICATION_ID));
     QApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
-
-    const std::span<char* const> own(argv, static_cast<std::size_t>(argc));
-    const CommandLine commandLine = CommandLine::parse(own.subspan(own.empty() ? 0 : 1), currentFolder());
-    if (commandLine.request == CommandLine::Request::misuse) {
-        print(stderr, "tavlin: " + commandLine.problem.toUtf8() + '\n' + usageText());
-        return statusMisuse;
-    }
-
-    leaveCurrentFolder();
-
-    auto instance = RunningInstance::become(commandLine.path);
-    if (instance == nullptr)
-        return EXIT_SUCCESS;
 
     auto d = std::make_unique<Private>();
     d->instance = std::move(instance);
@@ -143,7 +144,7 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     if (d->interface == nullptr)
         return statusNoInterface;
     Application self(std::move(d));
-    self.launch(commandLine.path);
+    self.launch(commandLine);
     return self.enterEventLoop();
 }
 
@@ -182,22 +183,30 @@ Application* Application::shared() {
     return sharedApplication;
 }
 
-void Application::launch(const QString& folder) {
+void Application::launch(const CommandLine& commandLine) {
     MainInterface& interface = *_d->interface;
     guarded("restoreState", [&] { interface.restoreState(); });
     guarded("awakeFromNib", [&] { interface.awake(); });
     guarded("applicationDidFinishLaunching", [&] { _d->delegate().applicationDidFinishLaunching(); });
-    guarded("openFolder", [&] { interface.openFolder(folder); });
+    if (commandLine.start == CommandLine::Start::byBus) {
+        QTimer::singleShot(requestComesWithin, this, [this] { openOnce({}); });
+    } else {
+        openOnce(commandLine.paths);
+    }
 }
 
-void Application::openForOtherStart(const QString& folder) {
-    QWidget& window = _d->interface->mainWindow();
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
-    if (!folder.isNull())
-        guarded("openFolder", [&] { _d->interface->openFolder(folder); });
+/// The first opening, which also finds a folder where none is named.
+void Application::openOnce(const QStringList& paths) {
+    if (!std::exchange(_d->hasOpened, true))
+        guarded("openPaths", [&] { _d->interface->openPaths(paths); });
+}
+
+void Application::openForOtherStart(const StartRequest& request) {
+    bringToFront(_d->interface->mainWindow(), request.activation);
+    if (!_d->hasOpened)
+        openOnce(request.paths);
+    else if (!request.paths.isEmpty())
+        guarded("openPaths", [&] { _d->interface->openPaths(request.paths); });
 }
 
 int Application::enterEventLoop() {
@@ -217,6 +226,7 @@ int Application::enterEventLoop() {
 
 void Application::terminate() {
     _d->isTerminating = true;
+    _d->instance->retire();
     QCoreApplication::exit(EXIT_SUCCESS);
 }
 

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -15,6 +16,8 @@ class QWidget;
 namespace platform {
 
 class MainMenu;
+struct CommandLine;
+struct StartRequest;
 
 /// Is told of the program's life. Every call passes the guard.
 class ApplicationDelegate {
@@ -40,8 +43,9 @@ class MainInterface {
     virtual void saveState() = 0;
     /// Runs awakeFromNib of every object once.
     virtual void awake() = 0;
-    /// Opens the folder that the command line names (a null string for none), or the folder of the last run.
-    virtual void openFolder(const QString& path) = 0;
+    /// Opens the files and folders that the command line names, absolute; for none, or when none of them is
+    /// there before anything else was opened, the folder of the last run.
+    virtual void openPaths(const QStringList& paths) = 0;
     /// Whether threads still run that nobody waits for and that use these objects.
     virtual bool hasDetachedWork() const = 0;
 };
@@ -55,10 +59,10 @@ class Application : public QObject {
 
  public:
     /// The whole life: arguments and PATH, widgets, outlets, kept window state, awakeFromNib,
-    /// did-finish-launching, the command line's folder, activation; then the event loop, and at its end the
+    /// did-finish-launching, the command line's paths, activation; then the event loop, and at its end the
     /// delegate's applicationWillTerminate once. Where the program runs already, that one comes to the front
-    /// with the folder, and this start ends. Answers the exit status: 0, 1 without a display or an interface,
-    /// 2 for a command line that is not understood.
+    /// with the paths, and this start ends (see RunningInstance.h). Answers the exit status: 0, 1 without a
+    /// display or an interface, 2 for a command line that is not understood.
     ///
     /// The program ends when its last window closes, by terminate(), by SIGTERM, SIGINT or SIGHUP, and with
     /// the session. Ending closes no window by event.
@@ -83,8 +87,9 @@ class Application : public QObject {
     explicit Application(std::unique_ptr<Private> d);
     ~Application() override;
 
-    void launch(const QString& folder);
-    void openForOtherStart(const QString& folder);
+    void launch(const CommandLine& commandLine);
+    void openOnce(const QStringList& paths);
+    void openForOtherStart(const StartRequest& request);
     int enterEventLoop();
     void saveAndSendWillTerminate();
     void validateMenusSoon();

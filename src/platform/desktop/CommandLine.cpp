@@ -5,27 +5,58 @@
 
 #include <QDir>
 
+#include <algorithm>
+#include <array>
+#include <optional>
+
 namespace platform {
 
 namespace {
 
+using Request = CommandLine::Request;
+
+/// What the toolkit takes for itself, with one dash or two (QApplication, QGuiApplication and the xcb
+/// platform of Qt 6). Those with a value have it in the next argument, or after "=".
+constexpr std::array<QByteArrayView, 4> switches{"reverse", "nograb", "dograb", "widgetcount"};
+constexpr std::array<QByteArrayView, 16> valued{
+    "platform",    "platformpluginpath", "platformtheme", "plugin", "qmljsdebugger", "qwindowgeometry",
+    "qwindowicon", "qwindowtitle",       "geometry",      "icon",   "title",         "session",
+    "style",       "stylesheet",         "display",       "name"};
+
+enum class ToolkitOption { none, alone, withNext };
+
+ToolkitOption toolkitOption(QByteArrayView argument) {
+    const QByteArrayView name = argument.sliced(argument.startsWith("--") ? 2 : 1);
+    const qsizetype equals = name.indexOf('=');
+    if (std::ranges::find(valued, equals < 0 ? name : name.first(equals)) != valued.end())
+        return equals < 0 ? ToolkitOption::withNext : ToolkitOption::alone;
+    return std::ranges::find(switches, name) != switches.end() ? ToolkitOption::alone : ToolkitOption::none;
+}
+
+std::optional<Request> ownOption(QByteArrayView argument) {
+    if (argument == "--help" || argument == "-h")
+        return Request::help;
+    if (argument == "--version" || argument == "-v")
+        return Request::version;
+    return std::nullopt;
+}
+
+CommandLine asking(Request request, const QString& problem = {}) {
+    CommandLine result;
+    result.request = request;
+    result.problem = problem;
+    return result;
+}
+
 CommandLine misuse(const QString& problem) {
-    return {CommandLine::Request::misuse, {}, problem};
+    return asking(Request::misuse, problem);
 }
 
+/// A null string for an address of no file of this computer.
 QString absolutePath(const QByteArray& argument, const QString& folder) {
-    if (argument.startsWith("file:"))
-        return pathFromFileUri(argument);
-    const QString path = pathFromBytes(argument);
-    return QDir::cleanPath(path.startsWith(u'/') ? path : pathByAppending(folder, path));
-}
-
-CommandLine::Request requestOf(const QByteArray& option) {
-    if (option == "--help" || option == "-h")
-        return CommandLine::Request::help;
-    if (option == "--version" || option == "-v")
-        return CommandLine::Request::version;
-    return CommandLine::Request::run;
+    const QString path = argument.startsWith("file:") ? pathFromFileUri(argument) : pathFromBytes(argument);
+    return path.isNull() ? path
+                         : QDir::cleanPath(path.startsWith(u'/') ? path : pathByAppending(folder, path));
 }
 
 }  // namespace
@@ -33,44 +64,44 @@ CommandLine::Request requestOf(const QByteArray& option) {
 CommandLine CommandLine::parse(std::span<char* const> arguments, const QString& folder) {
     CommandLine result;
     bool optionsEnded = false;
-    for (const QByteArray argument : arguments) {
-        if (!optionsEnded && argument == "--") {
-            optionsEnded = true;
-        } else if (!optionsEnded && argument.startsWith('-') && argument.size() > 1) {
-            const Request request = requestOf(argument);
-            if (request == Request::run)
+    for (auto next = arguments.begin(); next != arguments.end(); ++next) {
+        const QByteArray argument = *next;
+        if (!optionsEnded && argument.size() > 1 && argument.startsWith('-')) {
+            const auto request = ownOption(argument);
+            const ToolkitOption toolkit = toolkitOption(argument);
+            if (request)
+                return asking(*request);
+            if (argument == "--")
+                optionsEnded = true;
+            else if (argument == "--service")
+                result.start = Start::byBus;
+            else if (toolkit == ToolkitOption::none)
                 return misuse(QStringLiteral("unknown option \"%1\"").arg(QString::fromUtf8(argument)));
-            result.request = request;
+            else if (toolkit == ToolkitOption::withNext && next + 1 != arguments.end())
+                ++next;
         } else if (argument.isEmpty()) {
-            return misuse(QStringLiteral("the folder's name is empty"));
-        } else if (!result.path.isNull()) {
-            return misuse(QStringLiteral("more than one folder"));
+            return misuse(QStringLiteral("a path is empty"));
         } else {
-            result.path = absolutePath(argument, folder);
-            if (result.path.isNull())
+            result.paths += absolutePath(argument, folder);
+            if (result.paths.constLast().isNull())
                 return misuse(
-                    QStringLiteral("not a folder of this computer: \"%1\"").arg(QString::fromUtf8(argument)));
+                    QStringLiteral("not a file of this computer: \"%1\"").arg(QString::fromUtf8(argument)));
         }
     }
     return result;
 }
 
-CommandLine::Request CommandLine::requestWithoutDisplay(std::span<char* const> arguments) {
-    for (const QByteArray argument : arguments) {
-        if (argument == "--")
-            break;
-        if (const Request request = requestOf(argument); request != Request::run)
-            return request;
-    }
-    return Request::run;
-}
-
 QByteArray usageText() {
-    return "Usage: tavlin [OPTION...] [FOLDER]\n"
-           "Shows the pictures of FOLDER, or of the folder shown last.\n"
+    return "Usage: tavlin [OPTION...] [FOLDER | FILE...]\n"
+           "Shows the pictures of FOLDER, or of the folder shown last. Each FILE opens in a window of its "
+           "own,\n"
+           "and the first one's folder is shown; of several folders the first one is. A path may be a file: "
+           "URI.\n"
+           "Where the program runs already, the running one opens them.\n"
            "\n"
            "  -h, --help     print this text and end\n"
            "  -v, --version  print the version and end\n"
+           "      --service  started by the session bus: open what it asks for\n"
            "\n"
            "The toolkit's own options, such as -style and -platform, are understood as well.\n";
 }

@@ -25,7 +25,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patience = 40ms;
-constexpr const char* ownEntry = "tavlin.desktop";
+constexpr const char* ownEntry = TAVLIN_APPLICATION_ID ".desktop";
 
 using Description = std::shared_ptr<GAppInfo>;
 

@@ -9,7 +9,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
-#include <QFile>
 #include <QImage>
 #include <QLoggingCategory>
 
@@ -55,13 +54,6 @@ constexpr int largestIcon = 128;
 /// A service that never says that a notification has gone must not make the program grow.
 constexpr qsizetype mostContexts = 256;
 
-/// A bus that somebody has started. Without an address the library would start one of its own, which would
-/// outlive the program.
-bool mayHaveBus() {
-    return qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") ||
-           QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
-}
-
 /// Calls back with a finished call, unless its asker has gone by then.
 template <typename Function>
 void whenFinished(QObject* asker, const QDBusPendingCall& call, Function function) {
@@ -80,7 +72,7 @@ NotificationBridge::NotificationBridge(QObject* parent) : QObject(parent) {
 NotificationBridge::~NotificationBridge() = default;
 
 void NotificationBridge::connectToService() {
-    if (_bus || !mayHaveBus())
+    if (_bus || qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
         return;
     _bus = QDBusConnection::sessionBus();
     if (!_bus->isConnected()) {
@@ -147,7 +139,7 @@ void NotificationBridge::notifyWithTitle(const QString& title, const QString& de
     const int expiry = isSticky ? 0 : -1;
     // The action of this name is what a click on the notification itself means; its text is not shown.
     const QStringList actions{QStringLiteral("default"), title};
-    message << _applicationName << replacesNone << QStringLiteral("tavlin") << title
+    message << _applicationName << replacesNone << QStringLiteral(TAVLIN_APPLICATION_ID) << title
             << description.toHtmlEscaped() << actions << hints(iconData, priority) << expiry;
     whenFinished(this, _bus->asyncCall(message, _patience), [this, clickContext](const auto& call) {
         const QDBusPendingReply<uint> reply = call;
@@ -163,7 +155,7 @@ void NotificationBridge::notifyWithTitle(const QString& title, const QString& de
 }
 
 QVariantMap NotificationBridge::hints(const std::optional<QByteArray>& iconData, int priority) const {
-    QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral("tavlin")}};
+    QVariantMap hints{{QStringLiteral("desktop-entry"), QStringLiteral(TAVLIN_APPLICATION_ID)}};
     const int urgency = priority < 0 ? 0 : priority > 1 ? 2 : 1;  // low, normal, critical
     hints.insert(QStringLiteral("urgency"), QVariant::fromValue(static_cast<uchar>(urgency)));
     const auto& icon = iconData ? iconData : _applicationIcon;

@@ -3,116 +3,256 @@
 
 #include "platform/PathBytes.h"
 
-#include <QSocketNotifier>
+#include <gio/gio.h>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <QDir>
+#include <QLoggingCategory>
+
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <climits>
 #include <optional>
 #include <thread>
+#include <utility>
 
 namespace platform {
 
 namespace {
 
+Q_LOGGING_CATEGORY(instanceLog, "tavlin.instance", QtWarningMsg)
+
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using Bus = std::shared_ptr<GDBusConnection>;
 
-/// How long one that has the lock may take until it listens.
-constexpr auto startLasts = 1s;
+/// How long a start may take to come to terms with the bus and the program that runs already.
+constexpr auto patience = 5s;
+constexpr auto retryAfter = 20ms;
 
-QByteArray meetingPlace() {
-    const QByteArray folder = qgetenv("XDG_RUNTIME_DIR");
-    if (!folder.startsWith('/'))
-        return {};
-    QByteArray display = qgetenv("WAYLAND_DISPLAY") + qgetenv("DISPLAY");
-    std::ranges::replace(display, '/', '_');
-    return folder + "/tavlin" + display;
+constexpr const char* name = TAVLIN_APPLICATION_ID;
+constexpr const char* objectPath = "/org/tavlin/Tavlin";
+constexpr const char* interfaceName = "org.freedesktop.Application";
+constexpr const char* interfaceDescription =
+    "<node><interface name='org.freedesktop.Application'>"
+    "<method name='Activate'><arg type='a{sv}' direction='in'/></method>"
+    "<method name='Open'><arg type='as' direction='in'/><arg type='a{sv}' direction='in'/></method>"
+    "<method name='ActivateAction'>"
+    "<arg type='s' direction='in'/><arg type='av' direction='in'/><arg type='a{sv}' direction='in'/>"
+    "</method></interface></node>";
+constexpr const char* startupIdKey = "desktop-startup-id";
+constexpr const char* tokenKey = "activation-token";
+
+int millisecondsUntil(Clock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    return std::max(1, static_cast<int>(left.count()));
 }
 
-/// Nothing for a path that is too long for a socket.
-std::optional<sockaddr_un> addressOf(const QByteArray& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (static_cast<std::size_t>(path.size()) >= sizeof(address.sun_path))
-        return std::nullopt;
-    std::ranges::copy(path, address.sun_path);
-    return address;
+/// Logs an error and frees it.
+void report(const char* what, GError* error) {
+    qCInfo(instanceLog, "%s: %s", what, error == nullptr ? "" : error->message);
+    g_clear_error(&error);
 }
 
-ScopedFileDescriptor datagramSocket() {
-    return ScopedFileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+/// What an asynchronous connecting answers.
+struct Connecting {
+    GDBusConnection* bus = nullptr;
+    GError* error = nullptr;
+    bool isDone = false;
+};
+
+void didConnect(GObject* /*source*/, GAsyncResult* result, void* data) {
+    auto& connecting = *static_cast<Connecting*>(data);
+    connecting.bus = g_dbus_connection_new_for_address_finish(result, &connecting.error);
+    connecting.isDone = true;
 }
 
-bool send(const QByteArray& socketPath, const QByteArray& message) {
-    const auto address = addressOf(socketPath);
-    const ScopedFileDescriptor socket = datagramSocket();
-    return address &&
-           ::sendto(socket.get(), message.constData(), static_cast<std::size_t>(message.size()), MSG_NOSIGNAL,
-                    reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) == message.size();
+gboolean giveUp(void* cancellable) {
+    g_cancellable_cancel(static_cast<GCancellable*>(cancellable));
+    return G_SOURCE_REMOVE;
+}
+
+/// A connection of the program's own, as the shared ones can neither be waited for with a deadline nor have
+/// an object before messages come. Null without a bus that answers in time.
+Bus connectToBus(Clock::time_point deadline) {
+    GMainContext* context = g_main_context_new();
+    g_main_context_push_thread_default(context);
+    GCancellable* cancellable = g_cancellable_new();
+    GSource* alarm = g_timeout_source_new(static_cast<guint>(millisecondsUntil(deadline)));
+    g_source_set_callback(alarm, giveUp, cancellable, nullptr);
+    g_source_attach(alarm, context);
+    Connecting connecting;
+    g_dbus_connection_new_for_address(
+        qgetenv("DBUS_SESSION_BUS_ADDRESS").constData(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, cancellable, didConnect, &connecting);
+    while (!connecting.isDone)
+        g_main_context_iteration(context, TRUE);
+    g_source_destroy(alarm);
+    g_source_unref(alarm);
+    g_object_unref(cancellable);
+    g_main_context_pop_thread_default(context);
+    g_main_context_unref(context);
+    if (connecting.bus == nullptr) {
+        report("no session bus", connecting.error);
+        return nullptr;
+    }
+    return Bus(connecting.bus, &g_object_unref);
+}
+
+enum class Ownership { first, later, refused };
+
+Ownership requestName(GDBusConnection* bus, Clock::time_point deadline) {
+    constexpr guint32 doNotQueue = 4;
+    constexpr guint32 isOwner = 1;
+    GError* error = nullptr;
+    GVariant* reply = g_dbus_connection_call_sync(
+        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+        g_variant_new("(su)", name, doNotQueue), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE,
+        millisecondsUntil(deadline), nullptr, &error);
+    if (reply == nullptr) {
+        report("the bus gives no name", error);
+        return Ownership::refused;
+    }
+    guint32 answer = 0;
+    g_variant_get(reply, "(u)", &answer);
+    g_variant_unref(reply);
+    return answer == isOwner ? Ownership::first : Ownership::later;
+}
+
+/// The interface's "platform data".
+GVariant* platformData(const ActivationToken& activation) {
+    GVariantBuilder data;
+    g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
+    const auto add = [&data](const char* key, const QByteArray& value) {
+        if (g_utf8_validate(value.constData(), value.size(), nullptr) != FALSE && !value.isEmpty())
+            g_variant_builder_add(&data, "{sv}", key, g_variant_new_string(value.constData()));
+    };
+    add(startupIdKey, activation.startupId);
+    add(tokenKey, activation.token);
+    return g_variant_builder_end(&data);
+}
+
+GVariant* uriList(const QStringList& paths) {
+    GVariantBuilder uris;
+    g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
+    for (const QString& path : paths)
+        g_variant_builder_add(&uris, "s", fileUriFromPath(path).constData());
+    return g_variant_builder_end(&uris);
+}
+
+/// Whether the running program has taken the request.
+bool handOver(GDBusConnection* bus, const StartRequest& request, Clock::time_point deadline) {
+    GVariant* data = platformData(request.activation);
+    const bool opens = !request.paths.isEmpty();
+    GError* error = nullptr;
+    GVariant* reply = g_dbus_connection_call_sync(
+        bus, name, objectPath, interfaceName, opens ? "Open" : "Activate",
+        opens ? g_variant_new("(@as@a{sv})", uriList(request.paths), data) : g_variant_new("(@a{sv})", data),
+        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, millisecondsUntil(deadline), nullptr, &error);
+    if (reply == nullptr) {
+        report("the running program does not take the request", error);
+        return false;
+    }
+    g_variant_unref(reply);
+    return true;
+}
+
+ActivationToken activationFrom(GVariant* data) {
+    const auto text = [data](const char* key) {
+        const char* value = nullptr;
+        return g_variant_lookup(data, key, "&s", &value) != FALSE ? QByteArray(value) : QByteArray();
+    };
+    return {text(startupIdKey), text(tokenKey)};
+}
+
+QStringList pathsFrom(GVariant* uris) {
+    QStringList paths;
+    GVariantIter next;
+    g_variant_iter_init(&next, uris);
+    for (const char* uri = nullptr; g_variant_iter_next(&next, "&s", &uri) != FALSE;) {
+        const QString path = pathFromFileUri(uri);
+        if (path.isNull())
+            qCWarning(instanceLog, "not a file of this computer: \"%s\"", uri);
+        else
+            paths += QDir::cleanPath(path);
+    }
+    return paths;
 }
 
 }  // namespace
 
-std::unique_ptr<RunningInstance> RunningInstance::become(const QString& folder) {
-    const QByteArray place = meetingPlace();
-    const QByteArray socketPath = place + ".socket";
-    ScopedFileDescriptor lock;
-    if (!place.isEmpty()) {
-        lock.reset(::open((place + ".lock").constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-        const auto isFirst = [&] {
-            return !lock.isValid() || ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
-        };
-        const auto patienceEnds = std::chrono::steady_clock::now() + startLasts;
-        while (!isFirst()) {
-            if (send(socketPath, bytesFromPath(folder)))
-                return nullptr;
-            if (std::chrono::steady_clock::now() > patienceEnds) {
-                lock.reset();
-                break;
-            }
-            std::this_thread::sleep_for(20ms);
+std::unique_ptr<RunningInstance> RunningInstance::become(const StartRequest& request) {
+    std::unique_ptr<RunningInstance> instance(new RunningInstance);
+    // Requests come by GLib's loop alone.
+    if (!qEnvironmentVariableIsEmpty("QT_NO_GLIB"))
+        return instance;
+    const auto deadline = Clock::now() + patience;
+    const Bus bus = connectToBus(deadline);
+    if (bus == nullptr)
+        return instance;
+    instance->serve(bus);
+    for (;;) {
+        const Ownership ownership = requestName(bus.get(), deadline);
+        if (ownership == Ownership::first)
+            return instance;
+        if (ownership == Ownership::later && handOver(bus.get(), request, deadline))
+            return nullptr;
+        if (ownership == Ownership::later && Clock::now() >= deadline)
+            qCWarning(instanceLog,
+                      "The program that runs already does not answer; this one runs on its own.");
+        if (ownership == Ownership::refused || Clock::now() >= deadline) {
+            instance->retire();
+            return instance;
         }
+        // The running program is about to end, or has just done so.
+        std::this_thread::sleep_for(retryAfter);
     }
-    return std::unique_ptr<RunningInstance>(new RunningInstance(std::move(lock), socketPath));
-}
-
-RunningInstance::RunningInstance(ScopedFileDescriptor lock, const QByteArray& socketPath)
-    : _lock(std::move(lock)), _socketPath(socketPath) {
-    if (_lock.isValid())
-        listen();
 }
 
 RunningInstance::~RunningInstance() {
-    if (_socket.isValid())
-        ::unlink(_socketPath.constData());
+    retire();
 }
 
-void RunningInstance::listen() {
-    const auto address = addressOf(_socketPath);
-    ScopedFileDescriptor socket = datagramSocket();
-    if (!address || !socket.isValid())
-        return;
-    ::unlink(_socketPath.constData());
-    if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof(*address)) != 0)
-        return;
-    _socket = std::move(socket);
-    auto* notifier = new QSocketNotifier(_socket.get(), QSocketNotifier::Read, this);
-    connect(notifier, &QSocketNotifier::activated, this, &RunningInstance::receive);
+/// Before the name is asked for, so that nothing sent to it is lost. Calls come through the default context
+/// of the thread, which is the main loop's.
+void RunningInstance::serve(const Bus& bus) {
+    static constexpr GDBusInterfaceVTable table = {
+        [](GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* parameters,
+           GDBusMethodInvocation* invocation,
+           void* self) { static_cast<RunningInstance*>(self)->answer(method, parameters, invocation); },
+        nullptr,
+        nullptr,
+        {}};
+    _bus = bus;
+    GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(interfaceDescription, nullptr);
+    _registration = g_dbus_connection_register_object(_bus.get(), objectPath, node->interfaces[0], &table,
+                                                      this, nullptr, nullptr);
+    g_dbus_node_info_unref(node);
 }
 
-void RunningInstance::receive() {
-    std::array<char, PATH_MAX> message{};
-    const ssize_t size = ::recv(_socket.get(), message.data(), message.size(), 0);
-    if (size < 0)
+void RunningInstance::retire() {
+    if (const unsigned registration = std::exchange(_registration, 0); registration != 0)
+        g_dbus_connection_unregister_object(_bus.get(), registration);
+}
+
+void RunningInstance::answer(const char* method, GVariant* parameters, GDBusMethodInvocation* invocation) {
+    if (qstrcmp(method, "ActivateAction") == 0) {
+        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.InvalidArgs",
+                                                   "This program has no actions.");
         return;
-    const QString folder = pathFromBytes(QByteArrayView(message.data(), size));
-    Q_EMIT asked(folder.startsWith(u'/') ? folder : QString());
+    }
+    const bool opens = qstrcmp(method, "Open") == 0;
+    StartRequest request;
+    GVariant* data = g_variant_get_child_value(parameters, opens ? 1 : 0);
+    request.activation = activationFrom(data);
+    g_variant_unref(data);
+    if (opens) {
+        GVariant* uris = g_variant_get_child_value(parameters, 0);
+        request.paths = pathsFrom(uris);
+        g_variant_unref(uris);
+    }
+    g_dbus_method_invocation_return_value(invocation, nullptr);
+    Q_EMIT asked(request);
 }
 
 }  // namespace platform

@@ -1,41 +1,56 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/ScopedFileDescriptor.h"
+#include "platform/desktop/WindowRaising.h"
 
 #include <QObject>
-#include <QString>
+#include <QStringList>
 
 #include <memory>
 
+struct _GDBusConnection;
+struct _GDBusMethodInvocation;
+struct _GVariant;
+
 namespace platform {
 
-/// The one running program of a user on a display: the first listens, and every later start hands it its
-/// folder and ends. They meet in the XDG runtime folder by a lock, which the system drops however the first
-/// ends, and a datagram socket; neither waits for the other. Without that folder every start runs on its own.
-/// Main thread only.
+/// What one start asks of the program: a value.
+struct StartRequest {
+    QStringList paths;  ///< absolute; none: the window alone
+    ActivationToken activation;
+};
+
+/// The one running program of a session: the first takes the name org.tavlin.Tavlin on the session's bus, and
+/// every later start hands it its request and ends. It is an application as the Desktop Entry Specification
+/// has it for D-Bus activation (interface org.freedesktop.Application), so that launchers may ask it
+/// directly. Paths travel as file URIs, byte for byte. Without a bus every start runs on its own, and so does
+/// one that finds a running program that has not answered for five seconds. Main thread only.
 class RunningInstance : public QObject {
     Q_OBJECT
 
  public:
-    /// Hands the folder (a null string for none) to the program that runs already: nothing is answered then,
-    /// and this start is to end. Otherwise this is the running program from now on.
-    static std::unique_ptr<RunningInstance> become(const QString& folder);
+    /// Hands the request to the program that runs already: nothing is answered then, and this start is to
+    /// end. Otherwise this is the running program from now on. Needs no application object.
+    static std::unique_ptr<RunningInstance> become(const StartRequest& request);
 
     ~RunningInstance() override;
 
+    /// Takes no more requests: a start that comes now waits for this program's end, and runs then.
+    void retire();
+
  Q_SIGNALS:
-    /// Another start asks for the window, and for a folder unless the string is null.
-    void asked(const QString& folder);
+    /// Another start, or a launcher, asks for the window and for what it is to open.
+    void asked(const platform::StartRequest& request);
 
  private:
-    RunningInstance(ScopedFileDescriptor lock, const QByteArray& socketPath);
-    void listen();
-    void receive();
+    using Bus = std::shared_ptr<_GDBusConnection>;
 
-    ScopedFileDescriptor _lock;
-    QByteArray _socketPath;
-    ScopedFileDescriptor _socket;
+    RunningInstance() = default;
+    void serve(const Bus& bus);
+    void answer(const char* method, _GVariant* parameters, _GDBusMethodInvocation* invocation);
+
+    Bus _bus;
+    unsigned _registration = 0;
 };
 
 }  // namespace platform

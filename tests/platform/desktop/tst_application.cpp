@@ -3,11 +3,9 @@
 
 #include "platform/desktop/MainMenu.h"
 #include "platform/desktop/UserDefaults.h"
-#include "platform/ScopedFileDescriptor.h"
+#include "platform/PathBytes.h"
+#include "testing/PrivateBus.h"
 #include "testing/TestHome.h"
-
-#include <fcntl.h>
-#include <sys/file.h>
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -56,8 +54,8 @@ class TellingInterface : public platform::MainInterface, public platform::Applic
         throwIfAsked();
     }
     void awake() override { say("awake"); }
-    void openFolder(const QString& path) override {
-        say(("open " + path.toUtf8()).constData());
+    void openPaths(const QStringList& paths) override {
+        say(("open " + platform::bytesFromPath(paths.join(u", "_s))).constData());
         QTimer::singleShot(0, &_window, [this] { end(); });
     }
     bool hasDetachedWork() const override { return _ending == "detached"; }
@@ -109,13 +107,15 @@ class TestApplication : public QObject {
 
     const QString _settingsPath = platform::UserDefaults::standardUserDefaults().filePath();
 
-    static QProcessEnvironment environment(const char* ending) {
+    static QProcessEnvironment environment(const char* ending, const QByteArray& bus = "disabled:") {
         QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+        result.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(bus));
         result.insert(u"TAVLIN_TEST_ENDING"_s, QString::fromLatin1(ending));
         return result;
     }
-    static void start(QProcess& child, const char* ending, const QStringList& arguments = {}) {
-        child.setProcessEnvironment(environment(ending));
+    static void start(QProcess& child, const char* ending, const QStringList& arguments = {},
+                      const QByteArray& bus = "disabled:") {
+        child.setProcessEnvironment(environment(ending, bus));
         child.start(QCoreApplication::applicationFilePath(), arguments);
         QVERIFY(child.waitForStarted());
     }
@@ -164,41 +164,47 @@ class TestApplication : public QObject {
         }
     }
 
-    void aSecondStartRaisesTheFirst() {
-        QProcess first;
-        start(first, "signal", {u"/one"_s});
+    /// Also names that are not UTF-8 and hold a newline, and two starts at the same moment.
+    void laterStartsHandOverTheirPaths() {
+        const PrivateBus bus;
+        QVERIFY(!bus.address().isEmpty());
+        QProcess starts[2];
+        start(starts[0], "signal", {u"/one"_s}, bus.address());
+        start(starts[1], "signal", {u"/two"_s}, bus.address());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (starts[0].state() == QProcess::NotRunning) != (starts[1].state() == QProcess::NotRunning),
+            20000);
+        QProcess& first = starts[starts[0].state() == QProcess::NotRunning ? 1 : 0];
+        QCOMPARE(starts[&first == &starts[0] ? 1 : 0].exitCode(), 0);
         QByteArray output;
-        QTRY_VERIFY((output += first.readAllStandardOutput()).contains("ready"));
-        QProcess second;
-        start(second, "terminate", {u"/two"_s});
-        QVERIFY(second.waitForFinished());
-        QCOMPARE(second.exitCode(), 0);
-        QVERIFY(second.readAllStandardOutput().isEmpty());
-        QTRY_VERIFY((output += first.readAllStandardOutput()).contains("open /two\n"));
+        const auto hears = [&](const char* line) {
+            return QTest::qWaitFor([&] { return (output += first.readAllStandardOutput()).contains(line); },
+                                   20000);
+        };
+        QVERIFY(hears("open /one\n") && hears("open /two\n"));
+
+        QProcess later;
+        start(later, "signal", {u"-style"_s, u"fusion"_s, u"/a b/../%C3"_s, u"file:///x%FFy%0Az/"_s},
+              bus.address());
+        QVERIFY(later.waitForFinished());
+        QCOMPARE(later.exitCode(), 0);
+        QVERIFY(later.readAllStandardOutput().isEmpty());
+        QVERIFY(hears("open /%C3, /x\xFFy\nz\n"));
+
+        // Where the running program does not answer the next start runs alone; where it dies, in its place.
+        ::kill(static_cast<pid_t>(first.processId()), SIGSTOP);
+        QProcess alone;
+        start(alone, "terminate", {u"/alone"_s}, bus.address());
+        QVERIFY(alone.waitForFinished());
+        QVERIFY(alone.readAllStandardOutput().contains("open /alone\n"));
+        QVERIFY(alone.readAllStandardError().contains("this one runs on its own"));
+        QProcess heir;
+        start(heir, "terminate", {u"/three"_s}, bus.address());
+        QVERIFY(!heir.waitForReadyRead(500));
         first.kill();
         QVERIFY(first.waitForFinished());
-
-        // What a killed program leaves behind must not make the next start hand over to nobody.
-        QProcess third;
-        start(third, "terminate", {u"/three"_s});
-        QVERIFY(third.waitForFinished());
-        QVERIFY(third.readAllStandardOutput().contains("open /three\n"));
-    }
-
-    /// The lock stands, its owner does not listen yet, and then is gone.
-    void aSecondStartWaitsForTheFirst() {
-        const QByteArray place = qgetenv("XDG_RUNTIME_DIR") + "/tavlin" + qgetenv("WAYLAND_DISPLAY") +
-                                 QByteArray(qgetenv("DISPLAY")).replace('/', '_');
-        platform::ScopedFileDescriptor lock(::open((place + ".lock").constData(), O_RDWR | O_CREAT, 0600));
-        QCOMPARE(::flock(lock.get(), LOCK_EX), 0);
-        QProcess second;
-        start(second, "signal");
-        QVERIFY(!second.waitForReadyRead(400));
-        lock.reset();
-        QByteArray output;
-        QTRY_VERIFY((output += second.readAllStandardOutput()).contains("ready"));
-        second.terminate();
-        QVERIFY(second.waitForFinished());
+        QVERIFY(heir.waitForFinished());
+        QVERIFY(heir.readAllStandardOutput().contains("open /three\n"));
     }
 
     void answersOnTheCommandLine_data() {
@@ -215,6 +221,11 @@ class TestApplication : public QObject {
         row("help", "--help", false, 0, "Usage:", "");
         row("unknown option", "--bogus", true, 2, "", "\"--bogus\"");
         row("after the toolkit's own", "-style fusion --bogus", true, 2, "", "\"--bogus\"");
+        row("unknown option, no display", "--bogus", false, 2, "", "\"--bogus\"");
+        row("no path of this computer", "file://elsewhere/x", false, 2, "", "file://elsewhere/x");
+        row("the toolkit's own with a value", "--style=fusion -qwindowtitle --bogus --help", false, 0,
+            "Usage:", "");
+        row("a name like an option", "-- --bogus", false, 1, "", "no display");
         row("no display", "", false, 1, "", "no display");
     }
     void answersOnTheCommandLine() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/NotificationBridge.h"
 #include "testing/Desktop.h"
+#include "testing/PrivateBus.h"
 #include "testing/TestHome.h"
 
 #include <QDBusContext>
@@ -18,6 +19,7 @@ namespace {
 
 const QString kService = u"org.freedesktop.Notifications"_s;
 const QString kPath = u"/org/freedesktop/Notifications"_s;
+const QString kApplication = QStringLiteral(TAVLIN_APPLICATION_ID);
 
 struct Recorder final : platform::NotificationBridgeDelegate {
     QStringList heard;
@@ -74,13 +76,8 @@ class NotificationBridgeTest : public QObject {
         _desktop = std::make_unique<Desktop>();
         if (!_desktop->problem().isEmpty())
             QSKIP(qPrintable(u"no desktop: "_s + _desktop->problem()));
-        startBus();
         QVERIFY(!_address.isEmpty());
         qputenv("DBUS_SESSION_BUS_ADDRESS", _address);
-    }
-    void cleanupTestCase() {
-        _bus.terminate();
-        _bus.waitForFinished();
     }
     void init() {
         _delegate = std::make_unique<Recorder>();
@@ -136,11 +133,11 @@ class NotificationBridgeTest : public QObject {
         _bridge->notifyWithTitle(u"T"_s, u"b"_s, u"not registered"_s, {}, 0, false, u"it"_s);
         _bridge->notifyWithTitle(u"T"_s, u"sticky"_s, u"mine"_s, {}, 2, true, u"it"_s);
         QTRY_COMPARE(service.received.size(), 2);
-        const QVariantMap hints{{u"desktop-entry"_s, u"tavlin"_s},
+        const QVariantMap hints{{u"desktop-entry"_s, kApplication},
                                 {u"urgency"_s, QVariant::fromValue(uchar(0))}};
         const QStringList actions{u"default"_s, u"T"_s};
         QCOMPARE(service.received.first(),
-                 QVariantList({u"Tavlin"_s, u"tavlin"_s, u"T"_s, u"a\n&quot;&lt;&amp;&gt;&quot;"_s, actions,
+                 QVariantList({u"Tavlin"_s, kApplication, u"T"_s, u"a\n&quot;&lt;&amp;&gt;&quot;"_s, actions,
                                hints, -1}));
         QCOMPARE(service.received.last().last(), 0);
         QTest::qWait(50);
@@ -212,24 +209,10 @@ class NotificationBridgeTest : public QObject {
     QDBusConnection serviceBus() const {
         return QDBusConnection::connectToBus(QString::fromLatin1(_address), u"service"_s);
     }
-    /// One that starts no service by itself.
-    void startBus() {
-        QFile settings(_desktop->folder(u"bus.conf"_s));
-        QVERIFY(settings.open(QIODevice::WriteOnly));
-        settings.write(
-            "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-            "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-            "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
-        settings.close();
-        _bus.start(u"dbus-daemon"_s,
-                   {u"--nofork"_s, u"--print-address=1"_s, u"--config-file="_s + settings.fileName()});
-        QVERIFY(_bus.waitForReadyRead(20000));
-        _address = _bus.readLine().trimmed();
-    }
 
     std::unique_ptr<Desktop> _desktop;
-    QProcess _bus;
-    QByteArray _address;
+    const PrivateBus _bus;
+    const QByteArray _address = _bus.address();
     std::unique_ptr<Recorder> _delegate;
     std::unique_ptr<NotificationBridge> _bridge;
 };
