@@ -11,8 +11,6 @@
 #include <QBuffer>
 #include <QImageReader>
 
-#include <algorithm>
-
 namespace decoder {
 
 namespace {
@@ -24,8 +22,7 @@ constexpr qsizetype kBytesPerPixel =
 
 struct FrameKeeper::Kept {
     Kept(const InputDevice& device, Format fileFormat)
-        : identity(device.identity()),
-          bytes(device.head(static_cast<qsizetype>(device.size()))),
+        : bytes(device.head(static_cast<qsizetype>(device.size()))),
           format(fileFormat),
           transformation(transformationOfOrientation(
               readExifBlock(readContainerChunks(device, format).exif).orientation)) {
@@ -47,7 +44,6 @@ struct FrameKeeper::Kept {
 
     qsizetype keptBytes() const { return bytes.size() + kBytesPerPixel * size.width() * size.height(); }
 
-    InputDevice::Identity identity;
     QByteArray bytes;
     Format format;
     QImageIOHandler::Transformations transformation;
@@ -68,21 +64,18 @@ void FrameKeeper::forget() {
 
 Result FrameKeeper::frame(int index, InputDevice& device) {
     takeLoaderMessage();
-    const auto found = std::ranges::find(_files, device.identity(), &Kept::identity);
-    if (found != _files.end()) {
-        _files.splice(_files.begin(), _files, found);
-    } else {
+    Kept* kept = _files.find(device.identity());
+    if (!kept) {
         const Format format = detectFormat(device.head(kHeadBytes));
         if (format != Format::gif && format != Format::webp)
             return Failure{Status::notImage, {}};
         if (device.size() > kLargestFile)
             return Failure{Status::tooLarge, {}};
-        _files.emplace_front(device, format);
-        trim();
+        kept = &_files.add(device.identity(), std::make_unique<Kept>(device, format));
     }
-    Kept& file = _files.front();
+    Kept& file = *kept;
     if (qint64(file.size.width()) * file.size.height() > kLargestFrame) {
-        _files.pop_front();
+        _files.removeLast();
         return Failure{Status::tooLarge, {}};
     }
     if (index >= file.frameCount)
@@ -108,17 +101,6 @@ Result FrameKeeper::frame(int index, InputDevice& device) {
         picture->loops = file.loops;
     }
     return result;
-}
-
-void FrameKeeper::trim() {
-    qsizetype bytes = 0;
-    for (auto it = _files.begin(); it != _files.end(); ++it) {
-        bytes += it->keptBytes();
-        if (it != _files.begin() && bytes > kKeptBytes) {
-            _files.erase(it, _files.end());
-            return;
-        }
-    }
 }
 
 }  // namespace decoder

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "decoder/InputDevice.h"
+#include "decoder/KeptFiles.h"
 #include "decoder/Result.h"
-
-#include <list>
-#include <memory>
 
 namespace decoder {
 
 /// Answers requests for an animation's frames, and keeps the files that were asked last with what has been
-/// decoded of them, as a frame is made of the one before it: the last one always, others while all together
-/// stay within kKeptBytes. It holds their bytes and no descriptor.
+/// decoded of them, as a frame is made of the one before it. It holds their bytes and no descriptor.
 class FrameKeeper {
  public:
-    static constexpr qsizetype kKeptBytes = 256 << 20;
     static constexpr qint64 kLargestFile = 64 << 20;     ///< bytes
     static constexpr qint64 kLargestFrame = 16'000'000;  ///< pixels
 
@@ -30,9 +25,7 @@ class FrameKeeper {
  private:
     struct Kept;
 
-    void trim();
-
-    std::list<Kept> _files;  ///< the last used first
+    KeptFiles<Kept> _files;
 };
 
 }  // namespace decoder

@@ -19,7 +19,6 @@ class InputDevice : public QIODevice {
     /// The part of `file` from `start` on, `length` bytes or up to its end.
     InputDevice(const InputDevice& file, qint64 start, qint64 length);
 
-    int descriptor() const { return _descriptor; }
     /// What tells whether a file is the same, and unchanged.
     using Identity = std::array<std::int64_t, 7>;
     Identity identity() const;

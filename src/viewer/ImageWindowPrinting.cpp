@@ -21,16 +21,16 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr qreal printTextSize = 7;  // points
-constexpr int largestSide = 8192;   // pixels, that a decoder serves: 700 of them an inch on A4, 300 up to A2
 constexpr auto printDeadline = 20s;
 
-/// The pixels of the longer side of a page, at the printer's resolution.
+/// The pixels of the longer side of a page, at the printer's resolution; as many as a decoder serves are 700
+/// of them an inch on A4, 300 up to A2.
 int sideForPage() {
     auto& info = platform::PrintInfo::sharedPrintInfo();
     const QSizeF page = info.imageablePageBounds().size();
     const qreal side =
         std::max(page.width(), page.height()) / platform::pointsPerInch * info.printer().resolution();
-    return std::clamp(int(std::ceil(side)), 1, largestSide);
+    return std::clamp(int(std::ceil(side)), 1, platform::DecodeRequest::maximumPixelSize);
 }
 
 /// What is seen through a picture is the paper.

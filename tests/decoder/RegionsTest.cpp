@@ -3,7 +3,8 @@
 #include "decoder/Finish.h"
 #include "decoder/InputDevice.h"
 #include "decoder/LoaderMessages.h"
-#include "decoder/regions/PngPass.h"
+#include "decoder/regions/PngRegions.h"
+#include "decoder/regions/RegionSource.h"
 
 #include "testing/TestHome.h"
 #include "testing/TiledTiff.h"
@@ -135,6 +136,46 @@ class RegionsTest : public QObject {
             QVERIFY(difference(region, expected).second < 6);
         }
         QVERIFY(askedOf(file.handle(), RequestKind::region, QRect(all.right(), 0, 2, 1)).isNull());
+    }
+
+    /// What the data does not reach is no picture, grey as the library makes it up; what it reaches is.
+    void cutShort() {
+        const QByteArray bytes = written(pattern(), "jpeg", 90);
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(bytes) > 0 && file.flush());
+        const QRect above(0, 0, 300, 300);
+        const QRect below(0, 600, 300, 300);
+        const QImage before = askedOf(file.handle(), RequestKind::region, above);
+        QVERIFY(!before.isNull() && !askedOf(file.handle(), RequestKind::region, below).isNull());
+        QVERIFY(file.resize(bytes.size() / 2));
+        QCOMPARE(askedOf(file.handle(), RequestKind::region, above), before);
+        QVERIFY(askedOf(file.handle(), RequestKind::region, below).isNull());
+        QVERIFY(file.resize(0) && file.write(bytes.first(bytes.size() - 2)) > 0 && file.flush());
+        QVERIFY2(!askedOf(file.handle(), RequestKind::region, QRect(1000, 600, 301, 307)).isNull(),
+                 "only the end's mark is missing");
+    }
+
+    /// The last column and row of every level, where a pyramid's writer has rounded its sides down.
+    void oddSidesOfPyramid() {
+        QImage edged = pattern();
+        for (int y = 0; y < edged.height(); ++y)
+            edged.setPixel(edged.width() - 1, y, qRgb(255, 0, 255));
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(tiledTiff(edged, {1, 3})) > 0 && file.flush());
+        for (int level = 0; level <= 5; ++level) {
+            const int side = 64 << level;
+            const QPoint at(kSize.width() / side * side, kSize.height() / side * side);
+            const QRect place(at, edged.rect().bottomRight());
+            const QImage region = askedOf(file.handle(), RequestKind::region, place, level);
+            QCOMPARE(region.size(), sizeAtLevel(place.size(), level));
+            const int x = (region.width() - 1) << level;  // of the last pixel's first column
+            const double columns = place.width() - x;
+            const int y = (region.height() / 2) << level;
+            const QColor expected = edged.pixelColor(place.left() + x / 2, place.top() + y);
+            const QColor last = region.pixelColor(region.width() - 1, region.height() / 2);
+            const double most = expected.green() * (columns - 1) / columns + 16;
+            QVERIFY2(last.green() <= most, qPrintable(QString::number(level)));
+        }
     }
 
     /// 100,000 pixels square, its pieces absent but for one tile at each level of the pyramid.

@@ -30,19 +30,15 @@ inline void setTiles(TIFF* tiff, QSize size, int side, int samples, int bits) {
 
 struct TiffOptions {
     int orientation = 1;
+    int levels = 0;  ///< of a pyramid below the picture, its sides rounded down
 };
 
-/// The image in tiles of 128 pixels: 16 bits a sample where its format has as many, else 8.
-inline QByteArray tiledTiff(const QImage& source, TiffOptions options = {}) {
+inline void writeTiles(TIFF* tiff, const QImage& source, TiffOptions options) {
     constexpr int kSide = 128;
     const bool isDeep = source.depth() == 64;
     const QImage image = source.convertToFormat(isDeep ? QImage::Format_RGBX64 : QImage::Format_RGB888);
     const int bytes = isDeep ? 8 : 3;
     const int written = isDeep ? 6 : 3;
-    QTemporaryFile file;
-    if (!file.open())
-        return {};
-    TIFF* tiff = TIFFOpen(QFile::encodeName(file.fileName()).constData(), "w");
     setTiles(tiff, image.size(), kSide, 3, isDeep ? 16 : 8);
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, options.orientation);
     const QByteArray profile = source.colorSpace().iccProfile();
@@ -59,6 +55,24 @@ inline QByteArray tiledTiff(const QImage& source, TiffOptions options = {}) {
             }
             TIFFWriteTile(tiff, tile.data(), uint32_t(left), uint32_t(top), 0, 0);
         }
+    }
+}
+
+/// The image in tiles of 128 pixels: 16 bits a sample where its format has as many, else 8.
+inline QByteArray tiledTiff(const QImage& source, TiffOptions options = {}) {
+    QTemporaryFile file;
+    if (!file.open())
+        return {};
+    TIFF* tiff = TIFFOpen(QFile::encodeName(file.fileName()).constData(), "w");
+    writeTiles(tiff, source, options);
+    QImage smaller = source;
+    for (int level = 1; level <= options.levels; ++level) {
+        TIFFWriteDirectory(tiff);
+        TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, FILETYPE_REDUCEDIMAGE);
+        const QSize size(smaller.width() / 2, smaller.height() / 2);
+        smaller = smaller.copy(0, 0, size.width() * 2, size.height() * 2)
+                      .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        writeTiles(tiff, smaller, options);
     }
     TIFFClose(tiff);
     return file.readAll();

@@ -65,8 +65,7 @@ bool isSaneRegion(const Request& request) {
 }
 
 Size regionAnswerSize(const Rectangle& region, int level) {
-    const std::int32_t rest = (1 << level) - 1;
-    return {(region.width + rest) >> level, (region.height + rest) >> level};
+    return {sideAtLevel(region.width, level), sideAtLevel(region.height, level)};
 }
 
 bool isResponseTo(const Response& response, std::size_t size, std::uint64_t id) {

@@ -113,6 +113,10 @@ struct PictureLayout {
 
 /// Whether a region is asked for within the bounds.
 bool isSaneRegion(const Request& request);
+/// A side of the picture, or of a part of it, in pixels of a level.
+constexpr std::int32_t sideAtLevel(std::int32_t side, int level) {
+    return (side + (1 << level) - 1) >> level;
+}
 /// The size of its answer.
 Size regionAnswerSize(const Rectangle& region, int level);
 

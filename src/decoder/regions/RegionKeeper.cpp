@@ -38,16 +38,14 @@ QRect storedRect(const QRect& rect, QSize upright, QImageIOHandler::Transformati
 
 Result RegionKeeper::region(const Request& request, InputDevice& device) {
     const InputDevice::Identity identity = device.identity();
-    const auto found = std::ranges::find(_pictures, identity, &Kept::identity);
-    if (found != _pictures.end()) {
-        _pictures.splice(_pictures.begin(), _pictures, found);
-    } else {
+    RegionSource* kept = _pictures.find(identity);
+    if (!kept) {
         Opened opened = _open(device);
         if (auto* failure = std::get_if<Failure>(&opened))
             return std::move(*failure);
-        _pictures.push_front({identity, std::move(std::get<std::unique_ptr<RegionSource>>(opened))});
+        kept = &_pictures.add(identity, std::move(std::get<std::unique_ptr<RegionSource>>(opened)));
     }
-    RegionSource& source = *_pictures.front().source;
+    RegionSource& source = *kept;
     const auto transformation = source.transformation();
     QSize upright = source.size();
     if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
@@ -63,21 +61,10 @@ Result RegionKeeper::region(const Request& request, InputDevice& device) {
         return storedRect(atLevel(rect, request.level), levelSize, transformation);
     };
     QImage image = source.read(device, request.level, stored(region), stored(qRect(request.interest) & all));
-    trim();
+    _pictures.trim();
     if (image.isNull())
         return Failure{Status::damaged, {}};
     return finish(std::move(image), source.size(), transformation, std::numeric_limits<int>::max());
-}
-
-void RegionKeeper::trim() {
-    qsizetype bytes = 0;
-    for (auto it = _pictures.begin(); it != _pictures.end(); ++it) {
-        bytes += it->source->keptBytes();
-        if (it != _pictures.begin() && bytes > kKeptBytes) {
-            _pictures.erase(it, _pictures.end());
-            return;
-        }
-    }
 }
 
 }  // namespace decoder

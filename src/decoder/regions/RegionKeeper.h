@@ -1,23 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "decoder/InputDevice.h"
+#include "decoder/KeptFiles.h"
 #include "decoder/regions/RegionSource.h"
 
 #include <functional>
-#include <list>
 #include <memory>
+#include <variant>
 
 namespace decoder {
 
 struct Request;
 
-/// Answers requests for regions, and keeps the pictures that were asked last for more: the last one always,
-/// others while all together stay within kKeptBytes.
+/// Answers requests for regions, and keeps the pictures that were asked last for more.
 class RegionKeeper {
  public:
-    static constexpr qsizetype kKeptBytes = 256 << 20;
-
     /// Opens a file for regions, or says why that is impossible.
     using Opened = std::variant<std::unique_ptr<RegionSource>, Failure>;
     using Open = std::function<Opened(InputDevice& device)>;
@@ -29,15 +26,8 @@ class RegionKeeper {
     void forget() { _pictures.clear(); }
 
  private:
-    struct Kept {
-        InputDevice::Identity identity;
-        std::unique_ptr<RegionSource> source;
-    };
-
-    void trim();
-
     Open _open;
-    std::list<Kept> _pictures;  ///< the last used first
+    KeptFiles<RegionSource> _pictures;
 };
 
 /// Where a rectangle of the upright picture stands in the stored one, both `upright` in size when upright.

@@ -1,22 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "decoder/protocol/Protocol.h"
 #include "decoder/Result.h"
 
 #include <QImage>
 #include <QImageIOHandler>
 #include <QRect>
 
-#include <optional>
-
 namespace decoder {
 
 class InputDevice;
-
-/// A side of the picture, in pixels of a level.
-constexpr int sideAtLevel(int side, int level) {
-    return (side + (1 << level) - 1) >> level;
-}
 
 inline QSize sizeAtLevel(QSize size, int level) {
     return {sideAtLevel(size.width(), level), sideAtLevel(size.height(), level)};

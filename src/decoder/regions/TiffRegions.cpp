@@ -6,6 +6,7 @@
 #include "decoder/regions/TiffPicture.h"
 
 #include <QPainter>
+#include <QRegion>
 
 #include <algorithm>
 #include <cmath>
@@ -64,7 +65,8 @@ struct TiffRegions::Private {
     std::list<Piece> pieces;    ///< the last used first
     qsizetype bytes = 0;
 
-    const Level& levelFor(int level) const;
+    std::size_t levelFor(int level) const;
+    QImage read(std::size_t from, int level, const QRect& region, const QRect& interest);
     Piece* piece(const TiffPicture& picture, int column, int row, const QRect& needed, const QRect& interest);
     QImage readStored(const TiffPicture& picture, const QRect& region, const QRect& interest);
     QImage readShrunk(const Level& from, int level, const QRect& region, const QRect& interest);
@@ -72,9 +74,39 @@ struct TiffRegions::Private {
 };
 
 /// The smallest picture that is as large as a level.
-const TiffRegions::Private::Level& TiffRegions::Private::levelFor(int level) const {
+std::size_t TiffRegions::Private::levelFor(int level) const {
     const auto beyond = std::ranges::find_if(levels, [&](const Level& it) { return it.level > level; });
-    return *std::prev(beyond);
+    return static_cast<std::size_t>(beyond - levels.begin()) - 1;
+}
+
+/// A region of a level, made of a picture that is at least as large. Where its writer has rounded the sides
+/// down, the last column or row comes from the next larger picture.
+QImage TiffRegions::Private::read(std::size_t from, int level, const QRect& region, const QRect& interest) {
+    const Level& source = levels[from];
+    const QRect stored(QPoint(), sizeAtLevel(source.picture.size, level - source.level));
+    if (from == 0 || stored.contains(region))
+        return readShrunk(source, level, region, interest);
+    QImage image(region.size(), source.picture.format);
+    if (image.isNull())
+        return image;
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    const auto draw = [&](const QRect& part, const QImage& pixels) {
+        painter.drawImage(part.topLeft() - region.topLeft(), pixels);
+        return !pixels.isNull();
+    };
+    const QRect within = region & stored;
+    bool isGood = within.isEmpty() || draw(within, readShrunk(source, level, within, interest));
+    const int largerLevel = levels[from - 1].level;
+    const int unit = 1 << (level - largerLevel);
+    const QRect larger(QPoint(), sizeAtLevel(levels.front().picture.size, largerLevel));
+    for (const QRect& part : QRegion(region) - within) {
+        const QRect below = QRect(part.topLeft() * unit, part.size() * unit) & larger;
+        const QImage pixels = read(from - 1, largerLevel, below, below);
+        isGood = isGood && !pixels.isNull() && draw(part, scaledSmoothly(pixels, part.size()));
+    }
+    painter.end();
+    return isGood ? image : QImage();
 }
 
 TiffRegions::Private::Piece* TiffRegions::Private::piece(const TiffPicture& picture, int column, int row,
@@ -140,7 +172,7 @@ QImage TiffRegions::Private::readShrunk(const Level& from, int level, const QRec
     };
     const QRect wanted = below(interest);
     if (shift == 0)
-        return readStored(from.picture, region & bounds(from.picture), wanted);
+        return readStored(from.picture, region, wanted);
     const int side = int(std::sqrt(double(kBlockPixels))) >> shift;
     QImage image;
     for (int y = region.top(); y <= region.bottom(); y += side) {
@@ -241,14 +273,12 @@ qsizetype TiffRegions::keptBytes() const {
 }
 
 bool TiffRegions::hasLevel(int level) const {
-    return level - _d->levelFor(level).level <= kMaximumShift;
+    return level - _d->levels[_d->levelFor(level)].level <= kMaximumShift;
 }
 
 QImage TiffRegions::read(InputDevice& device, int level, const QRect& region, const QRect& interest) {
     _d->handle->setDevice(device);
-    QImage image = _d->readShrunk(_d->levelFor(level), level, region, interest);
-    if (!image.isNull() && image.size() != region.size())  // a level that its writer rounded down
-        image = scaledSmoothly(image, region.size());
+    QImage image = _d->read(_d->levelFor(level), level, region, interest);
     image.setColorSpace(_d->levels.front().picture.profile);
     return image;
 }

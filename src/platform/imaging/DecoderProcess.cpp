@@ -27,6 +27,8 @@ Q_LOGGING_CATEGORY(decoderLog, "tavlin.decoder", QtWarningMsg)
 
 namespace platform {
 
+static_assert(DecodeRequest::maximumPixelSize == decoder::kMaximumPixelSize);
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

@@ -65,9 +65,11 @@ struct DecodeRequest {
         region,           ///< a part of the picture at a level, with the size of the whole
         frame,            ///< one of an animation's pictures, at its own size
     };
+    static constexpr int maximumPixelSize = 8192;
+
     Kind kind = Kind::thumbnail;
     int descriptor = -1;  ///< of a regular file, open for reading
-    int pixelSize = 256;  ///< device pixels, 1 to 8192
+    int pixelSize = 256;  ///< device pixels, 1 to maximumPixelSize
     /// Of a region: the answer's sides are 2^level-ths of it, rounded up, and at most 2048; its left and top
     /// are multiples of 2^level.
     int level = 0;

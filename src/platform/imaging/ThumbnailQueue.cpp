@@ -20,7 +20,6 @@ namespace {
 
 /// The longest that reports keep the main thread in one turn of its loop.
 constexpr qint64 turnMilliseconds = 4;
-constexpr int largestPixelSize = 8192;
 
 struct Wish {
     int pixelSize = 0;
@@ -50,7 +49,7 @@ void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, 
                                       std::vector<ThumbnailJob>& jobs) {
     if (request.path.isEmpty() || wishes.contains(request.path))
         return;
-    request.pixelSize = std::clamp(request.pixelSize, 1, largestPixelSize);
+    request.pixelSize = std::clamp(request.pixelSize, 1, DecodeRequest::maximumPixelSize);
     const ThumbnailRank rank{wishesCount, static_cast<std::size_t>(wishes.size())};
     cache.rank(request.path, rank);
     const ThumbnailCache::Entry* entry = cache.find(request.path);

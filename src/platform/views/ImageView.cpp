@@ -21,7 +21,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int largestSide = 8192;  // that a decoder serves
 constexpr auto deadline = 60s;
 constexpr auto resizePause = 120ms;
 constexpr double keyZoom = 1.25;
@@ -71,17 +70,17 @@ QPointF ImageView::middle() const {
 int ImageView::neededSide() const {
     const QSize view = size() * devicePixelRatioF();
     if (_geometry.pictureSize().isEmpty())
-        return std::clamp(std::max(view.width(), view.height()), 1, largestSide);
+        return std::clamp(std::max(view.width(), view.height()), 1, DecodeRequest::maximumPixelSize);
     const QSize picture = _geometry.pictureSize();
     const double side = std::max(picture.width(), picture.height()) * _geometry.fitScale();
-    return std::clamp(int(std::ceil(side)), 1, largestSide);
+    return std::clamp(int(std::ceil(side)), 1, DecodeRequest::maximumPixelSize);
 }
 
 void ImageView::ask(Step step) {
     DecodeRequest request;
     request.kind =
         step == Step::preview ? DecodeRequest::Kind::embeddedPreview : DecodeRequest::Kind::thumbnail;
-    request.pixelSize = largestSide;
+    request.pixelSize = DecodeRequest::maximumPixelSize;
     if (step == Step::fitted)
         request.pixelSize = _wholeSide = neededSide();
     _task = std::make_unique<DecodeTask>(DecodeThreads::pictures(), _path, request, deadline);
@@ -165,7 +164,7 @@ void ImageView::animate(const DecodedPicture& picture) {
 /// A frame stands for the whole picture at every zoom, as it comes at its own size.
 void ImageView::showFrame() {
     _whole = _animation->frame();
-    _wholeSide = largestSide;
+    _wholeSide = DecodeRequest::maximumPixelSize;
     _canvas.discard(QRect(QPoint(), _geometry.pictureSize()));
     askForTiles();
     update();
@@ -191,6 +190,7 @@ void ImageView::geometryChanged() {
 }
 
 void ImageView::paintEvent(QPaintEvent*) {
+    followScreen();
     QPainter painter(this);
     const QColor window = palette().color(QPalette::Window);
     const QColor background = window.darker(window.lightness() > 128 ? 112 : 130);
@@ -239,7 +239,15 @@ void ImageView::paintBroken(QPainter& painter) const {
 
 void ImageView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    _geometry.setViewSize((QSizeF(size()) * devicePixelRatioF()).toSize());
+    followScreen();
+}
+
+/// The view has another size in device pixels, by itself or as it is on another screen.
+void ImageView::followScreen() {
+    const QSize viewSize = (QSizeF(size()) * devicePixelRatioF()).toSize();
+    if (viewSize == _geometry.viewSize())
+        return;
+    _geometry.setViewSize(viewSize);
     setCursor(_geometry.isPannable() ? Qt::OpenHandCursor : Qt::ArrowCursor);
     _resizePause->start();
 }
@@ -271,6 +279,8 @@ bool ImageView::event(QEvent* event) {
             return true;
         }
     }
+    if (event->type() == QEvent::ScreenChangeInternal)
+        update();
     return QWidget::event(event);
 }
 

@@ -74,6 +74,7 @@ class ImageView : public QWidget {
     void animate(const DecodedPicture& picture);
     void showFrame();
     void pinch(double factor, QPointF place);
+    void followScreen();
     void geometryChanged();
     void paintBroken(QPainter& painter) const;
 

@@ -42,15 +42,19 @@ void PictureCanvas::discard(const QRect& part) {
     _missing += shown.toAlignedRect() & _pixmap.rect();
 }
 
-/// Makes the canvas show the frame's place: what was composed at the same scale is kept.
+/// Makes the canvas show the frame's place: what was composed at the same scale and in the same colours is
+/// kept.
 void PictureCanvas::move(const Frame& frame) {
     const QRectF target = frame.geometry.pictureRect();
     const double scale = frame.geometry.scale();
     const QPointF distance = target.topLeft() - _pictureRect.topLeft();
     const bool isWhole = distance == distance.toPoint();
+    const bool looksSame = frame.background == _background && frame.checkerSide == _checkerSide;
+    _background = frame.background;
+    _checkerSide = frame.checkerSide;
     if (_pixmap.size() != frame.geometry.viewSize())
         _pixmap = QPixmap(frame.geometry.viewSize());
-    else if (scale == _scale && target.size() == _pictureRect.size() && isWhole) {
+    else if (looksSame && scale == _scale && target.size() == _pictureRect.size() && isWhole) {
         if (!distance.isNull()) {
             const QPoint by = distance.toPoint();
             _missing.translate(by);

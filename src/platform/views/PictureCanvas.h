@@ -46,6 +46,8 @@ class PictureCanvas {
     QPixmap _pixmap;
     QPixmap _checkers;
     QRegion _missing;
+    QColor _background;
+    int _checkerSide = 0;
     QRectF _pictureRect;
     double _scale = 0;
     qint64 _composedPixels = 0;

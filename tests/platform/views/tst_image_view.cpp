@@ -155,6 +155,20 @@ class ImageViewTest : public QObject {
         QVERIFY(TileCache::shared().bytes() <= TileCache::shared().bound());
     }
 
+    /// Around the picture, at once.
+    void anotherPalette() {
+        const QString path = _folder.filePath(QStringLiteral("small.png"));
+        QVERIFY(pattern({20, 20}).save(path));
+        ImageView view;
+        view.resize(200, 200);
+        view.show();
+        view.setImageWithPath(path);
+        QTRY_VERIFY_WITH_TIMEOUT(view.canvas().composedPixels() > 0 && !view.image().isNull(), 20'000);
+        const QRgb before = view.grab().toImage().pixel(2, 2);
+        view.setPalette(QPalette(Qt::darkGreen));
+        QVERIFY(view.grab().toImage().pixel(2, 2) != before);
+    }
+
     /// What is under the fingers stays there.
     void pinch() {
         const QString path = _folder.filePath(QStringLiteral("pinch.png"));

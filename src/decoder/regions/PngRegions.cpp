@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decoder/regions/PngPass.h"
+#include "decoder/regions/PngRegions.h"
 
 #include "decoder/InputDevice.h"
 #include "decoder/regions/ShrinkingPass.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decoder/regions/JpegPass.h"
+#include "decoder/regions/JpegRegions.h"
 
 #include "decoder/ExifBlock.h"
 #include "decoder/Finish.h"
@@ -15,6 +15,8 @@
 
 #include <jpeglib.h>
 
+#include <jerror.h>
+
 namespace decoder {
 
 namespace {
@@ -25,8 +27,9 @@ constexpr long kCoefficientBytes = 768L << 20;          // of a progressive file
 constexpr qsizetype kLargestHead = qsizetype(1) << 20;  // in which EXIF is searched
 constexpr unsigned kProfileBytesOfMarker = 0xffff;
 
-/// Reads a JPEG through the device that `device` names at the time. The library reports errors by a long
-/// jump, over frames that hold nothing to be destroyed.
+/// Reads a JPEG through the device that `device` names at the time; rows behind the end of a file that is cut
+/// short, which the library makes up, count as damaged. It reports errors by a long jump, over frames that
+/// hold nothing to be destroyed.
 class JpegPass : public RowPass {
  public:
     JpegPass() {
@@ -52,11 +55,13 @@ class JpegPass : public RowPass {
     struct Errors {
         jpeg_error_mgr manager;
         std::jmp_buf target;
+        bool lacksData;  ///< pixels were asked for that the data does not reach
     };
     struct Source {
         jpeg_source_mgr manager;
         InputDevice* device;
         qint64 offset;  ///< of the next byte to be read
+        bool hasEnded;
         std::array<JOCTET, kInputBytes> bytes;
     };
 
@@ -65,6 +70,8 @@ class JpegPass : public RowPass {
     void setSource();
     static boolean fill(j_decompress_ptr info);
     static void pass(j_decompress_ptr info, long bytes);
+    static void note(j_common_ptr info, int level);
+    bool isCut() const { return _source.hasEnded && _errors.lacksData; }
 
     jpeg_decompress_struct _info{};
     Errors _errors{};
@@ -90,7 +97,8 @@ boolean JpegPass::fill(j_decompress_ptr info) {
     source->manager.next_input_byte = source->bytes.data();
     source->manager.bytes_in_buffer = static_cast<std::size_t>(std::max<qint64>(count, 0));
     source->offset += std::max<qint64>(count, 0);
-    if (count <= 0) {  // cut short: what is there is shown, as everywhere
+    if (count <= 0) {
+        source->hasEnded = true;
         source->bytes[0] = 0xff;
         source->bytes[1] = JPEG_EOI;
         source->manager.bytes_in_buffer = 2;
@@ -105,6 +113,11 @@ void JpegPass::pass(j_decompress_ptr info, long bytes) {
     source->manager.next_input_byte += atHand;
     source->manager.bytes_in_buffer -= atHand;
     source->offset += static_cast<qint64>(wanted - atHand);
+}
+
+void JpegPass::note(j_common_ptr info, int level) {
+    if (level < 0 && info->err->msg_code == JWRN_HIT_MARKER)
+        reinterpret_cast<Errors*>(info->err)->lacksData = true;
 }
 
 void JpegPass::setSource() {
@@ -122,8 +135,7 @@ bool JpegPass::open(InputDevice& device) {
     const auto exit = _errors.manager.error_exit;
     _info.err = jpeg_std_error(&_errors.manager);
     _errors.manager.error_exit = exit;
-    _errors.manager.output_message = [](j_common_ptr) {
-    };
+    _errors.manager.emit_message = note;
     return guarded(device, [this] {
         jpeg_create_decompress(&_info);
         setSource();
@@ -134,22 +146,25 @@ bool JpegPass::open(InputDevice& device) {
 }
 
 bool JpegPass::start(InputDevice& device, int level) {
-    return guarded(device, [this, level] {
-        switch (_info.jpeg_color_space) {
-            case JCS_GRAYSCALE:
-                _info.out_color_space = JCS_GRAYSCALE;
-                break;
-            case JCS_CMYK:
-            case JCS_YCCK:
-                _info.out_color_space = JCS_CMYK;
-                break;
-            default:
-                _info.out_color_space = Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? JCS_EXT_BGRA : JCS_EXT_ARGB;
-        }
-        _info.scale_num = 1;
-        _info.scale_denom = 1U << level;
-        jpeg_start_decompress(&_info);
-    });
+    return guarded(device,
+                   [this, level] {
+                       switch (_info.jpeg_color_space) {
+                           case JCS_GRAYSCALE:
+                               _info.out_color_space = JCS_GRAYSCALE;
+                               break;
+                           case JCS_CMYK:
+                           case JCS_YCCK:
+                               _info.out_color_space = JCS_CMYK;
+                               break;
+                           default:
+                               _info.out_color_space =
+                                   Q_BYTE_ORDER == Q_LITTLE_ENDIAN ? JCS_EXT_BGRA : JCS_EXT_ARGB;
+                       }
+                       _info.scale_num = 1;
+                       _info.scale_denom = 1U << level;
+                       jpeg_start_decompress(&_info);
+                   }) &&
+           !isCut();
 }
 
 QColorSpace JpegPass::profile(InputDevice& device) {
@@ -186,7 +201,7 @@ bool JpegPass::read(InputDevice& device, QImage& into) {
     for (int y = 0; y < into.height(); ++y) {
         JSAMPROW row = hasInks ? reinterpret_cast<JSAMPROW>(_inks.data()) : into.scanLine(y);
         JDIMENSION count = 0;
-        if (!guarded(device, [&] { count = jpeg_read_scanlines(&_info, &row, 1); }) || count != 1)
+        if (!guarded(device, [&] { count = jpeg_read_scanlines(&_info, &row, 1); }) || count != 1 || isCut())
             return false;
         if (!hasInks)
             continue;
