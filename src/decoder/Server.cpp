@@ -107,9 +107,10 @@ bool isSane(const Request& request, const ReceivedMessage& received) {
 
 }  // namespace
 
-int serve(int socket) {
+int serve(int socket, Protections protections) {
     Response ready;
     ready.status = Status::ready;
+    ready.protections = protections;
     if (!sendMessage(socket, &ready, sizeof ready, -1, Waiting::yes))
         return EXIT_FAILURE;
     while (true) {

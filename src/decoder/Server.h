@@ -5,8 +5,8 @@
 
 namespace decoder {
 
-/// Says that it is ready, then serves requests one after the other until the program closes the socket;
-/// answers the process's exit code.
-int serve(int socket);
+/// Says that it is ready and what confines it, then serves requests one after the other until the program
+/// closes the socket; answers the process's exit code.
+int serve(int socket, Protections protections);
 
 }  // namespace decoder

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/confinement/Confinement.h"
+#include "decoder/confinement/Limits.h"
+#include "decoder/confinement/SelfTest.h"
 #include "decoder/Decoding.h"
-#include "decoder/Limits.h"
 #include "decoder/LoaderMessages.h"
 #include "decoder/Server.h"
 
@@ -36,8 +38,10 @@ std::unique_ptr<QCoreApplication> makeApplication(decoder::Role role, int& argc,
 }  // namespace
 
 /// Opens pictures for the program, which starts it and talks to it through descriptor 3. See
-/// protocol/Protocol.h.
+/// protocol/Protocol.h. With --self-test it proves its confinement, see confinement/SelfTest.h.
 int main(int argc, char** argv) {
+    if (argc >= 2 && std::string_view(argv[1]) == "--self-test")
+        return decoder::selfTest(argc == 2 ? std::string_view() : argv[2]);
     const auto role = roleOf(argc, argv);
     if (!role) {
         std::fputs("tavlin-decoder is started by tavlin\n", stderr);
@@ -49,5 +53,5 @@ int main(int argc, char** argv) {
     if (!decoder::prepare(*role))
         return EXIT_FAILURE;
     decoder::silenceStandardError();
-    return decoder::serve(decoder::kSocketDescriptor);
+    return decoder::serve(decoder::kSocketDescriptor, decoder::confine(decoder::kAllProtections));
 }

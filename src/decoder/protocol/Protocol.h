@@ -15,7 +15,7 @@
 namespace decoder {
 
 inline constexpr std::uint32_t kMagic = 0x4c564154;  // "TAVL"
-inline constexpr std::uint16_t kVersion = 3;
+inline constexpr std::uint16_t kVersion = 4;
 /// The socket's descriptor number in the decoder; 0 and 1 are /dev/null, 2 is the program's standard error.
 inline constexpr int kSocketDescriptor = 3;
 
@@ -30,6 +30,12 @@ inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its
 /// the rare one loads the libraries of the rarer formats; that of properties reads metadata and no pixels.
 enum class Role : std::uint16_t { common, rare, properties };
 const char* roleName(Role role);
+
+/// What confines a decoder, beyond its limits: a set of bits.
+using Protections = std::uint16_t;
+inline constexpr Protections kFileRights = 1;        ///< it has given up its rights over files, by Landlock
+inline constexpr Protections kSystemCallFilter = 2;  ///< only what it needs is let through, by seccomp
+inline constexpr Protections kAllProtections = kFileRights | kSystemCallFilter;
 
 enum class RequestKind : std::uint16_t {
     thumbnail = 1,
@@ -94,8 +100,8 @@ struct Response {
     std::int32_t height = 0;
     std::int32_t stride = 0;  ///< bytes
     PixelFormat format = PixelFormat::none;
-    std::uint16_t reserved = 0;
-    std::int32_t fullWidth = 0;  ///< of the whole picture, upright
+    Protections protections = 0;  ///< of `ready`: those that hold
+    std::int32_t fullWidth = 0;   ///< of the whole picture, upright
     std::int32_t fullHeight = 0;
     std::uint64_t textBytes = 0;
     std::int32_t frameCount = 1;  ///< over 1 for an animation

@@ -21,6 +21,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <optional>
 
 Q_LOGGING_CATEGORY(decoderLog, "tavlin.decoder", QtWarningMsg)
@@ -41,6 +42,22 @@ constexpr std::uint64_t kSmallestMapping = 1 << 16;
 
 /// In which a decoder that is ready reads a request; it takes microseconds.
 constexpr std::chrono::seconds kPatienceWithTaking(2);
+
+/// Says once in the program's life what its decoders are held by.
+void tellOf(decoder::Protections held) {
+    static std::once_flag said;
+    std::call_once(said, [held] {
+        if ((held & decoder::kAllProtections) == decoder::kAllProtections)
+            qCInfo(decoderLog, "the decoders are behind bars: Landlock and seccomp hold them");
+        else if ((held & decoder::kSystemCallFilter) != 0)
+            qCWarning(decoderLog, "no Landlock here: seccomp alone holds the decoders");
+        else if ((held & decoder::kFileRights) != 0)
+            qCWarning(decoderLog, "no seccomp here: Landlock alone holds the decoders");
+        else
+            qCWarning(decoderLog,
+                      "neither Landlock nor seccomp holds the decoders: they are but processes apart");
+    });
+}
 
 struct Mapping {
     void* address;
@@ -283,6 +300,7 @@ DecoderProcess::Private::Outcome DecoderProcess::Private::awaitAnswer(Worker& wo
             return answer;
         }
         worker.ready = true;
+        tellOf(answer.response.protections);
     }
 }
 

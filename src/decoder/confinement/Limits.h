@@ -4,7 +4,7 @@
 namespace decoder {
 
 /// Makes this process die with the thread that started it, unable to gain rights, and polite: bounded memory,
-/// file size and descriptors, no core dumps, a lower priority. Call first of all.
+/// processor time, file size and descriptors, no core dumps, a lower priority. Call first of all.
 void setLimits();
 
 }  // namespace decoder
