@@ -91,14 +91,16 @@ void allowMemory(Rules& rules) {
     }
 }
 
-/// Some loaders use threads. clone3 has its flags in memory, where they cannot be looked at: without it, as
-/// the rest of the calls is by default, the C library takes clone.
+/// Some loaders use threads, and the toolkit's have event loops, which wake by an eventfd. clone3 has its
+/// flags in memory, where they cannot be looked at: without it, as the rest of the calls is by default, the C
+/// library takes clone.
 void allowThreads(Rules& rules) {
     rules.allowWhere(SCMP_SYS(clone), has(0, CLONE_THREAD));
     rules.refuseWhere(EPERM, SCMP_SYS(clone), hasNot(0, CLONE_THREAD));
     rules.refuse(ENOSYS, {SCMP_SYS(clone3)});
     rules.allow({SCMP_SYS(futex), SCMP_SYS(set_robust_list), SCMP_SYS(rseq), SCMP_SYS(membarrier),
-                 SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity), SCMP_SYS(getcpu)});
+                 SCMP_SYS(sched_yield), SCMP_SYS(sched_getaffinity), SCMP_SYS(getcpu), SCMP_SYS(eventfd2),
+                 SCMP_SYS(pipe2)});
     rules.allowWhere(SCMP_SYS(prctl), is(0, PR_SET_NAME));
     rules.refuseWhere(EPERM, SCMP_SYS(prctl), {0, SCMP_CMP_NE, PR_SET_NAME, 0});
 }

@@ -3,6 +3,7 @@
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestHome.h"
 
+#include <QColorSpace>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTest>
@@ -58,6 +59,7 @@ class DecoderProcessTest : public QObject {
     void initTestCase() {
         QImage image(800, 400, QImage::Format_RGB32);
         image.fill(QColor(200, 100, 50));
+        image.setColorSpace(QColorSpace::AdobeRgb);  // is converted in threads, if the confinement lets them
         QVERIFY(image.save(path("picture.png")));
         QImage small(64, 48, QImage::Format_RGB32);
         small.fill(Qt::white);
