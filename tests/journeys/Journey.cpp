@@ -10,11 +10,12 @@ void Journey::makePicture(const QString& path, const QColor& colour, QSize size)
     QVERIFY(image.save(path, "JPEG", 90));
 }
 
-QString Journey::makeFolder(const Desktop& desktop, const QString& name, int count) {
+QString Journey::makeFolder(const Desktop& desktop, const QString& name, int count, QSize size) {
     const QString folder = desktop.folder(QStringLiteral("home/") + name);
     QDir().mkpath(folder);
     for (int i = 0; i < count; ++i)
-        makePicture(QStringLiteral("%1/%2.jpg").arg(folder).arg(i, 3, 10, QLatin1Char('0')), colourOf(i));
+        makePicture(QStringLiteral("%1/%2.jpg").arg(folder).arg(i, 3, 10, QLatin1Char('0')), colourOf(i),
+                    size);
     return folder;
 }
 

@@ -18,7 +18,8 @@ class Journey : public QObject {
     static void makePicture(const QString& path, const QColor& colour, QSize size = QSize(640, 480));
     /// So many of them, named 000.jpg and on, in a new folder of the desktop's home; each colour tells its
     /// number.
-    static QString makeFolder(const Desktop& desktop, const QString& name, int count);
+    static QString makeFolder(const Desktop& desktop, const QString& name, int count,
+                              QSize size = QSize(640, 480));
     static QColor colourOf(int number) { return QColor::fromHsv(number * 37 % 360, 200, 200); }
     /// The settings file as the program itself writes it.
     static void writeSettings(const Desktop& desktop, const std::map<QString, QString>& settings);
