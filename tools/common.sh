@@ -37,13 +37,14 @@ install_missing() {
         "${missing[@]}" </dev/null >&2 || die "Could not install: ${missing[*]}"
 }
 
-# build PRESET [--target TARGET] [cmake option...]: configures and builds. In CI, the everyday build's warnings are errors;
-# the sanitizers confuse the compiler's flow analysis, and their builds put many files into one.
+# build PRESET [--target TARGET] [cmake option...]: configures and builds. In CI, where all is built anew, the everyday build
+# too puts many files into one, and its warnings are errors; under the sanitizers they are not, as these confuse the flow
+# analysis.
 build() {
     local preset=$1 target=()
     shift
     [[ ${1:-} != --target ]] || { target=(--target "$2"); shift 2; }
-    [[ ${CI:-} != true || $preset != dev ]] || set -- -DTAVLIN_WARNINGS_AS_ERRORS=ON "$@"
+    [[ ${CI:-} != true || $preset != dev ]] || set -- -DCMAKE_UNITY_BUILD=ON -DTAVLIN_WARNINGS_AS_ERRORS=ON "$@"
     (cd "$top" && cmake --preset "$preset" "$@" >/dev/null && cmake --build --preset "$preset" "${target[@]}") >&2 ||
         die "The build ($preset) failed."
 }
