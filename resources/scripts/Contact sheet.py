@@ -54,13 +54,18 @@ for index, path in enumerate(paths):
         with Image.open(path) as picture:
             picture.draft("RGB", (CELL[0] * 2, CELL[1] * 2))
             picture = ImageOps.exif_transpose(picture)
-            if "A" in picture.getbands() or "transparency" in picture.info:
+            if picture.mode.startswith("I"):  # 16 bits of grey
+                picture = picture.point(lambda level: level / 256).convert("L")
+            see_through = "A" in picture.getbands() or "transparency" in picture.info
+            if see_through:
                 picture = Image.alpha_composite(
                     Image.new("RGBA", picture.size, "white"), picture.convert("RGBA"))
             picture = picture.convert("RGB")
             picture.thumbnail((CELL[0], CELL[1] - CAPTION), Image.LANCZOS)
-            pages[-1].paste(
-                picture, (x + (CELL[0] - picture.width) // 2, y + (CELL[1] - CAPTION - picture.height) // 2))
+            left, top = x + (CELL[0] - picture.width) // 2, y + (CELL[1] - CAPTION - picture.height) // 2
+            pages[-1].paste(picture, (left, top))
+            if see_through:  # or white drawn on nothing would be a blank cell
+                draw.rectangle((left, top, left + picture.width - 1, top + picture.height - 1), outline="lightgray")
     except Exception as error:  # whatever a broken file makes of the loader
         draw.rectangle((x, y, x + CELL[0] - 1, y + CELL[1] - CAPTION - 1), outline="lightgray")
         print(f"Contact sheet: not shown: {shown_name(path)}: {error}", file=sys.stderr)

@@ -51,6 +51,9 @@
     <message id="MainWindowStatusFound"><source></source><translation>%1 gefunden…</translation></message>
     <message id="MainWindowStatusItems"><source></source><translation>%1 Objekte</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 Objekt</translation></message>
+    <message id="MainWindowStatusScriptDone"><source></source><translation>%1: fertig</translation></message>
+    <message id="MainWindowStatusScriptFailed"><source></source><translation>%1: fehlgeschlagen (Status %2), siehe Protokoll</translation></message>
+    <message id="MainWindowStatusScriptRunning"><source></source><translation>%1 läuft…</translation></message>
     <message id="MainWindowStatusSelected"><source></source><translation>%1 von %2 ausgewählt</translation></message>
     <message id="MainWindowUnreadableFolder"><source></source><translation>Dieser Ordner kann nicht gelesen werden</translation></message>
     <message id="MainWindowZoomInName"><source></source><translation>Bilder vergrößern</translation></message>

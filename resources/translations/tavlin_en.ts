@@ -51,6 +51,9 @@
     <message id="MainWindowStatusFound"><source></source><translation>%1 found…</translation></message>
     <message id="MainWindowStatusItems"><source></source><translation>%1 items</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 item</translation></message>
+    <message id="MainWindowStatusScriptDone"><source></source><translation>%1: done</translation></message>
+    <message id="MainWindowStatusScriptFailed"><source></source><translation>%1: failed (exit %2), see the log</translation></message>
+    <message id="MainWindowStatusScriptRunning"><source></source><translation>Running %1…</translation></message>
     <message id="MainWindowStatusSelected"><source></source><translation>%1 of %2 selected</translation></message>
     <message id="MainWindowUnreadableFolder"><source></source><translation>This folder cannot be read</translation></message>
     <message id="MainWindowZoomInName"><source></source><translation>Larger pictures</translation></message>

@@ -2,12 +2,15 @@
 #include "app/MainWindow.h"
 
 #include "app/Texts.h"
+#include "platform/PathBytes.h"
 #include "ui/ImageAndTextCell.h"
 #include "ui_MainWindow.h"
 
 #include <QLocale>
 #include <QScreen>
 #include <QTimer>
+
+#include <sys/wait.h>
 
 #include <chrono>
 
@@ -20,6 +23,12 @@ constexpr int firstPlacesWidth = 240;
 constexpr int firstScriptsHeight = 172;
 /// A load that is over sooner than this shows no sign of being busy, which would only flicker.
 constexpr auto busyDelay = 250ms;
+
+/// A script's name as people say it.
+QString spokenName(const QString& scriptName) {
+    const qsizetype dot = scriptName.lastIndexOf(u'.');
+    return platform::displayablePath(dot > 0 ? scriptName.first(dot) : scriptName);
+}
 
 QString number(std::size_t count) {
     return QLocale().toString(static_cast<qulonglong>(count));
@@ -98,7 +107,10 @@ void MainWindow::restore(const WindowState& state) {
 }
 
 void MainWindow::setShownFolder(const QString& name) {
-    setWindowTitle(name.isEmpty() ? QStringLiteral("Tavlin") : name);
+    const QString title = name.isEmpty() ? QStringLiteral("Tavlin") : name;
+    if (title != windowTitle())
+        _scriptMessage.clear();
+    setWindowTitle(title);
 }
 
 void MainWindow::setItemCount(std::size_t count) {
@@ -108,6 +120,7 @@ void MainWindow::setItemCount(std::size_t count) {
 
 void MainWindow::setSelectionCount(std::size_t count) {
     _selectionCount = count;
+    _scriptMessage.clear();
     updateStatus();
 }
 
@@ -131,11 +144,27 @@ void MainWindow::setNumberFound(std::size_t count) {
     updateStatus();
 }
 
+void MainWindow::showScriptRunning(const QString& scriptName) {
+    _scriptMessage = text("MainWindowStatusScriptRunning").arg(spokenName(scriptName));
+    updateStatus();
+    _ui->_statusLabel->repaint();
+}
+
+void MainWindow::showScriptEnded(const QString& scriptName, int status) {
+    const QString name = spokenName(scriptName);
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    _scriptMessage = code == 0 ? text("MainWindowStatusScriptDone").arg(name)
+                               : text("MainWindowStatusScriptFailed").arg(name, QString::number(code));
+    updateStatus();
+}
+
 void MainWindow::updateStatus() {
     const bool showsBusy = _isLoading && !_busyDelay->isActive();
     _ui->_busyIndicator->setVisible(showsBusy);
     if (showsBusy)
         _ui->_statusLabel->setText(text("MainWindowStatusFound").arg(number(_numberFound)));
+    else if (!_scriptMessage.isEmpty())
+        _ui->_statusLabel->setText(_scriptMessage);
     else if (_selectionCount > 0)
         _ui->_statusLabel->setText(
             text("MainWindowStatusSelected").arg(number(_selectionCount), number(_itemCount)));

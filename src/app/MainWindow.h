@@ -54,6 +54,10 @@ class MainWindow : public QMainWindow {
     void setLoading(bool isLoading);
     /// How many items the load under way has found.
     void setNumberFound(std::size_t count);
+    /// Says so at once, as the program is blocked until the script has ended.
+    void showScriptRunning(const QString& scriptName);
+    /// Stays until the user selects something else. `status`: as wait() answers it.
+    void showScriptEnded(const QString& scriptName, int status);
 
  Q_SIGNALS:
     void zoomInAsked();
@@ -71,5 +75,6 @@ class MainWindow : public QMainWindow {
     std::size_t _selectionCount = 0;
     std::size_t _numberFound = 0;
     bool _isLoading = false;
+    QString _scriptMessage;
     std::optional<EmptyReason> _emptyReason;
 };

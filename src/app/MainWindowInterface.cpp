@@ -122,6 +122,13 @@ void MainWindowInterface::connectOutlets() {
     _scripts.setScriptsTableView(&_window.scriptsTable());
     _scripts.setMainWindow(&_window);
     _scripts.setImageBrowserDataSource(&_images);
+    _scripts.setRunObservers([this](const QString& name) { _window.showScriptRunning(name); },
+                             [this](const QString& name, int status) {
+                                 _window.showScriptEnded(name, status);
+                                 // The grid shows what the script made once the run is over.
+                                 QMetaObject::invokeMethod(&_commands, &BrowserCommands::reloadFolder,
+                                                           Qt::QueuedConnection);
+                             });
 
     QObject::connect(&_window.scriptsTable(), &platform::TableView::contextMenuAsked, &_commands,
                      &BrowserCommands::showScriptMenu);

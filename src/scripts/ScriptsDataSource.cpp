@@ -302,6 +302,14 @@ QString ScriptsDataSource::selectedPaths() const {
     return content;
 }
 
+void ScriptsDataSource::runScript(const ScriptEntry& script, const QString& path,
+                                  const QString& parameter) const {
+    const QString name = script.objectForKey(u"ScriptNameKey").value_or(QString());
+    const platform::BusyPointer busy;
+    _runBegins(name);
+    _runEnds(name, runScriptWithParameter(path, parameter));
+}
+
 void ScriptsDataSource::doubleClickOnRow(std::uint32_t row) {
     constexpr auto method = "-[ScriptsDataSource doubleClickOnRow:]";
     logWithMethodName(method, 80, u"Start");
@@ -318,10 +326,7 @@ void ScriptsDataSource::doubleClickOnRow(std::uint32_t row) {
         const QString parameter =
             createTempFileWithContentString(content, QStringLiteral("_ScriptsDataSource_doubleClickAction"));
         logWithMethodName(method, 110, u"Launching script...");
-        {
-            const platform::BusyPointer busy;
-            runScriptWithParameter(*scriptURL, parameter);
-        }
+        runScript(*objectDict, *scriptURL, parameter);
         deleteFileAtPath(parameter);
     }
     logWithMethodName(method, 132, u"End");

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -25,6 +26,14 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     void setMainWindow(QWidget* window) { mainWindow = window; }
     void setImageBrowserDataSource(ImageBrowserDataSource* dataSource) {
         imageBrowserDataSource = dataSource;
+    }
+    using RunBegins = std::function<void(const QString& scriptName)>;
+    /// `status`: the shell's, as wait() answers it.
+    using RunEnds = std::function<void(const QString& scriptName, int status)>;
+    /// Told right before a script blocks the program, and right after.
+    void setRunObservers(RunBegins begins, RunEnds ends) {
+        _runBegins = std::move(begins);
+        _runEnds = std::move(ends);
     }
 
     /// Makes the script folder, installs the stock scripts, lists, and wires the table. Runs several shell
@@ -80,6 +89,7 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     void doubleClickOnRow(std::uint32_t row);
 
  private:
+    void runScript(const ScriptEntry& script, const QString& path, const QString& parameter) const;
     void installStockScripts(const QString& folder);
     QString selectedPaths() const;
     QString describeArray() const;
@@ -90,4 +100,8 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     std::unique_ptr<Array> _array;
     std::mutex _lock;  ///< guards _array, where an operation says so
     bool _didAwake = false;
+    RunBegins _runBegins = [](const QString&) {
+    };
+    RunEnds _runEnds = [](const QString&, int) {
+    };
 };

@@ -41,7 +41,10 @@ void ScriptsJourney::runsOnTheSelectedPictures() {
     QFile script(scripts(desktop) + QStringLiteral("/0 keep.sh"));
     QVERIFY(script.open(QFile::WriteOnly));
     script.write(
-        "# Keeps what it is given.\ncp -- \"$1\" unfinished && echo \"$1\" > where && mv unfinished kept\n");
+        "# Keeps what it is given, makes a picture, and fails where it was given nothing.\n"
+        "while [ ! -e go ]; do sleep 0.05; done\n"
+        "cp -- \"$1\" unfinished && size=$(wc -c < unfinished) && echo \"$1\" > where\n"
+        "cp ~/*/000.jpg \"$(echo ~/*ü)/made.jpg\" && mv unfinished kept && test $size -gt 2\n");
     script.close();
 
     RunningProgram program(desktop, {folder});
@@ -64,11 +67,23 @@ void ScriptsJourney::runsOnTheSelectedPictures() {
         return !(seen = given(desktop)).isNull();
     };
 
-    // Nothing is selected yet: it runs all the same, on an empty list.
-    desktop.click(row("0 keep.sh"), 2);
+    const auto says = [&](const char* status) {
+        return bus.find(QStringLiteral("label"), QString::fromLatin1(status)).isValid();
+    };
 
+    // Nothing is selected yet: it runs all the same, on an empty list. The line below the grid changes while
+    // the program is busy running it.
+    const QRect status = bus.find(QStringLiteral("label"), QStringLiteral("8 items")).extents;
+    const QImage idle = desktop.screenshot().copy(status);
+    desktop.click(row("0 keep.sh"), 2);
+    QTRY_VERIFY(desktop.screenshot().copy(status) != idle);
+    desktop.keepScreenshot(QStringLiteral("script-runs"));
+    QFile go(scripts(desktop) + QStringLiteral("/go"));
+    QVERIFY(go.open(QFile::WriteOnly));
     QVERIFY(QTest::qWaitFor(runs, 10000));
     QCOMPARE(seen, paths({}));
+    QVERIFY(says("0 keep: failed (exit 1), see the log"));
+    QVERIFY(bus.find(QStringLiteral("list item"), QStringLiteral("made.jpg")).isValid());
 
     desktop.click(cell("005.jpg"));
     desktop.click(cell("000.jpg"), 1, {QStringLiteral("ctrl")});
@@ -76,6 +91,7 @@ void ScriptsJourney::runsOnTheSelectedPictures() {
     desktop.click(row("0 keep.sh"), 2);
     QVERIFY(QTest::qWaitFor(runs, 10000));
     QCOMPARE(seen, paths({"000.jpg", "002.jpg", "005.jpg"}));
+    QVERIFY(says("0 keep: done"));
     QFile where(scripts(desktop) + QStringLiteral("/where"));
     QVERIFY(where.open(QFile::ReadOnly));
     QTRY_VERIFY(!QFile::exists(QString::fromUtf8(where.readAll().trimmed())));
