@@ -2,6 +2,7 @@
 #include "decoder/Decoding.h"
 
 #include "decoder/ContainerChunks.h"
+#include "decoder/DeclaredSize.h"
 #include "decoder/EmbeddedPreview.h"
 #include "decoder/ExifBlock.h"
 #include "decoder/Finish.h"
@@ -33,9 +34,8 @@ namespace decoder {
 
 namespace {
 
-constexpr qint64 kLargestRareFile = 256 << 20;        // bytes: these formats are read whole
-constexpr qint64 kLargestPropertiesFile = 512 << 20;  // bytes: metadata may stand at a file's end
-constexpr qsizetype kLargestSvg = 16 << 20;           // bytes, unpacked
+constexpr qint64 kLargestRareFile = 256 << 20;  // bytes: these formats are read whole
+constexpr qsizetype kLargestSvg = 16 << 20;     // bytes, unpacked
 
 // Set once by prepare(), each in its own role only.
 const RareFormats* rareFormats = nullptr;
@@ -207,12 +207,10 @@ FrameKeeper& frameKeeper() {
     return keeper;
 }
 
-Result decodeProperties(const InputDevice& device) {
+Result decodeProperties(InputDevice& device) {
     if (!readProperties)
         return Failure{Status::otherRole, {}};
-    if (device.size() > kLargestPropertiesFile)
-        return Failure{Status::tooLarge, {}};
-    const auto properties = readProperties(device.head(static_cast<qsizetype>(device.size())));
+    const auto properties = readProperties(device);
     if (!properties)
         return Failure{Status::notImage, {}};
     return PackedProperties{packProperties(*properties)};

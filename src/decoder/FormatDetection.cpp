@@ -130,21 +130,4 @@ Format detectFormat(QByteArrayView head) {
     return formatOfBrands(head);
 }
 
-QSize declaredSize(Format format, QByteArrayView head) {
-    const ByteReader big(head);
-    const ByteReader little(head, ByteOrder::little);
-    if (format == Format::png) {
-        const auto width = big.u32(16);
-        const auto height = big.u32(20);
-        constexpr std::uint32_t kLargest = 0x7fffffff;
-        if (height)
-            return {static_cast<int>(std::min(*width, kLargest)),
-                    static_cast<int>(std::min(*height, kLargest))};
-    } else if (format == Format::gif) {
-        if (const auto height = little.u16(8))
-            return {*little.u16(6), *height};
-    }
-    return {};
-}
-
 }  // namespace decoder

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QByteArrayView>
-#include <QSize>
 
 namespace decoder {
 
@@ -31,8 +30,5 @@ enum class Format {
 inline constexpr qsizetype kHeadBytes = 4096;
 
 Format detectFormat(QByteArrayView head);
-
-/// The size in pixels that stands in the first bytes of a PNG or GIF; invalid for other formats.
-QSize declaredSize(Format format, QByteArrayView head);
 
 }  // namespace decoder

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/ToolkitLoader.h"
 
+#include "decoder/DeclaredSize.h"
 #include "decoder/Finish.h"
 #include "decoder/LoaderMessages.h"
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/properties/PropertiesModule.h"
 
+#include "decoder/properties/DeviceIo.h"
 #include "decoder/properties/ExifProperties.h"
 #include "decoder/properties/GeneralProperties.h"
-#include "decoder/properties/HeaderSize.h"
 #include "decoder/properties/IptcProperties.h"
 
 #include <exiv2/exiv2.hpp>
@@ -41,36 +41,29 @@ void readAsFarAsPossible(Exiv2::Image& image) {
     }
 }
 
-std::optional<PropertyDictionary> readFile(const QByteArray& file) {
-    auto memory = std::make_unique<Exiv2::MemIo>(reinterpret_cast<const Exiv2::byte*>(file.constData()),
-                                                 static_cast<long>(file.size()));
-    const int type = Exiv2::ImageFactory::getType(*memory);
+PropertyDictionary readWithLibrary(QIODevice& file, Header header) {
+    auto input = std::make_unique<DeviceIo>(file);
+    const int type = Exiv2::ImageFactory::getType(*input);
     if (std::ranges::find(kPictureTypes, type) == kPictureTypes.end())
-        return std::nullopt;
-    const auto image = Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(memory.release()));
+        return generalProperties(header);
+    const auto image = Exiv2::ImageFactory::open(Exiv2::BasicIo::AutoPtr(input.release()));
     readAsFarAsPossible(*image);
-    PropertyDictionary properties = generalProperties(*image, file);
+    correctHeader(header, *image);
+    PropertyDictionary properties = generalProperties(header);
     addNested(properties, "{IPTC}", iptcProperties(image->iptcData()));
     addNested(properties, "{Exif}", exifProperties(image->exifData()));
     return properties;
 }
 
-/// Of a picture that the library does not know.
-std::optional<PropertyDictionary> readHeader(const QByteArray& file) {
-    const QSize size = headerSize(file);
-    if (!size.isValid())
-        return std::nullopt;
-    return PropertyDictionary{{QStringLiteral("PixelWidth"), size.width()},
-                              {QStringLiteral("PixelHeight"), size.height()}};
-}
-
-std::optional<PropertyDictionary> readProperties(const QByteArray& file) {
+std::optional<PropertyDictionary> readProperties(QIODevice& file) {
+    const Header header = readHeader(FileReader(file));
+    PropertyDictionary properties;
     try {
-        if (auto properties = readFile(file))
-            return properties;
+        properties = readWithLibrary(file, header);
     } catch (const std::exception&) {
+        properties = generalProperties(header);
     }
-    return readHeader(file);
+    return properties.empty() ? std::nullopt : std::optional(std::move(properties));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 #include "platform/PropertyValue.h"
 
-#include <QByteArray>
+#include <QIODevice>
 
 #include <optional>
 
@@ -12,8 +12,9 @@
 namespace decoder {
 
 /// The properties of a picture file's first picture, in the file's order: the general ones at top level, then
-/// "{Exif}" and "{IPTC}" where there are any. Nothing when the bytes are no picture that can be read.
-using ReadProperties = std::optional<platform::PropertyDictionary> (*)(const QByteArray& file);
+/// "{Exif}" and "{IPTC}" where there are any. Nothing when it is no picture that can be read.
+/// Reads what it needs; only a TIFF, and raw files that are built like one, whole.
+using ReadProperties = std::optional<platform::PropertyDictionary> (*)(QIODevice& file);
 
 /// The module's name beside the executable, and its function's.
 inline constexpr const char* kPropertiesModule = "tavlin-properties.so";
