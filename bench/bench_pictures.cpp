@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the picture view costs. First pixels: seconds until a view shows all of a 24-megapixel JPEG, to
 // those that libjpeg-turbo's own scaled decoding takes on the same file, the best of alternating runs.
-// Memory: this process's resident bytes for each of ten such views. Panning: the longest that one frame holds
-// up the main thread, over a gigapixel TIFF at its exact pixels and between two levels.
-#include "platform/imaging/DecoderProcess.h"
+// Memory: this process's resident bytes for each of ten such views. Metadata: those of that JPEG, beyond a
+// bare round trip to the decoder, the medians of alternating runs. Panning: what one frame costs the main
+// thread of the processor's time at most, over a gigapixel TIFF at its exact pixels and between two levels;
+// the time by the clock, which what else runs on the machine lengthens, stands beside it.
+#include "decoder/TestPictures.h"
+#include "platform/imaging/DecodeThreads.h"
 #include "platform/imaging/TileCache.h"
 #include "platform/views/ImageView.h"
 #include "testing/TestHome.h"
@@ -29,6 +32,7 @@ namespace {
 
 constexpr double firstPixelsBound = 1.35;  // of libjpeg-turbo's own time
 constexpr double memoryBound = 40;         // MB for a window
+constexpr double metadataBound = 3;        // milliseconds
 constexpr double frameBound = 16;          // milliseconds
 constexpr QSize windowSize(1400, 950);
 constexpr int rounds = 9;
@@ -61,6 +65,22 @@ double residentMegabytes() {
     return file.readAll().split(' ').value(1).toDouble() * kPageBytes / 1e6;
 }
 
+/// Metadata as a camera writes it: 48 values, and a thumbnail.
+QByteArray cameraMetadata() {
+    using namespace testPictures;
+    constexpr quint32 kFirstDirectory = 2 + 2 * 12 + 4;
+    std::vector<TiffEntry> entries;
+    for (quint16 tag = 0; tag < 48; ++tag)
+        entries.push_back({static_cast<quint16>(0x9200 + tag), 4, tag});
+    const quint32 camera = 8 + kFirstDirectory;
+    const auto thumbnail = static_cast<quint32>(camera + 2 + 48 * 12 + 4);
+    const QByteArray pixels = written(quadrants({160, 120}), "jpeg");
+    return tiffHeader() + tiffDirectory({{0x112, 3, 1}, {0x8769, 4, camera}}, thumbnail) +
+           tiffDirectory(entries) +
+           tiffDirectory({{0x201, 4, thumbnail + kFirstDirectory}, {0x202, 4, quint32(pixels.size())}}) +
+           pixels;
+}
+
 /// Detail everywhere, as a photograph has it.
 void makePhotograph(const QString& path) {
     QImage image(6000, 4000, QImage::Format_RGB32);
@@ -74,7 +94,9 @@ void makePhotograph(const QString& path) {
                           int(120 + 90 * std::cos(y * 0.013) + grain), (x / 40 + y / 40) % 200 + grain);
         }
     }
-    image.save(path, "jpeg", 90);
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write(testPictures::withExifInJpeg(testPictures::written(image, "jpeg", 90), cameraMetadata()));
 }
 
 /// What libjpeg-turbo itself takes for the smallest scale that fills the window.
@@ -169,9 +191,53 @@ bool memoryOfWindows(const QString& path) {
     return std::max(fitted, exact) <= memoryBound;
 }
 
-/// The longest frame of a drag across the picture, at one zoom.
-double longestFrame(ImageView& view) {
-    double longest = 0;
+bool metadata(const QString& path) {
+    const QString nothing = path + QStringLiteral(".none");
+    QFile(nothing).open(QIODevice::WriteOnly);
+    const DecodeRequest request{DecodeRequest::Kind::properties, -1, 1};
+    const auto ask = [&](const QString& file) {
+        return seconds([&] {
+            DecodeTask task(DecodeThreads::properties(), file, request, std::chrono::seconds(20));
+            task.waitFor(std::chrono::seconds(20));
+        });
+    };
+    constexpr int kRounds = 101;
+    std::vector<double> whole;
+    std::vector<double> bare;
+    for (int i = 0; i <= kRounds; ++i) {
+        whole.push_back(ask(path));
+        bare.push_back(ask(nothing));
+    }
+    std::ranges::sort(whole);
+    std::ranges::sort(bare);
+    DecodeTask task(DecodeThreads::properties(), path, request, std::chrono::seconds(20));
+    task.waitFor(std::chrono::seconds(20));
+    const DecodeResult result = task.takeResult();
+    const auto* found = std::get_if<DecodedProperties>(&result);
+    const bool isComplete = found && found->properties.back().first == u"{Exif}" &&
+                            found->properties.back().second.dictionary()->entries.size() > 8;
+    const double both = whole[kRounds / 2] * 1e3;
+    const double trip = bare[kRounds / 2] * 1e3;
+    std::printf("metadata of that JPEG: %.2f ms, a bare round trip %.2f ms, difference %.2f ms\n", both, trip,
+                both - trip);
+    return isComplete && both - trip <= metadataBound;
+}
+
+/// What the frames of a drag cost the main thread, milliseconds: each what holds it up longest.
+struct FrameCosts {
+    double longest = 0;  ///< of the processor's time
+    std::vector<double> byClock;
+
+    void addFrame() { byClock.push_back(0); }
+    void addTurn(const std::function<void()>& work) {
+        const double turn = 1e3 * seconds([&] { longest = std::max(longest, 1e3 * processorSeconds(work)); });
+        byClock.back() = std::max(byClock.back(), turn);
+    }
+};
+
+/// Of a drag across the picture, at one zoom. What comes from the decoders counts with the rest of a frame.
+FrameCosts frameCosts(ImageView& view) {
+    FrameCosts costs;
     const QPointF middle(windowSize.width() / 2.0, windowSize.height() / 2.0);
     const auto send = [&](QEvent::Type type, QPointF at) {
         QMouseEvent event(type, at, at, type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
@@ -183,17 +249,17 @@ double longestFrame(ImageView& view) {
         if (frame % 15 == 0)
             send(QEvent::MouseButtonPress, middle);
         const QPointF at = middle - QPointF(frame % 15 + 1, frame % 15 + 1) * 37;
-        const double turn = processorSeconds([&] {
+        costs.addFrame();
+        costs.addTurn([&] {
             send(QEvent::MouseMove, at);
             QApplication::processEvents();
         });
-        longest = std::max(longest, turn);
         QElapsedTimer rest;  // to the next frame of the screen, with what comes from the decoders
         rest.start();
         while (rest.elapsed() < 8)
-            longest = std::max(longest, processorSeconds([] { QApplication::processEvents(); }));
+            costs.addTurn([] { QApplication::processEvents(QEventLoop::AllEvents, 2); });
     }
-    return longest * 1e3;
+    return costs;
 }
 
 bool panning(const QString& path) {
@@ -206,12 +272,16 @@ bool panning(const QString& path) {
         QKeyEvent zoom(QEvent::KeyPress, key, Qt::NoModifier);
         QApplication::sendEvent(view.get(), &zoom);
         waitFor([&] { return view->tiles() && view->tiles()->isIdle(); });
-        const double longest = longestFrame(*view);
+        FrameCosts costs = frameCosts(*view);
+        std::ranges::sort(costs.byClock);
+        const double inAHundred = costs.byClock[costs.byClock.size() * 99 / 100];
         std::printf(
-            "longest work of the main thread while panning a 10-gigapixel TIFF at %.0f %%: %.1f ms, %d "
-            "tiles\n",
-            view->pictureGeometry().scale() * 100, longest, view->tiles()->decodes());
-        isGood = isGood && longest <= frameBound;
+            "panning a 10-gigapixel TIFF at %.0f %%: a frame costs the main thread %.1f ms at most, by the "
+            "clock "
+            "%.1f ms (99 %%) and %.1f ms at most, %d tiles\n",
+            view->pictureGeometry().scale() * 100, costs.longest, inAHundred, costs.byClock.back(),
+            view->tiles()->decodes());
+        isGood = isGood && costs.longest <= frameBound;
     }
     return isGood;
 }
@@ -228,6 +298,7 @@ int main(int argc, char** argv) {
     makePhotograph(photograph);
     bool isGood = firstPixels(photograph);
     isGood = memoryOfWindows(photograph) && isGood;
+    isGood = metadata(photograph) && isGood;
     isGood = panning(home.path() + QStringLiteral("/giga.tif")) && isGood;
     return isGood ? 0 : 1;
 }
