@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/rare/RareFormats.h"
 
+#include "decoder/rare/Fonts.h"
+
 #include <new>
 
 namespace decoder {
 
 namespace {
 
-/// Draws a letter, so that the fonts are found and loaded.
+/// Draws a letter as well, so that all that this takes is loaded.
 void prepare() {
+    loadFonts();
     decodeSvg(QByteArrayLiteral("<svg xmlns='http://www.w3.org/2000/svg' width='16' height='16'>"
                                 "<text y='9' font-family='sans-serif'>a</text></svg>"),
               16);

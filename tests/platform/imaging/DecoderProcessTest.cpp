@@ -140,6 +140,26 @@ class DecoderProcessTest : public QObject {
         QVERIFY(!expected || errorOf(result) == *expected);
     }
 
+    /// No font file can be opened any more: a style that was not loaded before is drawn as boxes, not as
+    /// dots.
+    void fontsOfDrawings() {
+        QFile file(path("text.svg"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.write("<svg xmlns='http://www.w3.org/2000/svg' width='100' height='40'>"
+                           "<rect width='100' height='40' fill='white'/>"
+                           "<text x='5' y='35' font-size='30' font-family='serif' font-weight='bold' "
+                           "font-style='italic'>....</text></svg>") > 0);
+        file.close();
+        DecoderProcess process(_decoder);
+        const auto result = decode(process, open("text.svg").get(), 256);
+        QVERIFY(std::holds_alternative<DecodedPicture>(result));
+        const QImage image = std::get<DecodedPicture>(result).image;
+        QImage blank(image.width(), 20, image.format());
+        blank.fill(Qt::white);
+        QCOMPARE(image.copy(0, 0, image.width(), 20), blank);
+        QVERIFY(image.copy(0, 20, image.width(), 20) != blank);
+    }
+
     void cancelFromAnotherThread() {
         DecoderProcess process(hostile("hangs"));
         const auto file = open("picture.png");
