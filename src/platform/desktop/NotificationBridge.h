@@ -54,9 +54,10 @@ class NotificationBridge : public QObject {
     /// The same: a service that is started on demand counts as running.
     bool isGrowlRunning() const { return _isRegistered; }
 
-    /// Sends one notification, unless its name was never registered. `iconData` is a picture file's bytes,
-    /// `priority` from -2 to 2; a sticky notification stays until the user dismisses it. `clickContext` comes
-    /// back to the delegate when the user clicks the notification or lets it expire.
+    /// Sends one notification, unless its name was never registered. `iconData` is the bytes of a picture
+    /// file of the program's own, as this process decodes it; `priority` from -2 to 2; a sticky notification
+    /// stays until the user dismisses it. `clickContext` comes back to the delegate when the user clicks the
+    /// notification or lets it expire.
     void notifyWithTitle(const QString& title, const QString& description, const QString& notificationName,
                          const std::optional<QByteArray>& iconData, int priority, bool isSticky,
                          const QString& clickContext);
