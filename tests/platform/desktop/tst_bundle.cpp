@@ -21,6 +21,12 @@ class BundleTest : public QObject {
             const Bundle bundle(_built, languages.split(u' '));
             QCOMPARE(bundle.localizedString(_key), text);
             QCOMPARE(bundle.localizedString(u"NoSuchKey"_s), u""_s);
+            const bool isGerman = text == u"Ordner";
+            QVERIFY(bundle.pathForResourceOfType(u"Credits"_s, u"html"_s)
+                        .endsWith(isGerman ? u"/tavlin/de/Credits.html"_s : u"/tavlin/Credits.html"_s));
+            QCOMPARE(bundle.objectForInfoDictionaryKey(u"CFBundleGetInfoString"_s)
+                         .startsWith(u"Tavlin " TAVLIN_VERSION ", Bild"_s),
+                     isGerman);
         }
     }
 
