@@ -2,6 +2,8 @@
 #include "platform/imaging/ThumbnailMaker.h"
 
 #include "platform/FileAccess.h"
+#include "platform/imaging/PictureNames.h"
+#include "platform/PathBytes.h"
 
 #include <algorithm>
 
@@ -41,7 +43,7 @@ QImage fitted(const QImage& image, int pixelSize) {
 /// Whether the failure is the file's own, so that another try would fail as well.
 bool isFilesOwn(DecodeError error) {
     return error == DecodeError::damaged || error == DecodeError::tooLarge ||
-           error == DecodeError::timedOut || error == DecodeError::crashed;
+           error == DecodeError::timedOut || error == DecodeError::crashed || error == DecodeError::notImage;
 }
 
 /// The loader's own words; where it has none, what happened.
@@ -49,6 +51,8 @@ QString reasonOf(const DecodeFailure& failure) {
     if (!failure.message.isEmpty())
         return failure.message;
     switch (failure.error) {
+        case DecodeError::notImage:
+            return QStringLiteral("the file holds no picture, whatever its name says");
         case DecodeError::tooLarge:
             return QStringLiteral("the picture needs too much memory");
         case DecodeError::timedOut:
@@ -184,13 +188,15 @@ ThumbnailMaker::Outcome ThumbnailMaker::fromDecoder(const ThumbnailJob& job, con
     const auto& failure = std::get<DecodeFailure>(result);
     if (failure.error == DecodeError::cancelled)
         return Outcome{{}, {}, true};
-    const bool isNone = failure.error == DecodeError::notImage;
+    // What is named as a picture and holds none is as broken as one with a damaged content.
+    const bool isNone = failure.error == DecodeError::notImage &&
+                        kindByName(lastPathComponent(job.request.path)) != NamedKind::picture;
     auto entry =
         entryOf(isNone ? Thumbnail::State::notImage : Thumbnail::State::failed, file.version, pixelSize);
     entry.thumbnail.failure = isNone ? QString() : reasonOf(failure);
     entry.mayPass = !isNone && !isFilesOwn(failure.error);
     Outcome outcome = answered(job, std::move(entry));
-    if (file.original && isSame && isFilesOwn(failure.error))
+    if (file.original && isSame && !isNone && isFilesOwn(failure.error))
         outcome.write = ThumbnailWrite{*file.original, {}, 0, {}, reasonOf(failure)};
     return outcome;
 }

@@ -103,12 +103,14 @@ class ThumbnailQueueTest : public QObject {
         QTest::newRow("small picture") << jpeg(noise({40, 80}, Qt::red)) << State::complete << QSize(40, 80);
         QTest::newRow("text") << QByteArray("no picture at all, but a text") << State::notImage
                               << QSize(0, 0);
+        QTest::newRow("text in a picture's name")
+            << QByteArray("<html>404</html>") << State::failed << QSize(0, 0);
         QTest::newRow("FIFO") << QByteArray("FIFO") << State::notImage << QSize(0, 0);
         QTest::newRow("absent") << QByteArray("absent") << State::notImage << QSize(0, 0);
     }
     void answersByContent() {
         QFETCH(const QByteArray, content);
-        const QString path = write(u"file"_s, content);
+        const QString path = write(content.startsWith("<html>") ? u"file.JPG"_s : u"file"_s, content);
         if (content == "FIFO" || content == "absent")
             QVERIFY(QFile::remove(path));
         if (content == "FIFO")
