@@ -122,11 +122,14 @@ QImageIOHandler::Transformations pngTransformation(const InputDevice& device) {
     return transformationOfOrientation(readExifBlock(chunks.exif).orientation);
 }
 
-/// A picture that has too many pixels for the toolkit, where it can be read row by row.
+/// A picture that has too many pixels for the toolkit, where it can be read row by row, or coarsely.
 Result decodeHugePng(InputDevice& device, Format format, QSize size, int pixelSize) {
-    const bool isBounded = format == Format::png && pixelSize <= kMaximumPixelSize &&
-                           qint64(size.width()) * size.height() <= kMaximumPixels;
-    const auto regions = isBounded ? openPngRegions(device, pngTransformation(device)) : nullptr;
+    if (format != Format::png || qint64(size.width()) * size.height() > kMaximumPixels)
+        return Failure{Status::tooLarge, {}};
+    const auto transformation = pngTransformation(device);
+    if (QImage coarse = coarseInterlacedPng(device, pixelSize); !coarse.isNull())
+        return finish(std::move(coarse), size, transformation, pixelSize);
+    const auto regions = pixelSize <= kMaximumPixelSize ? openPngRegions(device, transformation) : nullptr;
     if (!regions)
         return Failure{Status::tooLarge, {}};
     QImage image = regions->whole(device, pixelSize);

@@ -20,6 +20,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <png.h>
+
 using namespace decoder;
 using namespace testPictures;
 
@@ -49,6 +51,29 @@ QImage askedOf(int file, RequestKind kind, QRect region = {}, int level = 0, QRe
     const Result result = decode(request, file);
     const auto* picture = std::get_if<Picture>(&result);
     return picture ? picture->image : QImage();
+}
+
+QByteArray interlaced(const QImage& image) {
+    QByteArray bytes;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_set_write_fn(
+        png, &bytes,
+        [](png_structp to, png_bytep data, size_t size) {
+            static_cast<QByteArray*>(png_get_io_ptr(to))
+                ->append(reinterpret_cast<const char*>(data), qsizetype(size));
+        },
+        nullptr);
+    png_set_IHDR(png, info, png_uint_32(image.width()), png_uint_32(image.height()), 8, PNG_COLOR_TYPE_RGB,
+                 PNG_INTERLACE_ADAM7, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    const QImage rows = image.convertToFormat(QImage::Format_RGB888);
+    png_write_info(png, info);
+    for (int pass = png_set_interlace_handling(png); pass > 0; --pass)
+        for (int y = 0; y < rows.height(); ++y)
+            png_write_row(png, rows.constScanLine(y));
+    png_write_end(png, nullptr);
+    png_destroy_write_struct(&png, &info);
+    return bytes;
 }
 
 /// The greatest and the mean difference of any channel.
@@ -226,6 +251,26 @@ class RegionsTest : public QObject {
                 difference(std::get<Picture>(rows).image, std::get<Picture>(expected).image);
             QVERIFY2(side == 2048 ? greatest <= 1 : mean < 8, qPrintable(QString::number(mean)));
         }
+    }
+
+    /// Each of the interlacing's steps holds the picture's own pixels, as far apart as its bound allows.
+    void interlacedPng() {
+        QTemporaryFile file;
+        QVERIFY(file.open() && file.write(interlaced(pattern())) > 0 && file.flush());
+        InputDevice device(file.handle());
+        const QImage whole = pattern();
+        for (const int unit : {8, 4, 2, 1}) {
+            const QSize size((kSize.width() + unit - 1) / unit, (kSize.height() + unit - 1) / unit);
+            const QImage image =
+                coarseInterlacedPng(device, 5000, qsizetype(size.width()) * size.height() * 4);
+            QCOMPARE(image.size(), size);
+            for (int y = 0; y < size.height(); ++y)
+                for (int x = 0; x < size.width(); ++x)
+                    QCOMPARE(image.pixel(x, y), whole.pixel(x * unit, y * unit));
+        }
+        QVERIFY(coarseInterlacedPng(device, 100).width() < 200);
+        QVERIFY(file.resize(file.size() / 40));
+        QVERIFY(coarseInterlacedPng(device, 5000).isNull());
     }
 
     /// A pass is the costly part: what can be had in one is not to take two.

@@ -6,7 +6,10 @@
 
 #include <QPointF>
 
+#include <algorithm>
 #include <csetjmp>
+#include <cstring>
+#include <vector>
 
 #include <png.h>
 
@@ -33,6 +36,8 @@ class PngPass : public RowPass {
     QImage::Format format() const override { return _format; }
     bool skip(InputDevice& device, int rows) override;
     bool read(InputDevice& device, QImage& into) override;
+    /// Fills an image of every `unit`-th pixel from the interlacing's passes that hold those.
+    bool readCoarsely(InputDevice& device, QImage& into, int unit);
 
  private:
     template <typename Work>
@@ -153,7 +158,56 @@ bool PngPass::read(InputDevice& device, QImage& into) {
     });
 }
 
+/// The library gives a pass's rows as they are stored, where it is not asked to put them together.
+bool PngPass::readCoarsely(InputDevice& device, QImage& into, int unit) {
+    constexpr int kPasses = PNG_INTERLACE_ADAM7_PASSES;
+    const int lastPass = unit == 8 ? 0 : unit == 4 ? 2 : unit == 2 ? 4 : kPasses - 1;
+    const auto bytesPerPixel = static_cast<std::size_t>(into.depth() / 8);
+    std::vector<png_byte> stored(png_get_rowbytes(_png, _info));
+    uchar* pixels = into.bits();
+    const qsizetype stride = into.bytesPerLine();
+    const QSize all = size();
+    return guarded(device, [&, bytesPerPixel, stride, lastPass, unit] {
+        for (int pass = 0; pass <= lastPass; ++pass) {
+            const png_uint_32 columns = PNG_PASS_COLS(png_uint_32(all.width()), pass);
+            const png_uint_32 rows = columns == 0 ? 0 : PNG_PASS_ROWS(png_uint_32(all.height()), pass);
+            for (png_uint_32 row = 0; row < rows; ++row) {
+                png_read_row(_png, stored.data(), nullptr);
+                uchar* line = pixels + qsizetype(PNG_ROW_FROM_PASS_ROW(row, pass)) / unit * stride;
+                for (png_uint_32 x = 0; x < columns; ++x)
+                    std::memcpy(line + std::size_t(PNG_COL_FROM_PASS_COL(x, pass)) / std::size_t(unit) *
+                                           bytesPerPixel,
+                                stored.data() + x * bytesPerPixel, bytesPerPixel);
+            }
+        }
+    });
+}
+
 }  // namespace
+
+QImage coarseInterlacedPng(InputDevice& device, int pixelSize, qsizetype bound) {
+    PngPass pass;
+    if (!pass.open(device) || !pass.isInterlaced())
+        return {};
+    const QSize all = pass.size();
+    const qsizetype bytesPerPixel = QImage(1, 1, pass.format()).depth() / 8;
+    const auto sizeAt = [&](int unit) {
+        return QSize((all.width() + unit - 1) / unit, (all.height() + unit - 1) / unit);
+    };
+    const auto fits = [&](int unit) {
+        return qsizetype(sizeAt(unit).width()) * sizeAt(unit).height() * bytesPerPixel <= bound;
+    };
+    int unit = 8;
+    while (unit > 1 && std::max(sizeAt(unit).width(), sizeAt(unit).height()) < pixelSize && fits(unit / 2))
+        unit /= 2;
+    if (!fits(unit) || qsizetype(all.width()) * bytesPerPixel > bound)
+        return {};
+    QImage image(sizeAt(unit), pass.format());
+    if (image.isNull() || !pass.readCoarsely(device, image, unit))
+        return {};
+    image.setColorSpace(pass.profile());
+    return image;
+}
 
 std::unique_ptr<SequentialRegions> openPngRegions(InputDevice& device,
                                                   QImageIOHandler::Transformations transformation) {

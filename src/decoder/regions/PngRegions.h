@@ -11,4 +11,9 @@ namespace decoder {
 std::unique_ptr<SequentialRegions> openPngRegions(InputDevice& device,
                                                   QImageIOHandler::Transformations transformation);
 
+/// An interlaced PNG made of its first passes alone, at least as large as asked where it fits the bound of
+/// bytes: every eighth pixel of its rows and columns, every fourth, every second or all of them, with the
+/// profile. A null image where it is damaged, not interlaced, or has rows too long even so.
+QImage coarseInterlacedPng(InputDevice& device, int pixelSize, qsizetype bound = 256 << 20);
+
 }  // namespace decoder
