@@ -58,7 +58,18 @@ class TestProgram : public QObject {
 
         const QString absent = home() + u"/absent"_s;
         runUntilLoaded({absent}, one);
-        QVERIFY2(_log.contains("tavlin: there is no file or folder \"" + absent.toUtf8() + '"'), _log.constData());
+        QVERIFY2(_log.contains("tavlin: there is no file or folder \"" + absent.toUtf8() + '"'),
+                 _log.constData());
+    }
+
+    /// Texts, credits, icons and decoder: a program that was half removed still opens, and ends well.
+    void missingPartsAreHarmless() {
+        const QByteArray prefix = qgetenv("TAVLIN_PREFIX");
+        qputenv("TAVLIN_PREFIX", QFile::encodeName(home() + u"/nothing here"_s));
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(home() + u"/no themes"_s));
+        runUntilLoaded({home() + u"/Pictures"_s}, home() + u"/Pictures"_s);
+        qputenv("TAVLIN_PREFIX", prefix);
+        qunsetenv("XDG_DATA_DIRS");
     }
 
     void corruptStateIsHarmless() {

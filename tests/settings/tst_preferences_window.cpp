@@ -96,6 +96,17 @@ class PreferencesWindowTest : public QObject {
         QCOMPARE(button(control).isChecked(), isRadio || chosen != 0);
     }
 
+    /// A sort that has no radio button leaves its group without a row; the next start mends it.
+    void sortWithoutARowLastsOneRun() {
+        appGlobals->setObjectForKey(5, settingKeys[1]);
+        const LogLines log;
+        open();
+        QCOMPARE(storeValues()[1], -1);
+        QCOMPARE(savedValues()[1], -1);
+        appGlobals->load();
+        QCOMPARE(storeValues()[1], 0);
+    }
+
     void logsItsLife() {
         appGlobals->setObjectForKey(true, Keys::debugLogging);
         LogLines log;

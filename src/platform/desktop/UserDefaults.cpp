@@ -28,31 +28,40 @@ QByteArray contents(const QString& path) {
 }
 
 /// Copies the file to "NAME.corrupt", "NAME.corrupt.2" and so on, whichever is free; a copy with the same
-/// contents serves again.
-void keepCorruptFile(const QString& path) {
+/// contents serves again. Answers whether there is one.
+bool keepCorruptFile(const QString& path) {
     QString copy = path + QStringLiteral(".corrupt");
     for (int number = 2; QFile::exists(copy); ++number) {
         if (contents(copy) == contents(path))
-            return;
+            return true;
         copy = path + QStringLiteral(".corrupt.%1").arg(number);
     }
     const bool isKept = QFile::copy(path, copy);
     qCWarning(defaultsLog, "%ls cannot be read whole; %s %ls", qUtf16Printable(path),
               isKept ? "it is kept as" : "it could not be copied to", qUtf16Printable(copy));
+    return isKept;
 }
 
-std::unique_ptr<QSettings> openSettings(const QString& path) {
+struct OpenSettings {
+    std::unique_ptr<QSettings> settings;
+    bool mayBeWritten = true;  ///< false where that would lose what cannot be parsed
+};
+
+OpenSettings openSettings(const QString& path) {
+    bool mayBeWritten = true;
     auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
     settings->allKeys();  // parses every group, which the constructor leaves for later
     if (settings->status() == QSettings::FormatError)
-        keepCorruptFile(path);
+        mayBeWritten = keepCorruptFile(path);
     else if (settings->status() == QSettings::AccessError)
         qCWarning(defaultsLog, "The settings in %ls cannot be read.", qUtf16Printable(path));
-    return settings;
+    return {std::move(settings), mayBeWritten};
 }
 
 void writeSettings(const QString& path, const QMap<QString, QVariantMap>& dictionaries) {
-    const auto settings = openSettings(path);
+    const auto [settings, mayBeWritten] = openSettings(path);
+    if (!mayBeWritten)
+        return;
     for (auto group = dictionaries.cbegin(); group != dictionaries.cend(); ++group) {
         settings->beginGroup(group.key());
         settings->remove({});
@@ -111,7 +120,7 @@ UserDefaults& UserDefaults::standardUserDefaults() {
 }
 
 UserDefaults::UserDefaults(const QString& filePath) : _filePath(filePath) {
-    const auto settings = openSettings(_filePath);
+    const auto settings = openSettings(_filePath).settings;
     for (const QString& group : settings->childGroups()) {
         QVariantMap& dictionary = _dictionaries[group];
         settings->beginGroup(group);

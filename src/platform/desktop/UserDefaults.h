@@ -14,8 +14,8 @@ namespace platform {
 /// The user's settings file (INI, below the XDG configuration folder). A dictionary is one group of it. The
 /// file is read once, when this object is made, and written on a thread of its own, so that a slow disk
 /// stalls nobody; writing replaces the file as a whole or not at all. A file that cannot be parsed is copied
-/// beside itself first. A file that cannot be read or written costs a warning (category tavlin.defaults),
-/// nothing else. Main thread only.
+/// beside itself first; where it cannot be copied it stays as it is. A file that cannot be read or written
+/// costs a warning (category tavlin.defaults), nothing else. Main thread only.
 class UserDefaults {
  public:
     /// Made at first use; what is still to be written then is written before the application object ends.

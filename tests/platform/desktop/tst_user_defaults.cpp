@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/UserDefaults.h"
 #include "testing/LogLines.h"
+#include "testing/MountSandbox.h"
 #include "testing/TestHome.h"
 
 #include <pthread.h>
 
+#include <QProcess>
 #include <QScopeGuard>
 #include <QTest>
 
@@ -18,6 +20,16 @@ namespace {
 QByteArray readFile(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("missing");
+}
+
+constexpr int lastSaved = 30;
+
+void saveOften(const QString& path, const QString& group) {
+    UserDefaults defaults(path);
+    for (int i = 0; i <= lastSaved; ++i) {
+        defaults.setDictionaryForKey({{u"xSetting"_s, i}}, group);
+        defaults.synchronize();
+    }
 }
 
 }  // namespace
@@ -84,6 +96,79 @@ class UserDefaultsTest : public QObject {
         QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 2);
     }
 
+    /// Whatever the fault, the run goes on with its own settings and the file keeps what it held.
+    void faultsHarmNothing_data() {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+        QTest::addColumn<QString>("said");
+        const QByteArray whole("[PreferencesGlobals]\naSetting=false\n");
+        const QByteArray cut("[PreferencesGlobals]\naSetting=false\nno equals sign\n");
+        QTest::newRow("full disk") << u"full"_s << whole << whole << u"cannot be written"_s;
+        QTest::newRow("corrupt on a full disk") << u"full"_s << cut << cut << u"could not be copied"_s;
+        QTest::newRow("read-only disk") << u"read-only"_s << whole << whole << u"cannot be written"_s;
+        QTest::newRow("a folder in its place")
+            << u"folder"_s << QByteArray("missing") << QByteArray("missing") << u"cannot be written"_s;
+        QTest::newRow("another version")
+            << QString() << QByteArray("[General]\nversion=9\n\n[New]\nx\\y=@ByteArray(1)\n\n" + whole)
+            << QByteArray(
+                   "[General]\nversion=9\n\n[New]\nx\\y=@ByteArray(1)\n\n"
+                   "[PreferencesGlobals]\naSetting=true\nbSetting=-5\n")
+            << QString();
+    }
+    void faultsHarmNothing() {
+        if (!MountSandbox::problem().isEmpty())
+            QSKIP(qPrintable(MountSandbox::problem()));
+        QFETCH(const QString, fault);
+        QFETCH(const QByteArray, before);
+        QFETCH(const QString, said);
+        const QString disk = _folder->filePath(u"disk"_s);
+        QVERIFY(MountSandbox::mountTmpfs(disk, "size=64k"));
+        const auto unmount = qScopeGuard([&] { MountSandbox::unmount(disk); });
+        _path = disk + u"/tavlin.conf"_s;
+        if (fault == u"folder")
+            QVERIFY(QDir().mkpath(_path));
+        else
+            writeFile(before);
+        if (fault == u"full") {
+            QFile filling(disk + u"/filling"_s);
+            QVERIFY(filling.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            while (filling.write(QByteArray(4096, 'x')) > 0) {
+            }
+        }
+        QVERIFY(fault != u"read-only" || MountSandbox::remountReadOnly(disk));
+
+        LogLines log;
+        {
+            UserDefaults defaults(_path);
+            defaults.setDictionaryForKey(_settings, _group);
+            QCOMPARE(defaults.dictionaryForKey(_group), _settings);
+        }
+        QTEST(readFile(_path), "after");
+        const QStringList lines = log.taken();
+        QVERIFY2(said.isEmpty() ? lines.isEmpty() : !lines.filter(said).isEmpty(),
+                 qPrintable(lines.join(u'\n')));
+    }
+
+    /// Several programs at once: each keeps its own dictionary, and at every moment the file is whole.
+    void savesBesideOthers() {
+        std::vector<std::unique_ptr<QProcess>> others;
+        for (int i = 0; i < 3; ++i) {
+            others.push_back(std::make_unique<QProcess>());
+            others.back()->start(QCoreApplication::applicationFilePath(),
+                                 {u"--save"_s, _path, u"Other%1"_s.arg(i)});
+        }
+        saveOften(_path, _group);
+        for (const auto& other : others) {
+            QVERIFY(other->waitForFinished());
+            QCOMPARE(other->exitCode(), 0);
+            QCOMPARE(other->readAllStandardError(), QByteArray());
+        }
+        const UserDefaults defaults(_path);
+        for (const QString& group : {_group, u"Other0"_s, u"Other1"_s, u"Other2"_s})
+            QCOMPARE(defaults.dictionaryForKey(group)->value(u"xSetting"_s).toInt(), lastSaved);
+    }
+
     void writesWithoutAThread() {
         pthread_attr_t usual;
         QCOMPARE(::pthread_getattr_default_np(&usual), 0);
@@ -107,5 +192,17 @@ class UserDefaultsTest : public QObject {
     QString _path;
 };
 
-TAVLIN_TEST_MAIN(QCoreApplication, UserDefaultsTest)
+int main(int argc, char** argv) {
+    // As another program that saves at the same time.
+    if (argc == 4 && qstrcmp(argv[1], "--save") == 0) {
+        saveOften(QString::fromUtf8(argv[2]), QString::fromUtf8(argv[3]));
+        return 0;
+    }
+    MountSandbox::enter();
+    const TestHome home;
+    const QCoreApplication application(argc, argv);
+    UserDefaultsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_user_defaults.moc"
