@@ -1,161 +1,230 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// From reloadWithPath() to the view's reload for a flat folder of 100,000 entries, against one pass of
-// getdents64 and statx over the same folder in the same run; the merge's times; the memory of one item.
-// Fails when the load takes more than three times the bare pass.
+// From reloadWithPath() to the view's reload for flat and nested folders, each beside one pass of getdents64
+// and statx over the same tree, in turns; what the main thread is held up by meanwhile (its own processor
+// time between two turns of its event loop); the memory of the items.
+//
+// With a file's name as argument it also draws the cost per entry against the folder's size there (SVG).
+#include "bench/Figures.h"
+#include "bench/PlotOfCost.h"
 #include "images/ImageBrowserDataSource.h"
-#include "images/ImageMerge.h"
+#include "images/ImageLoad.h"
 #include "platform/FileAccess.h"
+#include "platform/PathBytes.h"
 #include "platform/views/Control.h"
+#include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <malloc.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <QAbstractEventDispatcher>
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QEventLoop>
-#include <QTemporaryDir>
-#include <QTimer>
 
-#include <algorithm>
-#include <cstdio>
-#include <vector>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <utility>
 
 namespace {
 
-constexpr int folderSize = 100'000;
-constexpr int rounds = 7;
-constexpr double bound = 3.0;
+/// Names of 20 characters in an order that is not the sorted one.
+std::string nameOf(int number, int count) {
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "IMG_%012lld.jpg",
+                  static_cast<long long>(number) * 7'919 % std::max(count, 1));
+    return name.data();
+}
+
+/// A folder of empty files, gone with this object; spread over folders of a thousand, of a hundred each,
+/// where it is nested.
+class Tree {
+ public:
+    enum class Shape { flat, nested };
+
+    Tree(int count, Shape shape) {
+        std::string pattern = std::filesystem::temp_directory_path() / "tavlin-bench-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr)
+            std::abort();
+        _path = pattern;
+        constexpr int perFolder = 1'000;
+        for (int first = 0; first < count; first += shape == Shape::flat ? count : perFolder) {
+            const int number = first / perFolder;
+            const std::string folder = shape == Shape::flat ? _path
+                                                            : _path + "/part" + std::to_string(number / 100) +
+                                                                  "/folder" + std::to_string(number % 100);
+            std::filesystem::create_directories(folder);
+            fill(folder, shape == Shape::flat ? count : std::min(perFolder, count - first));
+        }
+    }
+    ~Tree() {
+        std::error_code ignored;
+        std::filesystem::remove_all(_path, ignored);
+    }
+    Tree(const Tree&) = delete;
+    Tree& operator=(const Tree&) = delete;
+
+    const std::string& path() const { return _path; }
+
+ private:
+    static void fill(const std::string& path, int count) {
+        const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        for (int i = 0; i < count; ++i)
+            ::close(::openat(folder, nameOf(i, count).c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+        ::close(folder);
+    }
+    std::string _path;
+};
+
+/// The floor: getdents64 and statx, folder after folder, on one thread; nothing is kept.
+long barePass(int folder) {
+    struct Record {
+        ino64_t inode;
+        off64_t offset;
+        unsigned short length;
+        unsigned char type;
+        char name[1];
+    };
+    alignas(Record) std::array<char, 65536> buffer;
+    long seen = 0;
+    for (;;) {
+        const long got = ::syscall(SYS_getdents64, folder, buffer.data(), buffer.size());
+        if (got <= 0)
+            return seen;
+        for (long at = 0; at < got;) {
+            const auto* record = reinterpret_cast<const Record*>(buffer.data() + at);
+            at += record->length;
+            if (record->name[0] == '.')
+                continue;
+            if (record->type == DT_DIR) {
+                const int below = ::openat(folder, record->name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+                seen += barePass(below);
+                ::close(below);
+                continue;
+            }
+            struct statx status;
+            seen += ::statx(folder, record->name, AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS, &status) == 0;
+        }
+    }
+}
+
+double barePassMilliseconds(const std::string& path) {
+    const double start = bench::wallMilliseconds();
+    const int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const long seen = barePass(folder);
+    ::close(folder);
+    return seen > 0 ? bench::wallMilliseconds() - start : 0;
+}
 
 struct FixedSlider : platform::Control {
     float floatValue() const override { return 0.5F; }
 };
 
-double milliseconds(const QElapsedTimer& timer) {
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-QString titleOf(int number) {
-    return QStringLiteral("IMG_%1.jpg").arg(number, 7, 10, QLatin1Char('0'));
-}
-
-void fill(const QString& path) {
-    const platform::ScopedFileDescriptor folder = platform::openFolder(path);
-    for (int i = 0; i < folderSize; ++i)
-        ::close(::openat(folder.get(), qPrintable(titleOf(i)), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
-}
-
-double barePass(const QString& path) {
-    QElapsedTimer timer;
-    timer.start();
-    const platform::ScopedFileDescriptor folder = platform::openFolder(path);
-    double newest = 0;
-    platform::visitFolder(folder.get(), [&](std::string_view name, platform::EntryKind) {
-        if (const auto status = platform::fileStatusAt(folder.get(), name.data()))
-            newest = std::max(newest, status->modificationTime);
-        return true;
-    });
-    return newest > 0 ? milliseconds(timer) : 0;
-}
-
 struct LoadTime {
-    double whole = 0;
-    double longestStall = 0;  ///< of the main thread, in ms
+    double whole = 0;         ///< ms from reloadWithPath() to the end of the view's reload
+    double longestStall = 0;  ///< ms of the main thread's processor time within one turn of its event loop
 };
 
-LoadTime load(ImageBrowserDataSource& dataSource, const QString& path) {
-    QEventLoop loop;
-    QObject::connect(&dataSource, &ImageBrowserDataSource::itemsChanged, &loop, &QEventLoop::quit);
-    LoadTime time;
-    QElapsedTimer sinceTick;
-    QTimer ticks;
-    QObject::connect(&ticks, &QTimer::timeout, &loop, [&] {
-        time.longestStall = std::max(time.longestStall, milliseconds(sinceTick));
-        sinceTick.restart();
-    });
-    sinceTick.start();
-    ticks.start(1);
-    QElapsedTimer timer;
-    timer.start();
-    dataSource.reloadWithPath(path);
-    loop.exec();
-    time.whole = milliseconds(timer);
-    time.longestStall = std::max(time.longestStall, milliseconds(sinceTick));
-    QObject::disconnect(&dataSource, nullptr, &loop, nullptr);
-    while (dataSource.isLoading())
-        QCoreApplication::processEvents();
-    return time;
-}
+/// A grid with its data source, as the main window has them.
+class Browser {
+ public:
+    Browser() {
+        _images.setImageBrowserView(&_view);
+        _images.setImageBrowserSizeSlider(&_slider);
+        _view.setDataSource(&_images);
+        _view.resize(1280, 800);
+        _images.awakeFromNib();
+        _view.show();
+        QApplication::processEvents();
+    }
+    LoadTime load(const std::string& path) {
+        QEventLoop loop;
+        LoadTime time;
+        double mark = bench::threadMilliseconds();
+        const auto turnEnds = [&] {
+            const double now = bench::threadMilliseconds();
+            time.longestStall = std::max(time.longestStall, now - std::exchange(mark, now));
+        };
+        auto* dispatcher = QAbstractEventDispatcher::instance();
+        QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &loop, turnEnds);
+        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &loop, turnEnds);
+        const double start = bench::wallMilliseconds();
+        QObject::connect(&_images, &ImageBrowserDataSource::itemsChanged, &loop,
+                         [&] { time.whole = bench::wallMilliseconds() - start; });
+        QObject::connect(&_images, &ImageBrowserDataSource::loadingChanged, &loop, [&](bool isLoading) {
+            if (!isLoading)
+                loop.quit();
+        });
+        _images.reloadWithPath(QString::fromStdString(path));
+        loop.exec();
+        QApplication::processEvents();
+        return time;
+    }
+    std::size_t count() const { return _images.numberOfImages(); }
 
-bool measureLoad() {
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/tavlin-bench-XXXXXX"));
-    const QTemporaryDir empty;
-    fill(folder.path());
-    FixedSlider slider;
-    platform::ImageBrowserView view;
-    ImageBrowserDataSource dataSource;
-    dataSource.setImageBrowserView(&view);
-    dataSource.setImageBrowserSizeSlider(&slider);
-    view.setDataSource(&dataSource);
-    dataSource.awakeFromNib();
+ private:
+    FixedSlider _slider;
+    platform::ImageBrowserView _view;
+    ImageBrowserDataSource _images;
+};
 
+struct Times {
     std::vector<double> bare, first, again, stalls;
+};
+
+Times measure(const Tree& tree, int rounds) {
+    const Tree empty(0, Tree::Shape::flat);
+    Browser browser;
+    Times times;
+    barePassMilliseconds(tree.path());
     for (int round = 0; round < rounds; ++round) {
-        bare.push_back(barePass(folder.path()));
-        const LoadTime fresh = load(dataSource, folder.path());
-        const LoadTime same = load(dataSource, folder.path());
-        first.push_back(fresh.whole);
-        again.push_back(same.whole);
-        stalls.push_back(std::max(fresh.longestStall, same.longestStall));
-        load(dataSource, empty.path());
+        times.bare.push_back(barePassMilliseconds(tree.path()));
+        const LoadTime first = browser.load(tree.path());
+        const LoadTime again = browser.load(tree.path());
+        times.first.push_back(first.whole);
+        times.again.push_back(again.whole);
+        times.stalls.push_back(std::max(first.longestStall, again.longestStall));
+        browser.load(empty.path());
     }
-    const double ratio = median(first) / median(bare);
-    std::printf(
-        "flat folder of %d: bare pass %.1f ms, load %.1f ms, ratio %.2f (bound %.1f); same again %.1f ms, "
-        "ratio %.2f; longest stall of the main thread %.1f ms\n",
-        folderSize, median(bare), median(first), ratio, bound, median(again), median(again) / median(bare),
-        *std::max_element(stalls.begin(), stalls.end()));
-    return ratio <= bound;
+    return times;
 }
 
-ImageListRef items(int first, int count) {
-    const QString prefix = QStringLiteral("/home/someone/Pictures/2024/");
-    ImageList list;
-    list.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        list.emplace_back(new ImageObject);
-        // A stride that shares no factor with the counts: the order of a hashed directory, not a sorted one.
-        list.back()->setPathInFolder(prefix, titleOf(first + static_cast<int>((i * 7'919LL) % count)),
-                                     std::nullopt);
+/// What the process has of the machine's memory.
+double residentBytes() {
+    ::malloc_trim(0);
+    long pages = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return static_cast<double>(resident) * static_cast<double>(::sysconf(_SC_PAGESIZE));
+}
+
+void measureMemory(bench::Figures& figures, const Tree& tree, int count) {
+    Browser browser;
+    const double before = residentBytes();
+    browser.load(tree.path());
+    while (ImageLoad::numberRunning() > 0)
+        std::this_thread::yield();
+    const double perItem = (residentBytes() - before) / static_cast<double>(browser.count());
+    figures.atMost("memory per item at rest, " + std::to_string(count) + " names of 20 characters", perItem,
+                   250, "bytes");
+}
+
+void drawPlot(const char* file) {
+    PlotOfCost plot;
+    for (const int count : {1'000, 3'000, 10'000, 30'000, 100'000, 300'000, 1'000'000}) {
+        if (bench::isShort() && count > 100'000)
+            break;
+        const Tree tree(count, Tree::Shape::flat);
+        const Times times = measure(tree, bench::rounds);
+        plot.add(count, bench::median(times.first), bench::median(times.again), bench::median(times.bare));
     }
-    return std::make_shared<const ImageList>(std::move(list));
-}
-
-void measureMerge(int count) {
-    const ImageListRef shown = items(0, count);
-    const ImageListRef imported = items(count / 2, count);
-    QElapsedTimer timer;
-    timer.start();
-    ImageList merged = mergedImages(*shown, *imported);
-    const double merging = milliseconds(timer);
-    timer.restart();
-    sortImages(merged, ImageSortOrder::title);
-    std::printf("merge of twice %d, half of them equal: %.1f ms, sort by title %.1f ms\n", count, merging,
-                milliseconds(timer));
-}
-
-void measureMemory() {
-    constexpr int count = 1'000'000;
-    const std::size_t before = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
-    const ImageListRef list = items(0, count);
-    const std::size_t after = ::mallinfo2().uordblks + ::mallinfo2().hblkhd;
-    std::printf("memory: %.1f bytes an item in a list of %zu, titles of 15 characters\n",
-                static_cast<double>(after - before) / count, list->size());
+    plot.write(file);
 }
 
 }  // namespace
@@ -163,8 +232,32 @@ void measureMemory() {
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
     appGlobals = PreferencesDictionary::dictionary();
-    for (const int count : {10'000, 100'000, 1'000'000})
-        measureMerge(count);
-    measureMemory();
-    return measureLoad() ? 0 : 1;
+    appGlobals->plausibilitaetsTest();
+    bench::Figures figures;
+    const int many = bench::isShort() ? 100'000 : 1'000'000;
+    {
+        const Tree tree(many, Tree::Shape::flat);
+        measureMemory(figures, tree, many);  // first of all, in a process that has kept nothing
+        const Times times = measure(tree, bench::rounds);
+        figures.ratio("flat folder of " + std::to_string(many), times.first, times.bare, 2.5);
+        figures.atMost("longest hold-up of the main thread meanwhile, merge included",
+                       *std::max_element(times.stalls.begin(), times.stalls.end()), 50, "ms");
+    }
+    {
+        const Tree tree(100'000, Tree::Shape::flat);
+        const Times times = measure(tree, bench::isShort() ? bench::rounds : 2 * bench::rounds + 1);
+        figures.ratio("flat folder of 100,000", times.first, times.bare, 2.0);
+        figures.ratio("reload of an unchanged 100,000", times.again, times.bare, 2.0);
+    }
+    {
+        appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
+        const Tree tree(many, Tree::Shape::nested);
+        const Times times = measure(tree, bench::rounds);
+        figures.ratio("nested folders of " + std::to_string(many) + ", recursive", times.first, times.bare,
+                      2.5);
+        appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
+    }
+    if (argc > 1)
+        drawPlot(argv[1]);
+    return figures.exitStatus();
 }

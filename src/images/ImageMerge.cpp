@@ -58,6 +58,67 @@ class PathIndex {
     std::vector<Slot> _slots;
 };
 
+/// Eight (or four, where some are not Latin-1) of a title's code units as one number that orders like them,
+/// from where the titles begin to differ: names of one camera have their first half in common.
+class TitleKeys {
+ public:
+    explicit TitleKeys(const ImageList& images) {
+        if (images.empty())
+            return;
+        const QString first = images.front()->imageTitle();
+        _start = first.size();
+        for (const ImageRef& image : images) {
+            const QString title = image->imageTitle();
+            const qsizetype end = std::min(_start, title.size());
+            _start = std::mismatch(first.begin(), first.begin() + end, title.begin()).first - first.begin();
+        }
+        _isNarrow = std::all_of(images.begin(), images.end(), [this](const ImageRef& image) {
+            const QString title = image->imageTitle();
+            return std::all_of(title.begin() + std::min(_start, title.size()),
+                               title.begin() + std::min(_start + 8, title.size()),
+                               [](QChar c) { return c.unicode() < 0x100; });
+        });
+    }
+
+    std::uint64_t keyOf(const ImageObject& image) const {
+        const QString title = image.imageTitle();
+        const int count = _isNarrow ? 8 : 4;
+        std::uint64_t key = 0;
+        for (qsizetype i = _start; i < _start + count; ++i)
+            key = key << (64 / count) | (i < title.size() ? title[i].unicode() : 0U);
+        return key;
+    }
+
+ private:
+    qsizetype _start = 0;
+    bool _isNarrow = false;
+};
+
+/// Sorts stably by a number for each item, which lies close by, and asks the items themselves only where the
+/// numbers are equal.
+template <typename KeyOf, typename IsLess>
+void sortByKeys(ImageList& images, const KeyOf& keyOf, const IsLess& isLess) {
+    struct Place {
+        decltype(keyOf(*images.front())) key;
+        std::uint32_t position;
+    };
+    std::vector<Place> places;
+    places.reserve(images.size());
+    for (const ImageRef& image : images)
+        places.push_back({keyOf(*image), static_cast<std::uint32_t>(places.size())});
+    const auto comesBefore = [&](const Place& a, const Place& b) {
+        return a.key != b.key ? a.key < b.key : isLess(*images[a.position], *images[b.position]);
+    };
+    if (std::is_sorted(places.begin(), places.end(), comesBefore))
+        return;
+    std::stable_sort(places.begin(), places.end(), comesBefore);
+    ImageList sorted;
+    sorted.reserve(images.size());
+    for (const Place& place : places)
+        sorted.push_back(std::move(images[place.position]));
+    images = std::move(sorted);
+}
+
 }  // namespace
 
 ImageSortOrder imageSortOrderSetting() {
@@ -100,16 +161,18 @@ ImageList imagesWithout(const ImageList& images, const ImageList& others) {
 
 void sortImages(ImageList& images, ImageSortOrder order) {
     if (order == ImageSortOrder::title) {
-        std::stable_sort(images.begin(), images.end(),
-                         [](const ImageRef& a, const ImageRef& b) { return a->compareTitle(*b) < 0; });
+        const TitleKeys keys(images);
+        sortByKeys(
+            images, [&](const ImageObject& image) { return keys.keyOf(image); },
+            [](const ImageObject& a, const ImageObject& b) { return a.compareTitle(b) < 0; });
     } else if (logging::isEnabled()) {
         std::stable_sort(images.begin(), images.end(), [](const ImageRef& a, const ImageRef& b) {
             return a->compareModificationTimeStamp(*b) < 0;
         });
     } else {
-        std::stable_sort(images.begin(), images.end(), [](const ImageRef& a, const ImageRef& b) {
-            return a->modificationTimeStamp() > b->modificationTimeStamp();
-        });
+        sortByKeys(
+            images, [](const ImageObject& image) { return -image.modificationTimeStamp(); },
+            [](const ImageObject&, const ImageObject&) { return false; });
     }
 }
 

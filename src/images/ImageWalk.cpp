@@ -30,6 +30,7 @@ void ImageWalk::addImagesWithPathRecursive(const QString& path, bool recursive) 
     if (platform::isExistingFolder(path)) {
         enterFolder(path, Way::direct);
         workThroughFolders(recursive);
+        _batches.finish();
         return;
     }
     logWithMethodName(walkName, 200, u"Adding leaf item: %@", path);
@@ -44,7 +45,7 @@ void ImageWalk::addAnImageWithPath(const QString& path) {
     } else {
         const ImageRef image(new ImageObject);
         image->setPath(path);
-        append(image);
+        _batches.addImage(image);
     }
     logWithMethodName(addName, 228, u"End.");
 }
@@ -86,8 +87,11 @@ void ImageWalk::addEntry(const Entry& entry, bool recursive) {
     platform::EntryKind kind = entry.kind;
     std::optional<platform::FileStatus> status;
     if (kind == platform::EntryKind::unknown)
-        if (const auto own = statusOfEntry(entry, platform::FollowLinks::no))
+        if (const auto own = statusOfEntry(entry, platform::FollowLinks::no)) {
             kind = own->kind;
+            if (kind != platform::EntryKind::link)
+                status = own;
+        }
     const Way way = kind == platform::EntryKind::link ? Way::throughLink : Way::direct;
     if (way == Way::throughLink) {
         status = statusOfEntry(entry, platform::FollowLinks::yes);
@@ -105,6 +109,13 @@ void ImageWalk::addEntry(const Entry& entry, bool recursive) {
 }
 
 void ImageWalk::addLeafEntry(const Entry& entry, const std::optional<platform::FileStatus>& known) {
+    if (!_isLogging && !known) {
+        if (!entry.name.startsWith('.')) {
+            openLastFolder();
+            _batches.addEntry(_folders.back().prefix, _descriptor, entry.name);
+        }
+        return;
+    }
     if (_isLogging)
         logWithMethodName(addName, 208, u"Start, path: %@", pathOfEntry(entry));
     if (entry.name.startsWith('.')) {
@@ -116,25 +127,20 @@ void ImageWalk::addLeafEntry(const Entry& entry, const std::optional<platform::F
         image->setPathInFolder(_folders.back().prefix, platform::pathFromBytes(entry.name), status);
         if (_isLogging)
             ImageObject::logAttributes(status);
-        append(image);
+        _batches.addImage(image);
     }
     if (_isLogging)
         logWithMethodName(addName, 228, u"End.");
 }
 
-void ImageWalk::append(const ImageRef& image) {
-    _images.push_back(image);
-    _numberFound.store(_images.size(), std::memory_order_relaxed);
-}
-
 void ImageWalk::enterFolder(const QString& path, Way way) {
     Folder folder;
     folder.prefix = path.endsWith(u'/') ? path : path + u'/';
-    _descriptor = platform::openFolder(path);
-    const auto status = platform::fileStatusOfDescriptor(_descriptor.get());
+    _descriptor = std::make_shared<const platform::ScopedFileDescriptor>(platform::openFolder(path));
+    const auto status = platform::fileStatusOfDescriptor(_descriptor->get());
     if (status && mayEnter(*status, way)) {
         folder.identity = {status->device, status->inode};
-        platform::visitFolder(_descriptor.get(), [&](std::string_view name, platform::EntryKind kind) {
+        platform::visitFolder(_descriptor->get(), [&](std::string_view name, platform::EntryKind kind) {
             folder.entries += static_cast<char>(kind);
             folder.entries.append(name.data(), static_cast<qsizetype>(name.size()));
             folder.entries += '\0';
@@ -146,12 +152,12 @@ void ImageWalk::enterFolder(const QString& path, Way way) {
 
 bool ImageWalk::mayEnter(const platform::FileStatus& status, Way way) {
     if (_folders.empty()) {
-        _startFileSystem = fileSystemOfDescriptor(_descriptor.get());
+        _startFileSystem = fileSystemOfDescriptor(_descriptor->get());
         return true;
     }
     const Identity identity{status.device, status.inode};
     if (status.device != _folders.back().identity.first) {
-        const long fileSystem = fileSystemOfDescriptor(_descriptor.get());
+        const long fileSystem = fileSystemOfDescriptor(_descriptor->get());
         if (isKernelsOwn(fileSystem) && fileSystem != _startFileSystem)
             return false;
     }
@@ -168,7 +174,12 @@ QString ImageWalk::pathOfEntry(const Entry& entry) const {
 
 std::optional<platform::FileStatus> ImageWalk::statusOfEntry(const Entry& entry,
                                                              platform::FollowLinks follow) {
-    if (!_descriptor.isValid())
-        _descriptor = platform::openFolder(_folders.back().prefix);
-    return platform::fileStatusAt(_descriptor.get(), entry.name.data(), follow);
+    openLastFolder();
+    return platform::fileStatusAt(_descriptor->get(), entry.name.data(), follow);
+}
+
+void ImageWalk::openLastFolder() {
+    if (_descriptor == nullptr)
+        _descriptor = std::make_shared<const platform::ScopedFileDescriptor>(
+            platform::openFolder(_folders.back().prefix));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "images/ImageBatches.h"
 #include "images/ImageObject.h"
 
 #include "platform/FileAccess.h"
@@ -19,7 +20,9 @@
 /// isStopped() and numberFound(), which any thread may call. Writes the debug log as ImageBrowserDataSource.
 ///
 /// The walk goes depth first in the order of the folders' own listings, with a list of open folders instead
-/// of recursion, so that depth costs neither stack nor descriptors: one folder is open at a time.
+/// of recursion, so that depth costs neither stack nor descriptors: one folder is open at a time, beside the
+/// few whose entries wait for their items. These are made on several threads (ImageBatches), while the debug
+/// log is off: with it on all is done on the caller's, so that its lines keep their order.
 ///
 /// It always ends: through a link a folder is entered once per walk, and never while the walk is inside that
 /// very folder (told by device and inode). The kernel's own file systems (proc, sysfs) are descended into
@@ -30,7 +33,7 @@ class ImageWalk {
     void stop() { _isStopped.store(true, std::memory_order_relaxed); }
     bool isStopped() const { return _isStopped.load(std::memory_order_relaxed); }
     /// Items collected so far.
-    std::size_t numberFound() const { return _numberFound.load(std::memory_order_relaxed); }
+    std::size_t numberFound() const { return _batches.numberFound(); }
 
     /// A folder's entries, or with `recursive` all files below it; for anything else, the path itself.
     void addImagesWithPathRecursive(const QString& path, bool recursive);
@@ -38,7 +41,7 @@ class ImageWalk {
     void addAnImageWithPath(const QString& path);
 
     /// What was collected; the walk is empty afterwards.
-    ImageList takeImages() { return std::exchange(_images, {}); }
+    ImageList takeImages() { return _batches.takeImages(); }
 
  private:
     using Identity = std::pair<std::uint64_t, std::uint64_t>;  ///< device and inode
@@ -59,18 +62,17 @@ class ImageWalk {
     static Entry nextEntry(Folder& folder);
     void addEntry(const Entry& entry, bool recursive);
     void addLeafEntry(const Entry& entry, const std::optional<platform::FileStatus>& known);
-    void append(const ImageRef& image);
+    void openLastFolder();
     void enterFolder(const QString& path, Way way);
     bool mayEnter(const platform::FileStatus& status, Way way);
     QString pathOfEntry(const Entry& entry) const;
     std::optional<platform::FileStatus> statusOfEntry(const Entry& entry, platform::FollowLinks follow);
 
-    ImageList _images;
     std::vector<Folder> _folders;
-    platform::ScopedFileDescriptor _descriptor;  ///< of the last of _folders, while it is needed
+    ImageBatch::Descriptor _descriptor;  ///< of the last of _folders, while it is needed
     std::set<Identity> _enteredThroughLinks;
     long _startFileSystem = 0;  ///< statfs magic of the folder that the walk starts with
     bool _isLogging = false;    ///< asked once for each entry
     std::atomic<bool> _isStopped = false;
-    std::atomic<std::size_t> _numberFound = 0;
+    ImageBatches _batches{_isStopped};
 };

@@ -71,7 +71,7 @@ void PreferencesDictionary::plausibilitaetsTest() {
     logWithMethodName(name, 153, u"1 _dict: %@", describeStore);
     for (const Rule& rule : rules)
         if (!rule.isKept(_dict.value(rule.key)))
-            _dict.insert(rule.key, rule.replacement);
+            put(rule.key, rule.replacement);
     logWithMethodName(name, 209, u"2 _dict: %@", describeStore);
     logWithMethodName(name, 210, u"foo");
 }
@@ -117,12 +117,14 @@ void PreferencesDictionary::unlock() {
 
 void PreferencesDictionary::setObjectForKey(const QVariant& object, const QString& key) {
     const std::scoped_lock guard(_lock);
-    _dict.insert(key, object);
+    put(key, object);
 }
 
 void PreferencesDictionary::removeObjectForKey(const QString& key) {
     const std::scoped_lock guard(_lock);
     _dict.remove(key);
+    if (key == PreferenceKeys::debugLogging)
+        _isDebugLogging = false;
 }
 
 QVariant PreferencesDictionary::objectForKey(const QString& key) const {
@@ -132,11 +134,17 @@ QVariant PreferencesDictionary::objectForKey(const QString& key) const {
 
 void PreferencesDictionary::addEntriesFromDictionary(const QVariantMap& dictionary) {
     for (auto entry = dictionary.cbegin(); entry != dictionary.cend(); ++entry)
-        _dict.insert(entry.key(), entry.value());
+        put(entry.key(), entry.value());
 }
 
 QStringList PreferencesDictionary::keyEnumerator() const {
     return _dict.keys();
+}
+
+void PreferencesDictionary::put(const QString& key, const QVariant& object) {
+    _dict.insert(key, object);
+    if (key == PreferenceKeys::debugLogging)
+        _isDebugLogging = boolReading(object);
 }
 
 QVariantMap PreferencesDictionary::copy() const {

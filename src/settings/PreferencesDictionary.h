@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <atomic>
 #include <mutex>
 
 /// The one store of settings and of run-time entries that several rooms share. Keys that contain "Setting"
@@ -35,16 +36,20 @@ class PreferencesDictionary {
     void removeObjectForKey(const QString& key);
     /// An invalid value for an absent key.
     QVariant objectForKey(const QString& key) const;
+    /// What the debug log's entry says now. Any thread, without the lock, as every log call asks it.
+    bool isDebugLogging() const { return _isDebugLogging.load(std::memory_order_relaxed); }
 
     void addEntriesFromDictionary(const QVariantMap& dictionary);
     QStringList keyEnumerator() const;
 
  private:
     PreferencesDictionary() = default;
+    void put(const QString& key, const QVariant& object);
     /// All entries in the order of their keys, taken under the lock.
     QVariantMap copy() const;
 
     QHash<QString, QVariant> _dict;
+    std::atomic<bool> _isDebugLogging = false;  ///< follows that entry of _dict
     mutable std::mutex _lock;  ///< guards _dict against the per-entry operations of other threads
 };
 

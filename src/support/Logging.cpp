@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Logging.h"
 
-#include "platform/desktop/UserDefaults.h"
-#include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 
 #include <QDebug>
@@ -45,8 +43,7 @@ QString filledIn(char16_t directive, const Argument& argument) {
 }  // namespace
 
 bool isEnabled() {
-    return appGlobals != nullptr &&
-           platform::boolReading(appGlobals->objectForKey(PreferenceKeys::debugLogging));
+    return appGlobals != nullptr && appGlobals->isDebugLogging();
 }
 
 Argument describe(QStringView text) {

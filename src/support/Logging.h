@@ -86,7 +86,7 @@ inline int currentLine(int line = __builtin_LINE()) {
 }
 
 /// The one diagnostic channel: writes "methodName (line): message" to the system log when the debug setting
-/// is on. When it is off this costs one look-up and one test: nothing is formatted, and no argument is
+/// is on. When it is off this costs one test: nothing is formatted, and no argument is
 /// described; an argument that is costly to make is handed over as a callable and made only when it is
 /// wanted, after the setting was read, so that it may take the store's lock itself. Any thread; lines are
 /// written whole. The directives are those of logging::formatted().
