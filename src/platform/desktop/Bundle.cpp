@@ -71,7 +71,7 @@ QIcon Bundle::applicationIcon() const {
 
 QString Bundle::pathForResourceOfType(const QString& name, const QString& type) const {
     for (const QString& folder : {_localizedResourcePath, resourcePath()})
-        if (const QString path = folder + u'/' + name + u'.' + type; fileStatus(path))
+        if (QString path = folder + u'/' + name + u'.' + type; fileStatus(path))
             return path;
     return {};
 }
@@ -85,7 +85,7 @@ QStringList Bundle::pathsForResourcesOfType(const QString& type) const {
 }
 
 QString Bundle::objectForInfoDictionaryKey(const QString& key) const {
-    const QString version = QStringLiteral(TAVLIN_VERSION);
+    QString version = QStringLiteral(TAVLIN_VERSION);
     if (key == u"CFBundleName")
         return QStringLiteral("Tavlin");
     if (key == u"CFBundleShortVersionString")
