@@ -147,6 +147,17 @@ ChildProcess::ChildProcess(pid_t processId, ScopedFileDescriptor socket)
     : _processId(processId), _socket(std::move(socket)) {
 }
 
+/// The second figure of /proc/PID/statm, see proc(5): in pages.
+std::uint64_t ChildProcess::residentBytes() const {
+    const QByteArray path = "/proc/" + QByteArray::number(_processId) + "/statm";
+    const ScopedFileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 128> text{};
+    if (::read(file.get(), text.data(), text.size() - 1) <= 0)
+        return 0;
+    const QList<QByteArray> figures = QByteArray(text.data()).split(' ');
+    return figures.value(1).toULongLong() * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
 ChildProcess::~ChildProcess() {
     ::kill(-_processId, SIGKILL);
     ::kill(_processId, SIGKILL);

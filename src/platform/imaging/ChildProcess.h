@@ -8,6 +8,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <memory>
 
 namespace platform {
@@ -27,6 +28,8 @@ class ChildProcess {
 
     pid_t processId() const { return _processId; }
     int socket() const { return _socket.get(); }
+    /// The bytes of it that are in memory, 0 when it has ended.
+    std::uint64_t residentBytes() const;
 
  private:
     ChildProcess(pid_t processId, ScopedFileDescriptor socket);

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/DecoderProcess.h"
 
-#include "decoder/protocol/PackedProperties.h"
 #include "decoder/protocol/Protocol.h"
 #include "decoder/protocol/SocketMessage.h"
 #include "platform/imaging/ChildProcess.h"
+#include "platform/imaging/DecoderAnswers.h"
+#include "platform/imaging/DecoderHealth.h"
 #include "platform/PathBytes.h"
 
 #include <QLoggingCategory>
@@ -13,7 +14,6 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -37,11 +37,14 @@ using decoder::Response;
 using decoder::Role;
 using decoder::Status;
 
-/// A picture of fewer bytes is copied, as a mapping costs the process one of its 65,530.
-constexpr std::uint64_t kSmallestMapping = 1 << 16;
-
 /// In which a decoder that is ready reads a request; it takes microseconds.
 constexpr std::chrono::seconds kPatienceWithTaking(2);
+
+// After which a process gives way to a fresh one: libraries lose memory, and whatever a picture may have done
+// to it ends with it.
+constexpr int kMostRequests = 1000;
+constexpr std::uint64_t kMostMemory = std::uint64_t{256} << 20;  // bytes in memory between two pictures
+constexpr int kRequestsBetweenLooks = 16;                        // at the memory
 
 /// Says once in the program's life what its decoders are held by.
 void tellOf(decoder::Protections held) {
@@ -59,119 +62,12 @@ void tellOf(decoder::Protections held) {
     });
 }
 
-struct Mapping {
-    void* address;
-    std::size_t size;
-};
-
-void unmap(void* info) {
-    const std::unique_ptr<Mapping> mapping(static_cast<Mapping*>(info));
-    ::munmap(mapping->address, mapping->size);
+QString senselessAnswer() {
+    return QStringLiteral("the decoder's answer made no sense");
 }
 
 DecodeFailure failure(DecodeError error, const QString& message = QString()) {
     return DecodeFailure{error, message};
-}
-
-decoder::RequestKind protocolKind(DecodeRequest::Kind kind) {
-    switch (kind) {
-        case DecodeRequest::Kind::embeddedPreview:
-            return decoder::RequestKind::embeddedPreview;
-        case DecodeRequest::Kind::storedThumbnail:
-            return decoder::RequestKind::storedThumbnail;
-        case DecodeRequest::Kind::properties:
-            return decoder::RequestKind::properties;
-        case DecodeRequest::Kind::region:
-            return decoder::RequestKind::region;
-        case DecodeRequest::Kind::frame:
-            return decoder::RequestKind::frame;
-        case DecodeRequest::Kind::thumbnail:
-            break;
-    }
-    return decoder::RequestKind::thumbnail;
-}
-
-decoder::Rectangle rectangle(const QRect& rect) {
-    return {rect.x(), rect.y(), rect.width(), rect.height()};
-}
-
-decoder::Request messageOf(const DecodeRequest& request) {
-    decoder::Request message;
-    message.kind = protocolKind(request.kind);
-    message.pixelSize = request.pixelSize;
-    message.level = request.level;
-    message.region = rectangle(request.region);
-    message.interest = rectangle(request.interest);
-    message.frame = request.frame;
-    return message;
-}
-
-bool isSane(const DecodeRequest& request) {
-    return request.descriptor >= 0 && request.pixelSize >= 1 &&
-           request.pixelSize <= decoder::kMaximumPixelSize && request.frame >= 0 &&
-           (request.kind != DecodeRequest::Kind::region || decoder::isSaneRegion(messageOf(request)));
-}
-
-/// Whether an answer's picture is what was asked for, as far as that is known before.
-bool isAsAsked(const Response& response, const DecodeRequest& request) {
-    if (request.kind == DecodeRequest::Kind::frame)
-        return request.frame < response.frameCount;
-    return request.kind != DecodeRequest::Kind::region ||
-           decoder::Size{response.width, response.height} ==
-               decoder::regionAnswerSize(rectangle(request.region), request.level);
-}
-
-/// The loader's own words, on one line of printable text.
-QString messageOf(const Response& response) {
-    const auto* end = std::find(std::begin(response.message), std::end(response.message), '\0');
-    QString text = QString::fromUtf8(response.message, end - response.message);
-    for (QChar& character : text) {
-        if (!character.isPrint())
-            character = u' ';
-    }
-    return text.trimmed();
-}
-
-/// The picture in sealed shared memory; nothing when the answer breaks the protocol in any way.
-std::optional<DecodedPicture> pictureOf(const Response& response, int descriptor, int maximumSide) {
-    const auto layout = decoder::checkedLayout(response, maximumSide);
-    if (!layout || !decoder::isSealedMemory(descriptor, layout->totalBytes))
-        return std::nullopt;
-    const auto size = static_cast<std::size_t>(layout->totalBytes);
-    void* address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
-    if (address == MAP_FAILED)
-        return std::nullopt;
-    auto mapping = std::make_unique<Mapping>(Mapping{address, size});
-    const auto* bytes = static_cast<const uchar*>(address);
-    const auto format = response.format == decoder::PixelFormat::rgb32 ? QImage::Format_RGB32
-                                                                       : QImage::Format_ARGB32_Premultiplied;
-
-    DecodedPicture picture;
-    const auto texts = decoder::unpackTexts(
-        QByteArrayView(bytes + layout->pixelBytes, static_cast<qsizetype>(response.textBytes)));
-    const QImage image(bytes, response.width, response.height, response.stride, format, unmap,
-                       mapping.release());
-    if (!texts || image.isNull())
-        return std::nullopt;
-    picture.texts = *texts;
-    picture.image = layout->totalBytes < kSmallestMapping ? image.copy() : image;
-    picture.fullSize = QSize(response.fullWidth, response.fullHeight);
-    picture.frameCount = response.frameCount;
-    picture.delay = std::chrono::milliseconds(response.delay);
-    picture.loops = response.loops;
-    return picture;
-}
-
-/// The properties in sealed shared memory, which is copied; nothing when the answer breaks the protocol.
-std::optional<DecodedProperties> propertiesOf(const Response& response, int descriptor) {
-    if (response.textBytes < 1 || response.textBytes > decoder::kMaximumPackedProperties ||
-        !decoder::isSealedMemory(descriptor, response.textBytes))
-        return std::nullopt;
-    QByteArray bytes(static_cast<qsizetype>(response.textBytes), Qt::Uninitialized);
-    if (::pread(descriptor, bytes.data(), response.textBytes, 0) != bytes.size())
-        return std::nullopt;
-    auto properties = decoder::unpackProperties(bytes);
-    return properties ? std::optional(DecodedProperties{std::move(*properties)}) : std::nullopt;
 }
 
 }  // namespace
@@ -190,10 +86,13 @@ struct DecoderProcess::Private {
     struct Worker {
         std::unique_ptr<ChildProcess> child;
         bool ready = false;
+        int requests = 0;
     };
 
     explicit Private(QString programPath)
-        : program(std::move(programPath)), cancelled(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+        : program(std::move(programPath)),
+          health(DecoderHealth::of(program)),
+          cancelled(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
     Worker& worker(Role role) { return workers[static_cast<std::size_t>(role)]; }
     void end(Role role) {
@@ -202,7 +101,12 @@ struct DecoderProcess::Private {
             commonProcessId = 0;
     }
     bool start(Role role);
-    bool hasDiedIdle(Role role);
+    bool hasStrayed(Role role);
+    bool isWorn(const Worker& worker) const;
+    void renewWhereWorn(Role role, DecodeRequest::Kind kind);
+    DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
+    void note(std::optional<Trouble> trouble);
+    DecodeFailure verdict(Trouble trouble) const;
     bool isCancelled() const;
     Outcome ask(Role role, const DecodeRequest& request, std::chrono::milliseconds deadline);
     Outcome awaitAnswer(Worker& worker, std::uint64_t id, Clock::time_point end);
@@ -211,6 +115,7 @@ struct DecoderProcess::Private {
     DecodeResult result(const Answer& answer, const DecodeRequest& request, Role role);
 
     const QString program;
+    DecoderHealth& health;
     const ScopedFileDescriptor cancelled;  // an event: cancel() was called
     std::array<Worker, 3> workers;         // by role
     std::atomic<int> commonProcessId = 0;
@@ -219,14 +124,17 @@ struct DecoderProcess::Private {
 
 bool DecoderProcess::Private::start(Role role) {
     Worker& it = worker(role);
-    if (it.child && hasDiedIdle(role))
+    if (it.child && hasStrayed(role))
         end(role);
     if (it.child)
         return true;
+    if (!health.mayStart())
+        return false;
     it.child = ChildProcess::start(bytesFromPath(program), {"--role", decoder::roleName(role)},
                                    decoder::kSocketDescriptor);
     if (!it.child) {
         qCWarning(decoderLog, "%s cannot be started: %s", qUtf8Printable(program), std::strerror(errno));
+        health.noteFailedStart();
         return false;
     }
     if (role == Role::common)
@@ -234,10 +142,33 @@ bool DecoderProcess::Private::start(Role role) {
     return true;
 }
 
-/// A decoder that went while nothing was asked of it: no request's fault.
-bool DecoderProcess::Private::hasDiedIdle(Role role) {
-    pollfd socket{worker(role).child->socket(), 0, 0};
-    return ::poll(&socket, 1, 0) > 0 && (socket.revents & (POLLHUP | POLLERR)) != 0;
+/// A decoder that went while nothing was asked of it, or talks unasked: no request's fault.
+bool DecoderProcess::Private::hasStrayed(Role role) {
+    const Worker& it = worker(role);
+    pollfd socket{it.child->socket(), POLLIN, 0};
+    const short strayed = it.ready ? POLLHUP | POLLERR | POLLIN : POLLHUP | POLLERR;
+    return ::poll(&socket, 1, 0) > 0 && (socket.revents & strayed) != 0;
+}
+
+bool DecoderProcess::Private::isWorn(const Worker& worker) const {
+    if (worker.requests >= kMostRequests)
+        return true;
+    return worker.requests % kRequestsBetweenLooks == 0 && worker.child->residentBytes() > kMostMemory;
+}
+
+/// The next one starts at once, so that it is ready when it is needed. Those that keep a picture for further
+/// pieces of it may be as large as that is.
+void DecoderProcess::Private::renewWhereWorn(Role role, DecodeRequest::Kind kind) {
+    if (kind == DecodeRequest::Kind::region || kind == DecodeRequest::Kind::frame)
+        return;
+    Worker& it = worker(role);
+    if (!it.child)
+        return;
+    ++it.requests;
+    if (!isWorn(it))
+        return;
+    end(role);
+    start(role);
 }
 
 bool DecoderProcess::Private::isCancelled() const {
@@ -333,13 +264,13 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
                 return *picture;
             break;
         case Status::notImage:
-            return failure(DecodeError::notImage, messageOf(answer.response));
+            return failure(DecodeError::notImage, loaderMessage(answer.response));
         case Status::damaged:
-            return failure(DecodeError::damaged, messageOf(answer.response));
+            return failure(DecodeError::damaged, loaderMessage(answer.response));
         case Status::tooLarge:
-            return failure(DecodeError::tooLarge, messageOf(answer.response));
+            return failure(DecodeError::tooLarge, loaderMessage(answer.response));
         case Status::noPreview:
-            return failure(DecodeError::noPreview, messageOf(answer.response));
+            return failure(DecodeError::noPreview, loaderMessage(answer.response));
         case Status::properties:
             if (!asksProperties)
                 break;
@@ -351,7 +282,71 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
             break;
     }
     end(role);
-    return failure(DecodeError::badAnswer);
+    return failure(DecodeError::badAnswer, senselessAnswer());
+}
+
+DecodeResult DecoderProcess::Private::decode(const DecodeRequest& request,
+                                             std::chrono::milliseconds deadline) {
+    Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
+    int deaths = 0;
+    int failedStarts = 0;
+    while (true) {
+        const auto outcome = ask(role, request, deadline);
+        if (const auto* answer = std::get_if<Answer>(&outcome)) {
+            if (answer->response.status == Status::otherRole && role == Role::common) {
+                role = Role::rare;
+                continue;
+            }
+            DecodeResult decoded = result(*answer, request, role);
+            renewWhereWorn(role, request.kind);
+            const auto* failed = std::get_if<DecodeFailure>(&decoded);
+            note(failed && failed->error == DecodeError::badAnswer ? Trouble::broken
+                                                                   : std::optional<Trouble>());
+            return decoded;
+        }
+        const auto trouble = std::get<Trouble>(outcome);
+        if (worker(role).child)
+            note(trouble);
+        end(role);
+        // Another try, in a fresh process: few pictures kill twice, what comes may have been meant for the
+        // request before, and one killed at its start, or stopped, says nothing of the next.
+        const bool mayTryAgain =
+            ((trouble == Trouble::died || trouble == Trouble::broken) && ++deaths < 2) ||
+            ((trouble == Trouble::neverReady || trouble == Trouble::notTaken) && ++failedStarts < 2);
+        if (!mayTryAgain)
+            return verdict(trouble);
+    }
+}
+
+/// For the health of all. A picture that takes too long, or is withdrawn, says nothing of it.
+void DecoderProcess::Private::note(std::optional<Trouble> trouble) {
+    if (!trouble)
+        health.noteAnswer();
+    else if (*trouble == Trouble::died || *trouble == Trouble::broken)
+        health.noteDeath();
+    else if (*trouble == Trouble::neverReady || *trouble == Trouble::notStarted)
+        health.noteFailedStart();
+}
+
+/// What the last trouble means for the picture.
+DecodeFailure DecoderProcess::Private::verdict(Trouble trouble) const {
+    switch (trouble) {
+        case Trouble::died:
+            if (!health.isIll())
+                return failure(DecodeError::crashed, QStringLiteral("the decoder crashed"));
+            break;
+        case Trouble::timedOut:
+            return failure(DecodeError::timedOut, QStringLiteral("decoding took too long"));
+        case Trouble::broken:
+            return failure(DecodeError::badAnswer, senselessAnswer());
+        case Trouble::cancelled:
+            return failure(DecodeError::cancelled);
+        case Trouble::neverReady:
+        case Trouble::notTaken:
+        case Trouble::notStarted:
+            break;
+    }
+    return failure(DecodeError::unavailable, QStringLiteral("no decoder could be started"));
 }
 
 namespace {
@@ -377,43 +372,15 @@ DecoderProcess::DecoderProcess(QString program) : _d(std::make_unique<Private>(s
 DecoderProcess::~DecoderProcess() = default;
 
 DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::milliseconds deadline) {
-    using Trouble = Private::Trouble;
     if (!isSane(request))
         return failure(DecodeError::damaged, QStringLiteral("no picture can be asked for like this"));
     if (_d->isCancelled())
         return failure(DecodeError::cancelled);
-    Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
-    int failedStarts = 0;
-    for (int deaths = 0; deaths < 2;) {
-        const auto outcome = _d->ask(role, request, deadline);
-        if (const auto* answer = std::get_if<Private::Answer>(&outcome)) {
-            if (answer->response.status != Status::otherRole || role != Role::common)
-                return _d->result(*answer, request, role);
-            role = Role::rare;
-            continue;
-        }
-        _d->end(role);
-        switch (std::get<Trouble>(outcome)) {
-            case Trouble::died:
-                ++deaths;
-                break;
-            case Trouble::timedOut:
-                return failure(DecodeError::timedOut);
-            case Trouble::broken:
-                return failure(DecodeError::badAnswer);
-            case Trouble::cancelled:
-                return failure(DecodeError::cancelled);
-            case Trouble::neverReady:
-            case Trouble::notTaken:
-                // Killed while it started, or stopped: a broken installation fails the second time as well.
-                if (++failedStarts < 2)
-                    break;
-                [[fallthrough]];
-            case Trouble::notStarted:
-                return failure(DecodeError::unavailable, QStringLiteral("no decoder could be started"));
-        }
-    }
-    return failure(DecodeError::crashed);
+    return _d->decode(request, deadline);
+}
+
+void DecoderProcess::warmUp() {
+    _d->start(Role::common);
 }
 
 void DecoderProcess::cancel() {

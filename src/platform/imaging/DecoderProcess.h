@@ -80,8 +80,10 @@ struct DecodeRequest {
 
 /// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline
 /// passes, started again when it has died, and a request on which it died is tried once more in a fresh
-/// process. Used by one thread at a time (each worker owns one); cancel() alone may come from another thread.
-/// A decoder dies with the thread that started it; another thread's next request starts a new one.
+/// process. One that has served thousands of requests or has grown large is replaced between two of them;
+/// where all die one after the other, none is started for a while (DecoderHealth.h). Used by one thread at a
+/// time (each worker owns one); cancel() alone may come from another thread. A decoder dies with the thread
+/// that started it; another thread's next request starts a new one.
 ///
 /// There are several roles: the common decoder serves the everyday formats, a second one, started when the
 /// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
@@ -99,6 +101,8 @@ class DecoderProcess {
 
     /// Blocks until the answer or the deadline (which counts for each try).
     DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
+    /// Starts the common decoder, so that it is ready when the first request comes; waits for nothing.
+    void warmUp();
     /// Ends a decode() under way with `cancelled` (the process is killed), and every later one as well, until
     /// forgetCancellation(). Any thread, both: a piece of work of several decodes begins by forgetting what
     /// was meant for the one before it, so that no cancellation between two of them is lost.

@@ -55,12 +55,6 @@ QString reasonOf(const DecodeFailure& failure) {
             return QStringLiteral("the file holds no picture, whatever its name says");
         case DecodeError::tooLarge:
             return QStringLiteral("the picture needs too much memory");
-        case DecodeError::timedOut:
-            return QStringLiteral("decoding took too long");
-        case DecodeError::crashed:
-            return QStringLiteral("the decoder crashed");
-        case DecodeError::unavailable:
-            return QStringLiteral("no decoder could be started");
         default:
             return QStringLiteral("the picture could not be decoded");
     }

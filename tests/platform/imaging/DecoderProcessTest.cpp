@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/FileAccess.h"
+#include "platform/imaging/DecoderHealth.h"
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestHome.h"
 
@@ -19,6 +20,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+const QString kHostile = QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder");
 constexpr auto kPatience = 20s;  // for what must not depend on the machine's speed
 
 DecodeError errorOf(const DecodeResult& result) {
@@ -80,10 +82,13 @@ class DecoderProcessTest : public QObject {
         row("dies", DecodeError::crashed);
         row("never-ready", DecodeError::unavailable);
         row("there-is-none", DecodeError::unavailable);
+        row("talks-on", std::nullopt);
+        row("silent", DecodeError::unavailable);
         row("hangs", DecodeError::timedOut);
         for (const char* mode :
-             {"wrong-stride", "huge-width", "larger-than-asked", "unknown-status", "wrong-id", "huge-texts",
-              "garbled-texts", "garbage", "ordinary-file", "small-memory", "no-seals"})
+             {"wrong-stride", "huge-stride", "negative-size", "ready-again", "answers-unasked", "huge-width",
+              "larger-than-asked", "unknown-status", "wrong-id", "huge-texts", "garbled-texts", "garbage",
+              "ordinary-file", "small-memory", "no-seals"})
             row(mode, DecodeError::badAnswer);
     }
     void misbehaviour() {
@@ -94,7 +99,7 @@ class DecoderProcessTest : public QObject {
         QVERIFY(QFile::copy(path("picture.png"), path("seen")));
         const auto file = open("seen");
         auto process = std::make_unique<DecoderProcess>(program);
-        const bool hangs = mode == "hangs";
+        const bool hangs = mode == "hangs" || mode == "silent";
         QElapsedTimer timer;
         timer.start();
         const auto result = process->decode({DecodeRequest::Kind::thumbnail, file.get(), 256},
@@ -103,6 +108,8 @@ class DecoderProcessTest : public QObject {
         if (!expected) {
             QVERIFY(std::holds_alternative<DecodedPicture>(result));
             QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(128, 128));
+            QVERIFY2(std::holds_alternative<DecodedPicture>(decode(*process, file.get(), 256)),
+                     "what one request left behind harms the next");
             return;
         }
         QCOMPARE(errorOf(result), *expected);
@@ -242,6 +249,56 @@ class DecoderProcessTest : public QObject {
         QVERIFY(process.processId() != stopped);
     }
 
+    void renewal_data() {
+        QTest::addColumn<int>("requests");
+        QTest::newRow("right") << 1000;
+        QTest::newRow("grows") << 16;
+    }
+    /// A decoder that has served long, or has grown, is replaced between two requests, and none of them
+    /// suffers.
+    void renewal() {
+        QFETCH(int, requests);
+        DecoderProcess process(hostile(QTest::currentDataTag()));
+        const auto file = open("picture.png");
+        process.warmUp();
+        const int first = process.processId();
+        for (int i = 0; i < requests; ++i) {
+            QCOMPARE(process.processId(), first);
+            QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 256)));
+        }
+        QVERIFY2(process.processId() != first && process.processId() != 0, "no fresh one waits");
+        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 256)));
+    }
+
+    void restsWhereAllDie_data() {
+        QTest::addColumn<int>("tries");
+        QTest::newRow("dies") << 10;
+        QTest::newRow("never-ready") << 2;
+    }
+    /// No decoder is started any more for a while, and the pictures are not blamed.
+    void restsWhereAllDie() {
+        QFETCH(int, tries);
+        QTemporaryDir folder;
+        const QString program = folder.filePath(QString::fromLatin1(QTest::currentDataTag()));
+        QVERIFY(QFile::link(kHostile, program));
+        DecoderProcess process(program);
+        const auto file = open("picture.png");
+        const DecoderHealth& health = DecoderHealth::of(program);
+        for (int i = 0; i < tries; ++i) {
+            QVERIFY(health.mayStart());
+            decode(process, file.get(), 256);
+        }
+        QVERIFY(health.isIll() && !health.mayStart());
+        const auto later = [](auto time) {
+            return DecoderHealth::Clock::now() + time;
+        };
+        QVERIFY(health.mayStart(later(250ms)));
+        QCOMPARE(errorOf(decode(process, file.get(), 256)), DecodeError::unavailable);
+        QTRY_VERIFY_WITH_TIMEOUT(health.mayStart(), 20'000);
+        QCOMPARE(errorOf(decode(process, file.get(), 256)), DecodeError::unavailable);
+        QVERIFY2(!health.mayStart(later(250ms)) && health.mayStart(later(500ms)), "the rest does not grow");
+    }
+
     void nothingLeaks() {
         const auto file = open("picture.png");
         const auto broken = open("broken.png");
@@ -265,7 +322,7 @@ class DecoderProcessTest : public QObject {
     ScopedFileDescriptor open(const char* name) const { return openRegularFile(path(name)); }
     /// The hostile decoder that behaves as `mode` says.
     QString hostile(const char* mode) const {
-        QFile::link(QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder"), path(mode));
+        QFile::link(kHostile, path(mode));
         return path(mode);
     }
     const QString _decoder = QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder");

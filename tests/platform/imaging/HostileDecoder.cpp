@@ -16,6 +16,7 @@ using namespace decoder;
 namespace {
 
 constexpr int kSide = 128;
+constexpr std::size_t kGrowth = 20 << 20;  // bytes a request
 
 /// Memory with these seals of a 128 × 128 picture, or `bytes` of it.
 platform::ScopedFileDescriptor memory(std::size_t bytes, bool sealed) {
@@ -63,6 +64,15 @@ void misbehave(const std::string& mode, const Request& request, int file) {
         dieOnce(file);
     if (mode == "wrong-stride")
         response.stride = kSide * 4 + 4;
+    if (mode == "huge-stride")
+        response.stride = 0x7ffffffc;
+    if (mode == "negative-size")
+        response.width = response.height = -kSide, response.stride = -kSide * 4;
+    if (mode == "ready-again")
+        response.status = Status::ready;
+    if (mode == "grows")
+        static_cast<void>(::mmap(nullptr, kGrowth, PROT_READ | PROT_WRITE,
+                                 MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0));
     if (mode == "huge-width")
         response.width = response.stride = 0x40000000;
     if (mode == "larger-than-asked")
@@ -96,6 +106,8 @@ void misbehave(const std::string& mode, const Request& request, int file) {
                 std::abort();
         }
         answer(response, pixels.get());
+        for (int i = 0; mode == "talks-on" && i < 50; ++i)
+            sendMessage(kSocketDescriptor, &response, sizeof response, pixels.get(), Waiting::no);
     }
 }
 
@@ -107,6 +119,12 @@ int main(int, char** argv) {
     const std::string mode = path.substr(path.rfind('/') + 1);
     if (mode == "never-ready")
         return EXIT_FAILURE;
+    if (mode == "silent") {
+        while (true)
+            ::pause();
+    }
+    if (mode == "answers-unasked")
+        answer(rightResponse(1), memory(std::size_t(kSide) * kSide * 4, true).get());
     Response ready;
     ready.status = Status::ready;
     answer(ready, -1);
