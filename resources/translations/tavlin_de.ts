@@ -51,6 +51,7 @@
     <message id="MainWindowStatusFound"><source></source><translation>%1 gefunden…</translation></message>
     <message id="MainWindowStatusItems"><source></source><translation>%1 Objekte</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 Objekt</translation></message>
+    <message id="MainWindowStatusOpeningFailed"><source></source><translation>Konnte nicht geöffnet werden, siehe Protokoll</translation></message>
     <message id="MainWindowStatusScriptDone"><source></source><translation>%1: fertig</translation></message>
     <message id="MainWindowStatusScriptFailed"><source></source><translation>%1: fehlgeschlagen (Status %2), siehe Protokoll</translation></message>
     <message id="MainWindowStatusScriptRunning"><source></source><translation>%1 läuft…</translation></message>

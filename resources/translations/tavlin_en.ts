@@ -51,6 +51,7 @@
     <message id="MainWindowStatusFound"><source></source><translation>%1 found…</translation></message>
     <message id="MainWindowStatusItems"><source></source><translation>%1 items</translation></message>
     <message id="MainWindowStatusOneItem"><source></source><translation>1 item</translation></message>
+    <message id="MainWindowStatusOpeningFailed"><source></source><translation>Could not be opened, see the log</translation></message>
     <message id="MainWindowStatusScriptDone"><source></source><translation>%1: done</translation></message>
     <message id="MainWindowStatusScriptFailed"><source></source><translation>%1: failed (exit %2), see the log</translation></message>
     <message id="MainWindowStatusScriptRunning"><source></source><translation>Running %1…</translation></message>

@@ -109,7 +109,7 @@ void MainWindow::restore(const WindowState& state) {
 void MainWindow::setShownFolder(const QString& name) {
     const QString title = name.isEmpty() ? QStringLiteral("Tavlin") : name;
     if (title != windowTitle())
-        _scriptMessage.clear();
+        _message.clear();
     setWindowTitle(title);
 }
 
@@ -120,7 +120,7 @@ void MainWindow::setItemCount(std::size_t count) {
 
 void MainWindow::setSelectionCount(std::size_t count) {
     _selectionCount = count;
-    _scriptMessage.clear();
+    _message.clear();
     updateStatus();
 }
 
@@ -145,7 +145,7 @@ void MainWindow::setNumberFound(std::size_t count) {
 }
 
 void MainWindow::showScriptRunning(const QString& scriptName) {
-    _scriptMessage = text("MainWindowStatusScriptRunning").arg(spokenName(scriptName));
+    _message = text("MainWindowStatusScriptRunning").arg(spokenName(scriptName));
     updateStatus();
     _ui->_statusLabel->repaint();
 }
@@ -153,8 +153,13 @@ void MainWindow::showScriptRunning(const QString& scriptName) {
 void MainWindow::showScriptEnded(const QString& scriptName, int status) {
     const QString name = spokenName(scriptName);
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    _scriptMessage = code == 0 ? text("MainWindowStatusScriptDone").arg(name)
-                               : text("MainWindowStatusScriptFailed").arg(name, QString::number(code));
+    _message = code == 0 ? text("MainWindowStatusScriptDone").arg(name)
+                         : text("MainWindowStatusScriptFailed").arg(name, QString::number(code));
+    updateStatus();
+}
+
+void MainWindow::showOpeningFailed() {
+    _message = text("MainWindowStatusOpeningFailed");
     updateStatus();
 }
 
@@ -163,8 +168,8 @@ void MainWindow::updateStatus() {
     _ui->_busyIndicator->setVisible(showsBusy);
     if (showsBusy)
         _ui->_statusLabel->setText(text("MainWindowStatusFound").arg(number(_numberFound)));
-    else if (!_scriptMessage.isEmpty())
-        _ui->_statusLabel->setText(_scriptMessage);
+    else if (!_message.isEmpty())
+        _ui->_statusLabel->setText(_message);
     else if (_selectionCount > 0)
         _ui->_statusLabel->setText(
             text("MainWindowStatusSelected").arg(number(_selectionCount), number(_itemCount)));

@@ -58,6 +58,8 @@ class MainWindow : public QMainWindow {
     void showScriptRunning(const QString& scriptName);
     /// Stays until the user selects something else. `status`: as wait() answers it.
     void showScriptEnded(const QString& scriptName, int status);
+    /// No other program has opened or shown a file. Stays as long.
+    void showOpeningFailed();
 
  Q_SIGNALS:
     void zoomInAsked();
@@ -75,6 +77,6 @@ class MainWindow : public QMainWindow {
     std::size_t _selectionCount = 0;
     std::size_t _numberFound = 0;
     bool _isLoading = false;
-    QString _scriptMessage;
+    QString _message;  ///< of what was done last; stays until the user selects something else
     std::optional<EmptyReason> _emptyReason;
 };

@@ -163,6 +163,8 @@ void MainWindowInterface::connectStatus() {
                      &MainWindow::setNumberFound);
     QObject::connect(&_window.grid(), &platform::ImageBrowserView::selectionCountChanged, &_window,
                      &MainWindow::setSelectionCount);
+    QObject::connect(&platform::Workspace::sharedWorkspace(), &platform::Workspace::openingFailed, &_window,
+                     &MainWindow::showOpeningFailed);
 }
 
 /// Before the delegate's own handlers, which are connected at the launch.

@@ -15,6 +15,7 @@
 #include <QAction>
 #include <QCoreApplication>
 #include <QDir>
+#include <QLabel>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
@@ -81,6 +82,17 @@ class TestAppDelegate : public QObject {
             from = found - startUpLog.begin();
         }
         QCOMPARE(startUpLog.filter(u"applicationDidFinishLaunching"_s).size(), 2);
+    }
+
+    /// A file that is not there, and an address that no program opens, cost a line and nothing else.
+    void whatCannotBeOpened() {
+        platform::Workspace& workspace = platform::Workspace::sharedWorkspace();
+        QVERIFY(!workspace.openUrl(QUrl(u"nobody-opens-this:x"_s)));
+        QCOMPARE(logLines->taken().filter(u"nobody-opens-this"_s).size(), 1);
+        QVERIFY(workspace.openUrl(QUrl::fromLocalFile(u"/nowhere/at all"_s)));
+        const auto* status = window().findChild<QLabel*>(u"_statusLabel"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(status->text(), u"Could not be opened, see the log"_s, 20000);
+        QVERIFY(!logLines->taken().filter(u"no program for a file"_s).isEmpty());
     }
 
     void menuValidation_data() {

@@ -81,6 +81,25 @@ class OpenJourney : public Journey {
         QCOMPARE(program.terminate(), 0);
     }
 
+    /// Without a bus each start runs alone, and no library starts a bus, which would leave its address there.
+    void withoutABus() {
+        QProcessEnvironment environment = _home->desktop.environment();
+        environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+        RunningProgram first(environment, {_home->first});
+        RunningProgram second(environment, {_home->second});
+        for (const char* folder : {"first", "second"})
+            QVERIFY(waitUntil([&] {
+                return !_home->desktop
+                            .run(QStringLiteral("xdotool"),
+                                 {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                  QStringLiteral("--name"), u'^' + QString::fromLatin1(folder)})
+                            .isEmpty();
+            }));
+        QCOMPARE(first.terminate(), 0);
+        QCOMPARE(second.terminate(), 0);
+        QVERIFY(!QDir(_home->desktop.folder(QStringLiteral("home/.dbus"))).exists());
+    }
+
     /// Nothing runs: the bus starts the program by its service file.
     void theBusStartsIt() {
         const Desktop& desktop = _home->desktop;
@@ -137,9 +156,9 @@ class OpenJourney : public Journey {
     }
     /// Of the open picture windows, sorted.
     QStringList imageTitles() const {
-        const QString windows = _home->desktop.run(
-            QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                        QStringLiteral("--name"), QStringLiteral("\\.jpg")});
+        const QString windows = _home->desktop.run(QStringLiteral("xdotool"),
+                                                   {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                                    QStringLiteral("--name"), QStringLiteral("\\.jpg")});
         QStringList names;
         for (const QString& window : windows.split(u'\n', Qt::SkipEmptyParts))
             names += _home->desktop.run(QStringLiteral("xdotool"), {QStringLiteral("getwindowname"), window})

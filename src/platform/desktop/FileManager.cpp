@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/FileManager.h"
 
+#include "platform/desktop/Workspace.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gio.h>
@@ -27,14 +28,17 @@ bool report(const char* what, GError* error) {
 void didLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
     GError* error = nullptr;
     g_app_info_launch_uris_finish(G_APP_INFO(program), result, &error);
-    report("a program could not be started", error);
+    if (report("a program could not be started", error))
+        Q_EMIT Workspace::sharedWorkspace().openingFailed();
 }
 
 void didFindHandler(GObject* file, GAsyncResult* result, void* /*data*/) {
     GError* error = nullptr;
     GAppInfo* program = g_file_query_default_handler_finish(G_FILE(file), result, &error);
-    if (report("no program for a file", error))
+    if (report("no program for a file", error)) {
+        Q_EMIT Workspace::sharedWorkspace().openingFailed();
         return;
+    }
     char* uri = g_file_get_uri(G_FILE(file));
     launch(program, {uri});
     g_free(uri);

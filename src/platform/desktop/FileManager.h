@@ -8,7 +8,8 @@ struct _GAppInfo;
 
 namespace platform {
 
-/// Programs started and asked without waiting for them. What fails is logged. Main thread only.
+/// Programs started and asked without waiting for them. What fails is logged, and where
+/// no other way is left told by Workspace::openingFailed(). Main thread only.
 
 /// Starts a program with addresses.
 void launch(_GAppInfo* program, const QByteArrayList& uris);

@@ -60,6 +60,9 @@ class Workspace : public QObject {
     void watchVolumes();
 
  Q_SIGNALS:
+    /// A file or folder that another program was to open or to show is not, and no other way is left; the log
+    /// says why.
+    void openingFailed();
     /// The icon of a folder that iconForFile() took for a file, as its place had not answered in time.
     void iconArrived(const QString& path, const platform::ImageRef& icon);
     /// A volume is about to go, as far as the desktop says so: no file of it may stay open.
