@@ -288,7 +288,10 @@ bool TiffRegions::isForWhole(int pixelSize) const {
     const bool hasSmaller = std::ranges::any_of(_d->levels, [&](const Private::Level& it) {
         return it.level > 0 && std::max(it.picture.size.width(), it.picture.size.height()) >= pixelSize;
     });
-    return hasSmaller || pixels > kToolkitPixels;
+    // The toolkit refuses a tile that has more pixels than the picture.
+    const QSize piece = _d->levels.front().picture.piece;
+    const bool isWithinTile = qint64(piece.width()) * piece.height() > pixels;
+    return hasSmaller || isWithinTile || pixels > kToolkitPixels;
 }
 
 QImage TiffRegions::whole(InputDevice& device, int pixelSize) {

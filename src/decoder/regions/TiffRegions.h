@@ -22,7 +22,8 @@ class TiffRegions : public RegionSource {
     bool hasLevel(int level) const override;
     qsizetype keptBytes() const override;
 
-    /// Whether a whole picture of this size is better read here than by the toolkit, which decodes all.
+    /// Whether a whole picture of this size is better read here than by the toolkit, which decodes all, if it
+    /// can at all.
     bool isForWhole(int pixelSize) const;
     /// The whole picture, at least as large as asked if it is that large, from the pyramid; of a huge picture
     /// without one, from pieces here and there, each of which stands for its neighbours. A null image where
