@@ -4,12 +4,12 @@
 
 #include "testing/AnimatedGif.h"
 #include "testing/TestHome.h"
+#include "testing/TiledTiff.h"
 #include "TestPictures.h"
 
 #include <QColorSpace>
 #include <QCoreApplication>
 #include <QRandomGenerator>
-#include <QTemporaryFile>
 #include <QTest>
 
 #include <cstdio>
@@ -19,18 +19,17 @@ using namespace decoder;
 using namespace testPictures;
 
 Q_DECLARE_METATYPE(decoder::Status)
-Q_DECLARE_METATYPE(QColorSpace)
 
 namespace {
 
 /// What the common role answers for a file of these bytes.
 Result decoded(const QByteArray& bytes, int pixelSize = 256, RequestKind kind = RequestKind::thumbnail) {
-    QTemporaryFile file;
-    if (!file.open() || file.write(bytes) != bytes.size() || !file.flush())
-        return Failure{Status::ready, "the test's file cannot be written"};
+    const TestFile file(bytes);
     Request request;
     request.kind = kind;
     request.pixelSize = pixelSize;
+    request.level = 1;
+    request.region = request.interest = {16, 8, 16, 16};
     return decode(request, file.handle());
 }
 
@@ -117,20 +116,7 @@ class DecodingTest : public QObject {
             row("jpeg", withExifInJpeg(written(quadrants(), "jpeg"), exif));
             row("png", withExifInPng(written(quadrants(), "png"), exif));
             row("webp", withExifInWebp(written(quadrants(), "webp"), exif));
-            // One strip of pixels behind the directory.
-            const QImage pixels = quadrants().convertToFormat(QImage::Format_RGB888);
-            const std::vector<TiffEntry> entries{{0x100, 3, 64},
-                                                 {0x101, 3, 48},
-                                                 {0x102, 3, 8},
-                                                 {0x106, 3, 2},
-                                                 {0x111, 4, 8 + 2 + 9 * 12 + 4},
-                                                 {0x112, 3, quint32(orientation)},
-                                                 {0x115, 3, 3},
-                                                 {0x116, 3, 48},
-                                                 {0x117, 4, 64 * 48 * 3}};
-            row("tiff",
-                tiffHeader() + tiffDirectory(entries) +
-                    QByteArray(reinterpret_cast<const char*>(pixels.constBits()), pixels.sizeInBytes()));
+            row("tiff", tiledTiff(quadrants(), {orientation}));
         }
     }
     void orientations() {
@@ -143,27 +129,21 @@ class DecodingTest : public QObject {
     }
 
     /// The expected values were worked out from the profiles' published primaries and curves.
-    void profiles_data() {
-        QTest::addColumn<QColorSpace>("profile");
-        QTest::addColumn<QColor>("expected");
-        QTest::newRow("sRGB") << QColorSpace(QColorSpace::SRgb) << QColor(180, 120, 90);
-        QTest::newRow("Adobe RGB") << QColorSpace(QColorSpace::AdobeRgb) << QColor(199, 121, 88);
-        QTest::newRow("Display P3") << QColorSpace(QColorSpace::DisplayP3) << QColor(190, 117, 84);
-    }
     void profiles() {
-        QFETCH(QColorSpace, profile);
-        QFETCH(QColor, expected);
-        QImage image(400, 300, QImage::Format_RGB32);
-        image.fill(QColor(180, 120, 90));
-        image.setColorSpace(profile);
-        for (const char* format : {"png", "jpeg"}) {
-            const QImage result = imageOf(decoded(written(image, format, 100)));
-            QVERIFY(!result.isNull());
-            const QColor found = result.pixelColor(100, 100);
-            const int distance =
-                std::max({std::abs(found.red() - expected.red()), std::abs(found.green() - expected.green()),
-                          std::abs(found.blue() - expected.blue())});
-            QVERIFY2(distance <= 3, qPrintable(u"%1 in %2"_s.arg(found.name(), QString::fromLatin1(format))));
+        for (const auto& [profile, expected] : {std::pair(QColorSpace::SRgb, QColor(180, 120, 90)),
+                                                {QColorSpace::AdobeRgb, QColor(199, 121, 88)},
+                                                {QColorSpace::DisplayP3, QColor(190, 117, 84)}}) {
+            QImage image(400, 300, QImage::Format_RGB32);
+            image.fill(QColor(180, 120, 90));
+            image.setColorSpace(profile);
+            for (const char* format : {"png", "jpeg"}) {
+                const QColor found = imageOf(decoded(written(image, format, 100))).pixelColor(100, 100);
+                const int distance = std::max({std::abs(found.red() - expected.red()),
+                                               std::abs(found.green() - expected.green()),
+                                               std::abs(found.blue() - expected.blue())});
+                QVERIFY2(distance <= 3,
+                         qPrintable(u"%1 in %2"_s.arg(found.name(), QString::fromLatin1(format))));
+            }
         }
     }
 
@@ -213,6 +193,9 @@ class DecodingTest : public QObject {
         QTest::newRow("png") << withExifInPng(written(quadrants(), "png", 0), exifBlock(3));
         QTest::newRow("webp") << withExifInWebp(written(quadrants(), "webp"), exifBlock(5));
         QTest::newRow("tiff") << written(quadrants(), "tiff");
+        QTest::newRow("tiff in tiles") << tiledTiff(quadrants());
+        QTest::newRow("tiff of indexes")
+            << written(quadrants().convertToFormat(QImage::Format_Indexed8), "tiff");
         QTest::newRow("gif") << fileOfFormat("gif");
         const quint32 preview = 8 + 2 + 4 * 12 + 4;
         QTest::newRow("raw") << tiffHeader() +
@@ -237,14 +220,17 @@ class DecodingTest : public QObject {
                 damaged.truncate(random.bounded(int(damaged.size())));
             if (bytes.startsWith("\x89PNG"))
                 damaged = withRightSums(damaged);
-            for (const RequestKind kind : {RequestKind::thumbnail, RequestKind::embeddedPreview}) {
+            for (const auto& [kind, largest] : {std::pair(RequestKind::thumbnail, 40),
+                                                {RequestKind::embeddedPreview, 1024},
+                                                {RequestKind::region, 8}}) {
                 const Result result = decoded(damaged, 40, kind);
                 const QImage image = imageOf(result);
                 pictures += image.isNull() ? 0 : 1;
-                QVERIFY(image.width() <= (kind == RequestKind::thumbnail ? 40 : 1024));
+                QVERIFY(image.width() <= largest);
                 QVERIFY(statusOf(result) != Status::ready);
             }
         }
+        forgetKeptPictures();
         QVERIFY2(pictures > 0, "the damage was too great to be a test");
     }
 
@@ -374,8 +360,7 @@ class DecodingTest : public QObject {
         QFETCH(QByteArray, bytes);
         QFETCH(QByteArray, asked);
         QFETCH(int, loops);
-        QTemporaryFile file;
-        QVERIFY(file.open() && file.write(bytes) == bytes.size() && file.flush());
+        const TestFile file(bytes);
         QByteArray told;
         for (const char index : asked) {
             Request request;

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QImage>
 #include <QImageWriter>
+#include <QTemporaryFile>
 #include <QtEndian>
 
 #include <zlib.h>
@@ -15,6 +16,15 @@
 
 /// Pictures and files for the decoder's tests, made byte by byte where no writer would make them.
 namespace testPictures {
+
+/// A file of these bytes.
+class TestFile : public QTemporaryFile {
+ public:
+    explicit TestFile(const QByteArray& bytes = {}) {
+        if (!open() || write(bytes) != bytes.size() || !flush())
+            qFatal("the test's file cannot be written");
+    }
+};
 
 /// 64 × 48: red, green / blue, yellow, each pure enough to be told apart after lossy packing.
 inline QImage quadrants(QSize size = {64, 48}) {

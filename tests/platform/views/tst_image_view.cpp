@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
 using namespace platform;
 
 namespace {
@@ -50,24 +51,10 @@ class ImageViewTest : public QObject {
             QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder"));
     }
 
-    void levels_data() {
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<int>("level");
-        const auto row = [](double scale, int level) {
-            QTest::addRow("%f", scale) << scale << level;
-        };
-        row(8, 0);
-        row(1, 0);
-        row(0.51, 0);
-        row(0.5, 1);
-        row(0.25, 2);
-        row(0.1, 3);
-        row(1e-9, 20);
-    }
     void levels() {
-        QFETCH(double, scale);
-        QFETCH(int, level);
-        QCOMPARE(TileGrid::levelOf(scale), level);
+        for (const auto& [scale, level] :
+             {std::pair(8.0, 0), {1.0, 0}, {0.51, 0}, {0.5, 1}, {0.25, 2}, {0.1, 3}, {1e-9, 20}})
+            QCOMPARE(TileGrid::levelOf(scale), level);
     }
 
     /// Each place of the picture in one tile, the nearest to the middle first.
@@ -111,15 +98,15 @@ class ImageViewTest : public QObject {
 
     void exactPixels_data() {
         QTest::addColumn<QString>("name");
-        QTest::newRow("png") << QStringLiteral("a.png");
-        QTest::newRow("tiff in tiles") << QStringLiteral("a.tif");
+        for (const char* name : {"a.png", "a.tif"})
+            QTest::newRow(name) << QString::fromLatin1(name);
     }
     /// At the exact scale each pixel of the file is one of the device; each tile is decoded once.
     void exactPixels() {
         QFETCH(QString, name);
         const QImage picture = pattern({2600, 1900});
         const QString path = _folder.filePath(name);
-        if (name.endsWith(QStringLiteral("tif"))) {
+        if (name.endsWith(u"tif"_s)) {
             QFile file(path);
             const QByteArray bytes = testPictures::tiledTiff(picture);
             QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
@@ -157,7 +144,7 @@ class ImageViewTest : public QObject {
 
     /// Around the picture, at once.
     void anotherPalette() {
-        const QString path = _folder.filePath(QStringLiteral("small.png"));
+        const QString path = _folder.filePath(u"small.png"_s);
         QVERIFY(pattern({20, 20}).save(path));
         ImageView view;
         view.resize(200, 200);
@@ -171,7 +158,7 @@ class ImageViewTest : public QObject {
 
     /// What is under the fingers stays there.
     void pinch() {
-        const QString path = _folder.filePath(QStringLiteral("pinch.png"));
+        const QString path = _folder.filePath(u"pinch.png"_s);
         QVERIFY(pattern({2600, 1900}).save(path, "png", 90));
         ImageView view;
         view.resize(700, 500);
@@ -194,7 +181,7 @@ class ImageViewTest : public QObject {
 
     /// A gigapixel picture: the whole first, then few tiles at any zoom.
     void gigapixels() {
-        const QString path = _folder.filePath(QStringLiteral("giga.tif"));
+        const QString path = _folder.filePath(u"giga.tif"_s);
         testPictures::writeSparsePyramid(path, 100'000);
         {
             ImageView view;
@@ -222,7 +209,7 @@ class ImageViewTest : public QObject {
 
     /// By itself while it can be seen, and to its end.
     void animation() {
-        const QString path = _folder.filePath(QStringLiteral("moves.gif"));
+        const QString path = _folder.filePath(u"moves.gif"_s);
         QFile file(path);
         const QByteArray bytes = testPictures::animatedGif({2, 1}, {2, 30, 2}, 1);
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
