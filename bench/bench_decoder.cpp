@@ -52,6 +52,18 @@ DecodeResult viaProcess(DecoderProcess& process, int file, DecodeRequest::Kind k
     return process.decode(request, 20s);
 }
 
+/// One line: what the answer is, then its size or the number of its properties or the reason.
+void describe(const DecodeResult& result) {
+    if (const auto* picture = std::get_if<DecodedPicture>(&result))
+        std::printf("\tpicture %dx%d of %dx%d", picture->image.width(), picture->image.height(),
+                    picture->fullSize.width(), picture->fullSize.height());
+    else if (const auto* properties = std::get_if<DecodedProperties>(&result))
+        std::printf("\t%zu properties", properties->properties.size());
+    else
+        std::printf("\terror %d %s", static_cast<int>(std::get<DecodeFailure>(result).error),
+                    qUtf8Printable(std::get<DecodeFailure>(result).message));
+}
+
 bool measureOverhead(DecoderProcess& process, int file) {
     constexpr int rounds = 300;
     decoder::prepare(decoder::Role::common);
@@ -84,9 +96,11 @@ bool measureReplacing(DecoderProcess& process, int file) {
     for (int i = 0; i < rounds; ++i) {
         ::kill(process.processId(), SIGKILL);
         time.start();
-        if (!std::holds_alternative<DecodedPicture>(
-                viaProcess(process, file, DecodeRequest::Kind::thumbnail)))
+        const auto result = viaProcess(process, file, DecodeRequest::Kind::thumbnail);
+        if (!std::holds_alternative<DecodedPicture>(result)) {
+            describe(result);
             return false;
+        }
         times.push_back(milliseconds(time));
     }
     const double high = percentile(times, 95);
@@ -94,18 +108,6 @@ bool measureReplacing(DecoderProcess& process, int file) {
         "a killed decoder is replaced and has decoded after %.0f ms (median), %.0f ms (95th percentile)\n",
         percentile(times, 50), high);
     return high <= replacedBound;
-}
-
-/// One line: what the answer is, then its size or the number of its properties or the reason.
-void describe(const DecodeResult& result) {
-    if (const auto* picture = std::get_if<DecodedPicture>(&result))
-        std::printf("\tpicture %dx%d of %dx%d", picture->image.width(), picture->image.height(),
-                    picture->fullSize.width(), picture->fullSize.height());
-    else if (const auto* properties = std::get_if<DecodedProperties>(&result))
-        std::printf("\t%zu properties", properties->properties.size());
-    else
-        std::printf("\terror %d %s", static_cast<int>(std::get<DecodeFailure>(result).error),
-                    qUtf8Printable(std::get<DecodeFailure>(result).message));
 }
 
 void describeFiles(const QStringList& files) {

@@ -38,11 +38,19 @@ struct ThumbnailQueue::Private {
     std::unique_ptr<ThumbnailWorkers> workers;
     QTimer unwantedTimer;  ///< runs out once the wishes have stood for a while
 
+    void makeWorkers();
     void addWish(ThumbnailRequest request, bool isVisible, bool checkAgain, std::vector<ThumbnailJob>& jobs);
     void absorbAnswers();
     void absorb(ThumbnailAnswer& answer);
     void report();
 };
+
+void ThumbnailQueue::Private::makeWorkers() {
+    if (!workers)
+        workers = std::make_unique<ThumbnailWorkers>(DecoderProcess::installedProgram(), [it = queue] {
+            QMetaObject::invokeMethod(it, &ThumbnailQueue::report, Qt::QueuedConnection);
+        });
+}
 
 /// Notes the wish, unless a more urgent one stands for the path, and what work it makes.
 void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, bool checkAgain,
@@ -114,10 +122,18 @@ ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_
     _d->unwantedTimer.setSingleShot(true);
     _d->unwantedTimer.setTimerType(Qt::PreciseTimer);
     _d->unwantedTimer.setInterval(ThumbnailWorkers::patienceWithUnwanted);
+    QMetaObject::invokeMethod(this, &ThumbnailQueue::warmUp, Qt::QueuedConnection);
     connect(&_d->unwantedTimer, &QTimer::timeout, this, [this] { _d->workers->cancelUnwanted(); });
 }
 
 ThumbnailQueue::~ThumbnailQueue() = default;
+
+void ThumbnailQueue::warmUp() {
+    if (DecoderProcess::installedProgram().isEmpty())
+        return;
+    _d->makeWorkers();
+    _d->workers->warmUp();
+}
 
 void ThumbnailQueue::report() {
     _d->report();
@@ -134,13 +150,9 @@ void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
     std::vector<ThumbnailJob> nearJobs;
     for (const ThumbnailRequest& request : near)
         _d->addWish(request, false, checkAgain, nearJobs);
-    if (!_d->workers) {
-        if (visibleJobs.empty() && nearJobs.empty())
-            return;
-        _d->workers = std::make_unique<ThumbnailWorkers>(DecoderProcess::installedProgram(), [this] {
-            QMetaObject::invokeMethod(this, &ThumbnailQueue::report, Qt::QueuedConnection);
-        });
-    }
+    if (!_d->workers && visibleJobs.empty() && nearJobs.empty())
+        return;
+    _d->makeWorkers();
     _d->workers->setJobs(std::move(visibleJobs), std::move(nearJobs));
     _d->unwantedTimer.start();
 }

@@ -34,7 +34,8 @@ struct Thumbnail {
 
 /// Thumbnails for a grid: visible first, then near, then nothing. Lives on the main thread; the work is done
 /// by a pool of threads with one decoder process each (joined by the destructor). Decoded thumbnails are kept
-/// up to a number of bytes, least recently wanted going first.
+/// up to a number of bytes, least recently wanted going first. The first decoder is started once the event
+/// loop runs, so that it is ready when the first wish comes.
 ///
 /// Contract: setWanted() replaces all earlier wishes; what no longer stands in it is dropped before it
 /// starts, and an answer that comes too late is kept if it fits, and not reported. Every wish that stands is
@@ -66,6 +67,7 @@ class ThumbnailQueue : public QObject {
 
  private:
     struct Private;
+    void warmUp();
     void report();
     std::unique_ptr<Private> _d;
 };

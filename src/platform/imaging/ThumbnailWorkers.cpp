@@ -131,6 +131,7 @@ void ThumbnailWorkers::Shared::finish(Worker& worker, ThumbnailMaker::Outcome ou
 }
 
 void ThumbnailWorkers::Shared::run(Worker& worker) {
+    guarded("starting a decoder", [&] { worker.maker.warmUp(); });
     std::unique_lock lock(mutex);
     while (!isStopping) {
         auto task = takeTask(worker);
@@ -221,6 +222,11 @@ void ThumbnailWorkers::startThreads(std::size_t wanted) {
         }
         shared.workers.push_back(std::move(worker));
     }
+}
+
+void ThumbnailWorkers::warmUp() {
+    const std::lock_guard lock(_shared->mutex);
+    startThreads(1);
 }
 
 void ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near) {

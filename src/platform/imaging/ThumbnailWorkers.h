@@ -27,6 +27,8 @@ class ThumbnailWorkers {
     ThumbnailWorkers(const ThumbnailWorkers&) = delete;
     ThumbnailWorkers& operator=(const ThumbnailWorkers&) = delete;
 
+    /// Starts one thread and its decoder, for the first work that is to come.
+    void warmUp();
     /// Replaces the work that has not begun. Work under way goes on: a job that asks for the same as one
     /// under way, and does not check a version, is that one. What is no longer wanted and takes long is
     /// cancelled.

@@ -93,6 +93,11 @@ class ThumbnailQueueTest : public QObject {
         QCOMPARE(openFiles(::getpid()).size(), _openBefore.size());
     }
 
+    void hasDecoderReadyBeforeAnythingIsWanted() {
+        const ThumbnailQueue queue;
+        QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 1U, 20'000);
+    }
+
     void answersByContent_data() {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<State>("state");
