@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the picture view costs. First pixels: seconds until a view shows all of a 24-megapixel JPEG, to
-// those that libjpeg-turbo's own scaled decoding takes on the same file, the best of alternating runs.
+// those that libjpeg-turbo's own scaled decoding takes on the same file, the medians of alternating runs.
 // Memory: this process's resident bytes for each of ten such views. Metadata: those of that JPEG, beyond a
 // bare round trip to the decoder, the medians of alternating runs. Panning: what one frame costs the main
 // thread of the processor's time at most, over a gigapixel TIFF at its exact pixels and between two levels;
 // the time by the clock, which what else runs on the machine lengthens, stands beside it.
+#include "bench/Figures.h"
 #include "decoder/TestPictures.h"
 #include "platform/imaging/DecodeThreads.h"
 #include "platform/imaging/TileCache.h"
@@ -21,7 +22,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 
 #include <jpeglib.h>
@@ -43,18 +43,6 @@ double seconds(const std::function<void()>& work) {
     timer.start();
     work();
     return double(timer.nsecsElapsed()) / 1e9;
-}
-
-/// The processor's time of this thread, so that what else runs on the machine does not count.
-double processorSeconds(const std::function<void()>& work) {
-    const auto now = [] {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
-    };
-    const double start = now();
-    work();
-    return now() - start;
 }
 
 double residentMegabytes() {
@@ -144,9 +132,9 @@ bool showsAll(const ImageView& view) {
     return !view.image().isNull() && view.image().width() >= shown.width() - 1;
 }
 
-bool firstPixels(const QString& path) {
-    double ours = 1e9;
-    double direct = 1e9;
+void firstPixels(bench::Figures& figures, const QString& path) {
+    std::vector<double> ours;
+    std::vector<double> direct;
     const auto view = makeView();
     for (int i = 0; i <= rounds; ++i) {
         const double one = seconds([&] {
@@ -156,17 +144,14 @@ bool firstPixels(const QString& path) {
         const double other = seconds([&] { decodeDirectly(path); });
         if (i == 0)  // the decoder starts
             continue;
-        ours = std::min(ours, one);
-        direct = std::min(direct, other);
+        ours.push_back(one * 1e3);
+        direct.push_back(other * 1e3);
     }
-    const double ratio = ours / direct;
-    std::printf(
-        "first full picture, 24 MP JPEG: %.0f ms, libjpeg-turbo's scaled decoding %.0f ms, ratio %.2f\n",
-        ours * 1e3, direct * 1e3, ratio);
-    return ratio <= firstPixelsBound;
+    figures.ratio("first full picture of a 24-megapixel JPEG; floor: libjpeg-turbo's scaled decoding", ours,
+                  direct, firstPixelsBound);
 }
 
-bool memoryOfWindows(const QString& path) {
+void memoryOfWindows(bench::Figures& figures, const QString& path) {
     std::vector<std::unique_ptr<ImageView>> views;
     const double before = residentMegabytes();
     for (int i = 0; i < windowCount; ++i) {
@@ -186,12 +171,11 @@ bool memoryOfWindows(const QString& path) {
     });
     QApplication::processEvents();
     const double exact = (residentMegabytes() - before) / windowCount;
-    std::printf("memory for each of %d windows of 24 MP: %.1f MB fitted, %.1f MB at 100 %%\n", windowCount,
-                fitted, exact);
-    return std::max(fitted, exact) <= memoryBound;
+    figures.atMost("memory for each of ten windows of 24 megapixels, fitted", fitted, memoryBound, "MB");
+    figures.atMost("the same at 100 %", exact, memoryBound, "MB");
 }
 
-bool metadata(const QString& path) {
+void metadata(bench::Figures& figures, const QString& path) {
     const QString nothing = path + QStringLiteral(".none");
     QFile(nothing).open(QIODevice::WriteOnly);
     const DecodeRequest request{DecodeRequest::Kind::properties, -1, 1};
@@ -208,19 +192,16 @@ bool metadata(const QString& path) {
         whole.push_back(ask(path));
         bare.push_back(ask(nothing));
     }
-    std::ranges::sort(whole);
-    std::ranges::sort(bare);
     DecodeTask task(DecodeThreads::properties(), path, request, std::chrono::seconds(20));
     task.waitFor(std::chrono::seconds(20));
     const DecodeResult result = task.takeResult();
     const auto* found = std::get_if<DecodedProperties>(&result);
     const bool isComplete = found && found->properties.back().first == u"{Exif}" &&
                             found->properties.back().second.dictionary()->entries.size() > 8;
-    const double both = whole[kRounds / 2] * 1e3;
-    const double trip = bare[kRounds / 2] * 1e3;
-    std::printf("metadata of that JPEG: %.2f ms, a bare round trip %.2f ms, difference %.2f ms\n", both, trip,
-                both - trip);
-    return isComplete && both - trip <= metadataBound;
+    const double trip = bench::median(bare) * 1e3;
+    bench::Figures::note("a bare round trip to the metadata's decoder", trip, "ms");
+    figures.atMost("metadata of a 24-megapixel JPEG, beyond that",
+                   isComplete ? bench::median(whole) * 1e3 - trip : HUGE_VAL, metadataBound, "ms");
 }
 
 /// What the frames of a drag cost the main thread, milliseconds: each what holds it up longest.
@@ -230,7 +211,9 @@ struct FrameCosts {
 
     void addFrame() { byClock.push_back(0); }
     void addTurn(const std::function<void()>& work) {
-        const double turn = 1e3 * seconds([&] { longest = std::max(longest, 1e3 * processorSeconds(work)); });
+        const double byProcessor = bench::threadMilliseconds();
+        const double turn = 1e3 * seconds(work);
+        longest = std::max(longest, bench::threadMilliseconds() - byProcessor);
         byClock.back() = std::max(byClock.back(), turn);
     }
 };
@@ -262,28 +245,22 @@ FrameCosts frameCosts(ImageView& view) {
     return costs;
 }
 
-bool panning(const QString& path) {
+void panning(bench::Figures& figures, const QString& path) {
     testPictures::writeSparsePyramid(path, 100'000, 7);
     const auto view = makeView();
     view->setImageWithPath(path);
     waitFor([&] { return showsAll(*view); });
-    bool isGood = true;
     for (const int key : {Qt::Key_1, Qt::Key_Minus}) {
         QKeyEvent zoom(QEvent::KeyPress, key, Qt::NoModifier);
         QApplication::sendEvent(view.get(), &zoom);
         waitFor([&] { return view->tiles() && view->tiles()->isIdle(); });
-        FrameCosts costs = frameCosts(*view);
-        std::ranges::sort(costs.byClock);
-        const double inAHundred = costs.byClock[costs.byClock.size() * 99 / 100];
-        std::printf(
-            "panning a 10-gigapixel TIFF at %.0f %%: a frame costs the main thread %.1f ms at most, by the "
-            "clock "
-            "%.1f ms (99 %%) and %.1f ms at most, %d tiles\n",
-            view->pictureGeometry().scale() * 100, costs.longest, inAHundred, costs.byClock.back(),
-            view->tiles()->decodes());
-        isGood = isGood && costs.longest <= frameBound;
+        const FrameCosts costs = frameCosts(*view);
+        const std::string what = "panning a 10-gigapixel TIFF at " +
+                                 std::to_string(std::lround(view->pictureGeometry().scale() * 100)) + " %: ";
+        figures.atMost(what + "the main thread's work of the longest frame", costs.longest, frameBound, "ms");
+        bench::Figures::note(what + "99 of 100 frames, by the clock", bench::quantile(costs.byClock, 0.99),
+                             "ms");
     }
-    return isGood;
 }
 
 }  // namespace
@@ -296,9 +273,10 @@ int main(int argc, char** argv) {
         QStringLiteral("/libexec/tavlin/tavlin-decoder"));
     const QString photograph = home.path() + QStringLiteral("/photograph.jpg");
     makePhotograph(photograph);
-    bool isGood = firstPixels(photograph);
-    isGood = memoryOfWindows(photograph) && isGood;
-    isGood = metadata(photograph) && isGood;
-    isGood = panning(home.path() + QStringLiteral("/giga.tif")) && isGood;
-    return isGood ? 0 : 1;
+    bench::Figures figures;
+    firstPixels(figures, photograph);
+    memoryOfWindows(figures, photograph);
+    metadata(figures, photograph);
+    panning(figures, home.path() + QStringLiteral("/giga.tif"));
+    return figures.exitStatus();
 }
