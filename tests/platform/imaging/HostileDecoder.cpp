@@ -55,7 +55,7 @@ void misbehave(const std::string& mode, const Request& request, int file) {
     constexpr std::size_t kBytes = std::size_t(kSide) * kSide * 4;
     Response response = rightResponse(request.id);
     if (mode == "dies")
-        ::raise(SIGSEGV);
+        ::raise(SIGKILL);
     if (mode == "hangs") {
         while (true)
             ::pause();
