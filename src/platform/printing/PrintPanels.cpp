@@ -5,6 +5,7 @@
 
 #include <QFileInfo>
 #include <QPageSetupDialog>
+#include <QPointer>
 #include <QPrintDialog>
 
 namespace platform {
@@ -25,7 +26,10 @@ void proposeFile(QPrinter& printer, const QWidget& window) {
 }  // namespace
 
 void PageLayout::runModal(PrintInfo& info, QWidget* parent) {
-    QPageSetupDialog(&info.printer(), parent).exec();
+    // Only exec() hands on what was agreed to. The parent may go meanwhile, and takes the panel with it.
+    const QPointer<QPageSetupDialog> panel = new QPageSetupDialog(&info.printer(), parent);
+    panel->exec();
+    delete panel.data();
 }
 
 PrintPanel::PrintPanel(QWidget& window) : QObject(&window), _window(window) {
