@@ -8,21 +8,19 @@
 #include "platform/printing/PrintOperation.h"
 #include "platform/printing/PrintPage.h"
 #include "platform/printing/PrintPanels.h"
+#include "platform/printing/PrintProgress.h"
 #include "support/Logging.h"
 #include "viewer/ImageWindow.h"
 
 #include <QMessageBox>
 #include <QPointer>
 
+#include <optional>
+
 using platform::PrintInfo;
 using platform::PrintPanel;
 
 namespace {
-
-void paginateToFit(PrintInfo& info) {
-    info.setHorizontalPagination(PrintInfo::Pagination::fit);
-    info.setVerticalPagination(PrintInfo::Pagination::fit);
-}
 
 /// The numbers are no measures: points with a fraction meet a directive for whole numbers.
 void logPage(const char* method, const PrintInfo& info) {
@@ -60,7 +58,7 @@ void TavlinAppDelegate::openPrintingDialog(QObject* /*sender*/) {
     if (windows.isEmpty())
         return;
     PrintInfo& info = PrintInfo::sharedPrintInfo();
-    paginateToFit(info);
+    info.paginateToFit();
     auto* panel = new PrintPanel(*windows.constFirst());
     panel->beginSheet(info, [this](PrintPanel& ended, int returnCode, QWidget& contextInfo) {
         printingDialogDidClose(ended, returnCode, contextInfo);
@@ -73,14 +71,21 @@ void TavlinAppDelegate::printingDialogDidClose(PrintPanel& /*panel*/, int return
     const QPointer<ImageWindow> printed = qobject_cast<ImageWindow*>(&contextInfo);
     if (returnCode != PrintPanel::ok || printed == nullptr)
         return;
+    // The panel and the reading let other things happen: the window may go.
+    std::optional<platform::PrintProgress> progress(std::in_place, *printed, text("PrintingProgress"));
+    const auto goesOn = [&progress] {
+        return progress->goesOn();
+    };
+    platform::PrintPage* view = goesOn() ? printed->printView(goesOn) : nullptr;
+    if (view == nullptr || !goesOn())
+        return;
     const platform::BusyPointer busy;
-    platform::PrintPage& view = printed->printView();
     logWithMethodName(method, currentLine(), u"Do the printing...");
     PrintInfo& info = PrintInfo::sharedPrintInfo();
-    paginateToFit(info);
+    info.paginateToFit();
     logPage(method, info);
-    platform::PrintOperation operation(view, info);
-    operation.showProgress(*printed, text("PrintingProgress"));
-    if (!operation.run() && printed != nullptr)
+    const bool isPrinted = platform::PrintOperation(*view, info).run();
+    progress.reset();
+    if (!isPrinted)
         showFailure(*printed, info.destination());
 }

@@ -3,6 +3,7 @@
 
 #include "platform/printing/PrintableWindow.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -47,9 +48,10 @@ class ImageWindow : public platform::PrintableWindow {
     void toggleFullScreen();
 
     /// The page to print: the controller's print summary, and the picture read anew from its file, as large
-    /// as the shared print settings' page shows it, or none. Blocks while it reads, for 20 s at most. The
-    /// page keeps its contents until the next time.
-    platform::PrintPage& printView();
+    /// as the shared print settings' page shows it, or none. While it reads, for 20 s at most, it asks every
+    /// few milliseconds whether to go on; where that lets the window go, the answer is null. The page keeps
+    /// its contents until the next time.
+    platform::PrintPage* printView(const std::function<bool()>& goesOn);
 
     QRect frame() const override;
     void print(QObject* sender) override;

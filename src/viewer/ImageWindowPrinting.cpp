@@ -10,7 +10,9 @@
 #include "ui_ImageWindowPrintView.h"
 #include "viewer/ImageWindowController.h"
 
+#include <QDeadlineTimer>
 #include <QPainter>
+#include <QPointer>
 
 #include <algorithm>
 #include <chrono>
@@ -22,6 +24,7 @@ using namespace std::chrono_literals;
 
 constexpr qreal printTextSize = 7;  // points
 constexpr auto printDeadline = 20s;
+constexpr auto printStep = 20ms;
 
 /// The pixels of the longer side of a page, at the printer's resolution; as many as a decoder serves are 700
 /// of them an inch on A4, 300 up to A2.
@@ -43,12 +46,15 @@ QImage onPaper(const QImage& picture) {
     return opaque;
 }
 
-/// The picture as the file has it now; null where that cannot be read. Blocks until then.
-QImage readPicture(const QString& path) {
+/// The picture as the file has it now; null where that cannot be read. Returns then, or when it shall not go
+/// on, which it asks every few milliseconds.
+QImage readPicture(const QString& path, const std::function<bool()>& goesOn) {
     const platform::DecodeRequest request{platform::DecodeRequest::Kind::thumbnail, -1, sideForPage()};
     platform::DecodeTask task(platform::DecodeThreads::printing(), path, request, printDeadline);
-    if (!task.waitFor(printDeadline))
-        return {};
+    const QDeadlineTimer deadline(printDeadline);
+    while (!task.waitFor(printStep))
+        if (!goesOn() || deadline.hasExpired())
+            return {};
     const platform::DecodeResult result = task.takeResult();
     const auto* decoded = std::get_if<platform::DecodedPicture>(&result);
     return decoded != nullptr ? onPaper(decoded->image) : QImage();
@@ -63,7 +69,7 @@ QString printable(const QString& summary) {
 
 }  // namespace
 
-platform::PrintPage& ImageWindow::printView() {
+platform::PrintPage* ImageWindow::printView(const std::function<bool()>& goesOn) {
     static constexpr auto method = "-[ImageWindow printView]";
     logWithMethodName(method, currentLine(), u"Foo");
     if (_printView == nullptr) {
@@ -75,11 +81,14 @@ platform::PrintPage& ImageWindow::printView() {
     }
     _printViewMetaData->setFont(fixedFont(printTextSize));
     _printViewMetaData->setStringValue(printable(_windowController.metaDataPrintSummary()));
-    const QImage picture = readPicture(_windowController.filePath());
+    const QPointer<ImageWindow> own = this;
+    const QImage picture = readPicture(_windowController.filePath(), goesOn);
+    if (own == nullptr)
+        return nullptr;
     if (picture.isNull())
         logWithMethodName(method, currentLine(), u"PHERDAMMT!");
     _printViewImageView->setImage(picture);
-    return *_printView;
+    return _printView.get();
 }
 
 void ImageWindow::print(QObject* sender) {

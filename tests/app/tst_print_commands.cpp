@@ -15,8 +15,10 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPrintDialog>
+#include <QProgressDialog>
 #include <QRegularExpression>
 #include <QTest>
+#include <QTimer>
 
 #include <sys/resource.h>
 #include <csignal>
@@ -75,8 +77,9 @@ class PrintCommandsTest : public QObject {
         QTest::newRow("picture cut off") << 1 << 0 << false;
         QTest::newRow("nowhere to write") << 0 << 0 << true;
         QTest::newRow("disk full") << 0 << 0 << true;
-        QTest::newRow("cancelled") << 0 << 0 << false;
-        QTest::newRow("window closed") << 0 << 0 << false;
+        for (const char* early :
+             {"cancelled", "window closed", "progress cancelled", "window gone in progress"})
+            QTest::newRow(early) << 0 << 0 << false;
     }
     void prints() {
         QFETCH(const int, pages);
@@ -102,6 +105,15 @@ class PrintCommandsTest : public QObject {
         info.printer().setPageOrientation(QPageLayout::Landscape);
         LogLines log;
         limitFiles(wrong == "disk full" ? 4000 : RLIM_INFINITY);
+        QTimer progress;
+        connect(&progress, &QTimer::timeout, this, [this, wrong] {
+            auto* panel = window().findChild<QProgressDialog*>();
+            if (panel != nullptr && wrong == "progress cancelled")
+                Q_EMIT panel->canceled();
+            if (panel != nullptr && wrong == "window gone in progress")
+                _controller = std::make_unique<ImageWindowController>(u"ImageWindow"_s, this, _picture);
+        });
+        progress.start(0);
         Q_EMIT sheet->finished(wrong == "cancelled" ? QDialog::Rejected : QDialog::Accepted);
         QTRY_VERIFY(window().findChild<PrintPanel*>() == nullptr);
         limitFiles(RLIM_INFINITY);

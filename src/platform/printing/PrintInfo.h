@@ -41,6 +41,8 @@ class PrintInfo : public QObject {
     Pagination verticalPagination() const { return _vertical; }
     void setHorizontalPagination(Pagination pagination) { _horizontal = pagination; }
     void setVerticalPagination(Pagination pagination) { _vertical = pagination; }
+    /// In both directions.
+    void paginateToFit() { _horizontal = _vertical = Pagination::fit; }
 
     /// Points.
     QMarginsF margins() const;

@@ -3,8 +3,6 @@
 
 #include "platform/printing/PrintInfo.h"
 
-#include <QPointer>
-#include <QString>
 #include <QWidget>
 
 class QPainter;
@@ -16,10 +14,7 @@ namespace platform {
 /// scaled down or cut, as the pagination says. Main thread only.
 class PrintOperation {
  public:
-    PrintOperation(QWidget& view, PrintInfo& info) : _view(&view), _info(info) {}
-
-    /// While it runs a panel over this window shows the text.
-    void showProgress(QWidget& window, const QString& text);
+    PrintOperation(QWidget& view, PrintInfo& info) : _view(view), _info(info) {}
 
     /// Blocks until the job is spooled or the file written; answers whether that went well.
     bool run();
@@ -29,10 +24,8 @@ class PrintOperation {
     bool printTo(QPrinter& printer);
     void paint(QPainter& painter, int resolution);
 
-    const QPointer<QWidget> _view;
+    QWidget& _view;
     PrintInfo& _info;
-    QWidget* _window = nullptr;
-    QString _progressText;
 };
 
 }  // namespace platform

@@ -55,8 +55,7 @@ QRect PrintableWindow::frame() const {
 
 void PrintableWindow::print(QObject* /*sender*/) {
     PrintInfo& info = PrintInfo::sharedPrintInfo();
-    info.setHorizontalPagination(PrintInfo::Pagination::fit);
-    info.setVerticalPagination(PrintInfo::Pagination::fit);
+    info.paginateToFit();
     auto* panel = new PrintPanel(*this);
     panel->beginSheet(info, [this, &info](PrintPanel&, int returnCode, QWidget&) {
         if (returnCode == PrintPanel::ok)
