@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/CopiedFiles.h"
 
+#include "platform/FileList.h"
 #include "platform/PathBytes.h"
 
 #include <utility>
@@ -9,7 +10,6 @@ namespace platform {
 
 namespace {
 
-const QString uriList = QStringLiteral("text/uri-list");
 const QString gnomeFiles = QStringLiteral("x-special/gnome-copied-files");
 const QString mateFiles = QStringLiteral("x-special/mate-copied-files");
 const QString kdeCut = QStringLiteral("application/x-kde-cutselection");
@@ -21,25 +21,26 @@ CopiedFiles::CopiedFiles(QStringList paths) : _paths(std::move(paths)) {
 }
 
 QStringList CopiedFiles::formats() const {
-    return {uriList, gnomeFiles, mateFiles, kdeCut, plainText};
+    return {fileListType, gnomeFiles, mateFiles, kdeCut, plainText};
 }
 
 bool CopiedFiles::hasFormat(const QString& format) const {
     return formats().contains(format);
 }
 
-QByteArray CopiedFiles::uris(QByteArrayView separator) const {
-    QByteArrayList uris;
+/// What is done, then the URIs, without an end of line at the last.
+QByteArray CopiedFiles::gnomeList() const {
+    QByteArrayList lines{QByteArrayLiteral("copy")};
     for (const QString& path : _paths)
-        uris += fileUriFromPath(path);
-    return uris.join(separator);
+        lines += fileUriFromPath(path);
+    return lines.join('\n');
 }
 
 QVariant CopiedFiles::retrieveData(const QString& format, QMetaType /*type*/) const {
-    if (format == uriList)
-        return uris("\r\n") + "\r\n";
+    if (format == fileListType)
+        return fileListFromPaths(_paths);
     if (format == gnomeFiles || format == mateFiles)
-        return "copy\n" + uris("\n");
+        return gnomeList();
     if (format == kdeCut)
         return QByteArray("0");
     if (format != plainText)

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// Files on the clipboard, for file managers to paste (text/uri-list of RFC 2483, and what those of GNOME,
+/// Files on the clipboard, for file managers to paste (the file list, and what those of GNOME,
 /// MATE and KDE read to tell a copy from a cut) and for text fields (a path a line). Each form is made when
 /// it is asked for.
 class CopiedFiles : public QMimeData {
@@ -22,7 +22,7 @@ class CopiedFiles : public QMimeData {
     QVariant retrieveData(const QString& format, QMetaType type) const override;
 
  private:
-    QByteArray uris(QByteArrayView separator) const;
+    QByteArray gnomeList() const;
 
     const QStringList _paths;
 };

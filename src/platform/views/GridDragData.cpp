@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/GridDragData.h"
 
-#include "platform/PathBytes.h"
+#include "platform/FileList.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -13,32 +13,19 @@
 
 namespace platform {
 
-namespace {
-
-QString uriListType() {
-    return QStringLiteral("text/uri-list");
-}
-
-}  // namespace
-
 GridDragData::GridDragData(QStringList paths) : _paths(std::move(paths)) {
 }
 
 QStringList GridDragData::formats() const {
-    return {uriListType()};
+    return {fileListType};
 }
 
 bool GridDragData::hasFormat(const QString& format) const {
-    return format == uriListType();
+    return format == fileListType;
 }
 
 QVariant GridDragData::retrieveData(const QString& format, QMetaType /*type*/) const {
-    if (format != uriListType())
-        return {};
-    QByteArray list;
-    for (const QString& path : _paths)
-        list += fileUriFromPath(path) + "\r\n";
-    return list;
+    return format == fileListType ? QVariant(fileListFromPaths(_paths)) : QVariant();
 }
 
 QPixmap makeDragPixmap(const std::vector<QPixmap>& pictures, std::size_t count, const QPalette& palette,

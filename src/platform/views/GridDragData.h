@@ -9,8 +9,7 @@
 
 namespace platform {
 
-/// The files that are dragged out, offered as text/uri-list (RFC 2483: a URI a line, ended by CR LF). The
-/// URIs are made when a target asks for them.
+/// The files that are dragged out, offered as a file list that is made when a target asks for it.
 class GridDragData : public QMimeData {
     Q_OBJECT
 
