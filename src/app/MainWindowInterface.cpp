@@ -24,11 +24,18 @@
 #include <QLoggingCategory>
 #include <QSignalBlocker>
 
+#include <chrono>
+
 #include <utility>
 
 Q_LOGGING_CATEGORY(stateCategory, "tavlin.state")
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// That all decoders together may take to let go of a volume's files.
+constexpr auto patienceAtRelease = 40ms;
 
 /// Whether a folder may be at the path: a place that does not answer in time may well hold it.
 bool mayBeFolder(const QString& path) {
@@ -171,8 +178,9 @@ void MainWindowInterface::connectStatus() {
 void MainWindowInterface::connectVolumes() {
     using platform::Workspace;
     const auto release = [this](const QString& path) {
-        _thumbnails.releaseFilesBelow(path);
-        platform::DecodeThreads::releaseFilesBelow(path);
+        const auto deadline = std::chrono::steady_clock::now() + patienceAtRelease;
+        _thumbnails.releaseFilesBelow(path, deadline);
+        platform::DecodeThreads::releaseFilesBelow(path, deadline);
         _images.abandonLoadBelow(path);
     };
     const Workspace& workspace = Workspace::sharedWorkspace();

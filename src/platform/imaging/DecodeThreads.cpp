@@ -21,7 +21,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patienceAtEnd = 1s;
-constexpr auto patienceAtRelease = 40ms;
 
 DecodeResult decodeFile(DecoderProcess& process, const QString& path, DecodeRequest request,
                         std::chrono::milliseconds deadline) {
@@ -188,8 +187,7 @@ std::vector<DecodeThreads*>& DecodeThreads::all() {
     return threads;
 }
 
-void DecodeThreads::releaseFilesBelow(const QString& folder) {
-    const auto deadline = std::chrono::steady_clock::now() + patienceAtRelease;
+void DecodeThreads::releaseFilesBelow(const QString& folder, std::chrono::steady_clock::time_point deadline) {
     for (DecodeThreads* threads : all())
         threads->dropBelow(folder);
     for (DecodeThreads* threads : all())

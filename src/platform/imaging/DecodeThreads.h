@@ -33,8 +33,9 @@ class DecodeThreads {
     static DecodeThreads& tiles(const QString& path);
 
     /// All there are let go of the files below the folder: questions about them are answered with
-    /// DecodeError::cancelled. Returns when none of the files is open any more, at the latest after 40 ms.
-    static void releaseFilesBelow(const QString& folder);
+    /// DecodeError::cancelled. Returns when none of the files is open any more, at the latest at the
+    /// deadline.
+    static void releaseFilesBelow(const QString& folder, std::chrono::steady_clock::time_point deadline);
 
  private:
     friend class DecodeTask;

@@ -170,9 +170,10 @@ std::size_t ThumbnailQueue::memoryUse() const {
     return _d->cache.bytes();
 }
 
-void ThumbnailQueue::releaseFilesBelow(const QString& folder) {
+void ThumbnailQueue::releaseFilesBelow(const QString& folder,
+                                       std::chrono::steady_clock::time_point deadline) {
     if (_d->workers)
-        _d->workers->dropBelow(folder);
+        _d->workers->dropBelow(folder, deadline);
     _d->absorbAnswers();
     _d->wishes.removeIf(
         [&](const QHash<QString, Wish>::iterator& wish) { return isBelowFolder(wish.key(), folder); });

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -59,8 +60,9 @@ class ThumbnailQueue : public QObject {
     void setMemoryLimit(std::size_t bytes);
     std::size_t memoryUse() const;
 
-    /// Every file below this folder is let go of: work on it is dropped and no descriptor stays open.
-    void releaseFilesBelow(const QString& folder);
+    /// Every file below this folder is let go of: work on it is dropped. Returns when no descriptor is open
+    /// any more, at the latest at the deadline.
+    void releaseFilesBelow(const QString& folder, std::chrono::steady_clock::time_point deadline);
 
  Q_SIGNALS:
     void thumbnailChanged(const QString& path);

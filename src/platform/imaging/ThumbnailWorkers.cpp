@@ -24,7 +24,6 @@ using Clock = std::chrono::steady_clock;
 Q_LOGGING_CATEGORY(thumbnailLog, "tavlin.thumbnails")
 
 constexpr std::size_t pendingWriteLimit = std::size_t{32} << 20;
-constexpr auto patienceAtRelease = 40ms;
 constexpr auto patienceAtEnd = 1s;
 constexpr auto cancelInterval = 3ms;
 
@@ -262,7 +261,7 @@ std::vector<ThumbnailAnswer> ThumbnailWorkers::takeAnswers() {
     return std::exchange(_shared->answers, {});
 }
 
-void ThumbnailWorkers::dropBelow(const QString& folder) {
+void ThumbnailWorkers::dropBelow(const QString& folder, std::chrono::steady_clock::time_point deadline) {
     Shared& shared = *_shared;
     std::unique_lock lock(shared.mutex);
     const auto isBelow = [&](const ThumbnailJob& job) {
@@ -270,8 +269,7 @@ void ThumbnailWorkers::dropBelow(const QString& folder) {
     };
     for (auto* queue : {&shared.firstSights, &shared.pictures, &shared.near})
         std::erase_if(*queue, isBelow);
-    const auto deadline = Clock::now() + patienceAtRelease;
-    for (bool isOpen = true; isOpen && Clock::now() < deadline;) {
+    for (bool isOpen = true; isOpen;) {
         isOpen = false;
         for (const auto& worker : shared.workers) {
             if (!worker->isBusy || !isBelow(worker->job))
@@ -280,6 +278,8 @@ void ThumbnailWorkers::dropBelow(const QString& folder) {
             worker->isWanted = false;
             worker->maker.cancel();
         }
+        if (isOpen && Clock::now() >= deadline)
+            return;
         if (isOpen)
             shared.progress.wait_for(lock, cancelInterval);
     }

@@ -38,8 +38,8 @@ class ThumbnailWorkers {
     static constexpr std::chrono::milliseconds patienceWithUnwanted{300};
     std::vector<ThumbnailAnswer> takeAnswers();
     /// Drops the work on files below `folder`; returns when none of them is open any more, at the latest
-    /// after 40 ms.
-    void dropBelow(const QString& folder);
+    /// at the deadline.
+    void dropBelow(const QString& folder, std::chrono::steady_clock::time_point deadline);
 
  private:
     struct Shared;

@@ -123,7 +123,7 @@ class PropertiesTest : public QObject {
             });
         };
         QTRY_VERIFY(isOpen());
-        DecodeThreads::releaseFilesBelow(folder);
+        DecodeThreads::releaseFilesBelow(folder, std::chrono::steady_clock::now() + 40ms);
         QTRY_VERIFY(!isOpen());
         for (const std::size_t dropped : {0, 1}) {
             QVERIFY(tasks[dropped]->waitFor(kPatience));
