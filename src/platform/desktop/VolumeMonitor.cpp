@@ -44,8 +44,9 @@ const Volume* findVolume(const QList<Volume>& volumes, const QString& path) {
 
 }  // namespace
 
-/// What GIO knows of the volumes, asked for on a thread of GLib's, as it greets several services of the
-/// desktop and waits for them. Its signals arrive on the main thread.
+/// What GIO knows of the volumes. Only its making is on a thread of GLib's, as it greets several services of
+/// the desktop and waits for them, 25 s for one that hangs. That thread has no context of its own, so that
+/// the monitor belongs to the main one: its signals arrive there, and nobody else uses it.
 struct VolumeMonitor::GioMonitor {
     explicit GioMonitor(VolumeMonitor& owner);
     ~GioMonitor();

@@ -179,7 +179,7 @@ Workspace::~Workspace() = default;
 
 ImageRef Workspace::iconForFile(const QString& path, FileKind kind) {
     const auto special = _d->folderIconNames.constFind(path);
-    if (special != _d->folderIconNames.constEnd() && kind != FileKind::notFolder)
+    if (special != _d->folderIconNames.constEnd())
         return _d->image(folderIcon(*special));
     if (path == u"/" || _d->isMountFolder(path))
         return _d->image({{removableVolumeName(path), QStringLiteral("drive-harddisk")}, volumeFallback});
