@@ -7,6 +7,7 @@
 #include "testing/BrowserPanes.h"
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <sys/stat.h>
@@ -19,6 +20,8 @@
 
 #include <functional>
 #include <map>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -33,13 +36,6 @@ Names namesIn(const QByteArray& folder) {
         });
     std::sort(names.begin(), names.end());
     return names;
-}
-
-void write(const QByteArray& path, const QByteArray& bytes) {
-    FILE* stream = std::fopen(path.constData(), "wb");
-    QVERIFY2(stream != nullptr, path.constData());
-    std::fwrite(bytes.constData(), 1, std::size_t(bytes.size()), stream);
-    std::fclose(stream);
 }
 
 QByteArray read(const QByteArray& path) {
@@ -83,175 +79,160 @@ class ImageRemovalTest : public QObject {
     }
     void cleanup() { MountSandbox::unmount(QFile::decodeName(_folder)); }
 
-    void removesAndRestores_data();
-    void removesAndRestores();
-    void faultsLeaveTheFile_data();
-    void faultsLeaveTheFile();
-    void undoNeverOverwrites();
-    void loadUnderWayKnowsWhatWent();
+    void removesAndRestores_data() {
+        QTest::addColumn<std::function<void(QByteArray)>>("make");
+        QTest::addColumn<Place>("place");
+        using Make = std::function<void(QByteArray)>;
+        const auto file = [](const QByteArray& name) {
+            return Make([name](const QByteArray& folder) { writeFile(folder + "/x" + name, "content"); });
+        };
+        const std::map<const char*, Make> makes{
+            {"a newline in its name", file("a\nPath=forged")},
+            {"a name that is not UTF-8", file("\xff\xe9.jpg")},
+            {"300 files",
+             [](const QByteArray& folder) {
+                 for (int i = 0; i < 300; ++i)
+                     writeFile(folder + "/x" + QByteArray::number(i), QByteArray::number(i));
+             }},
+            {"a folder",
+             [](const QByteArray& folder) {
+                 ::mkdir((folder + "/x").constData(), 0755);
+                 writeFile(folder + "/x/inside", "deep");
+             }},
+            {"a link to a file that stays, and one to nothing",
+             [](const QByteArray& folder) {
+                 QCOMPARE(::symlink("stays", (folder + "/x").constData()), 0);
+                 QCOMPARE(::symlink("/nowhere", (folder + "/x2").constData()), 0);
+             }},
+            {"another volume", [](const QByteArray& folder) {
+                 if (!MountSandbox::problem().isEmpty())
+                     QSKIP(qPrintable(MountSandbox::problem()));
+                 QVERIFY(MountSandbox::mountTmpfs(QFile::decodeName(folder)));
+                 writeFile(folder + "/stays", "stays");
+                 writeFile(folder + "/x", "content");
+             }}};
+        for (const auto& [name, make] : makes)
+            for (const auto& [where, place] :
+                 {std::pair("no row", Place::none), {"first row", Place::firstRow}, {"home", Place::home}})
+                QTest::addRow("%s, %s", name, where) << make << place;
+    }
+    void removesAndRestores() {
+        QFETCH(const std::function<void(QByteArray)>, make);
+        QFETCH(const Place, place);
+        fill({"stays"});
+        make(_folder);
+        const auto before = snapshot(_folder);
+        Window window;
+        if (place != Place::none) {
+            window.outline.selectRow(place == Place::home ? window.homeRow() : 0, false);
+            QTRY_VERIFY(!window.images->isLoading());
+        }
+        window.load(platform::pathFromBytes(_folder));
+        QCOMPARE(window.shown(), namesIn(_folder));
+        window.select([](const QByteArray& name) { return name.startsWith('x'); });
+
+        window.view.removeSelectedItems();
+        QCOMPARE(namesIn(_folder), Names{"stays"});
+        QCOMPARE(window.shown(), Names{"stays"});
+        QTRY_VERIFY(!window.images->isLoading());
+
+        window.load(platform::pathFromBytes(_folder));
+        window.images->undoRemoval();
+        QCOMPARE(snapshot(_folder), before);
+        QCOMPARE(window.shown(), namesIn(_folder));
+        QVERIFY(!window.images->canUndoRemoval());
+        QTRY_VERIFY(!window.images->isLoading());
+    }
+    void faultsLeaveTheFile_data() {
+        QTest::addColumn<std::function<void(QByteArray)>>("fault");
+        QTest::addColumn<Names>("left");
+        using Fault = std::function<void(QByteArray)>;
+        QTest::newRow("read-only volume") << Fault([](const QByteArray& folder) {
+            QVERIFY(MountSandbox::remountReadOnly(QFile::decodeName(folder)));
+        }) << Names{"a", "b", "x1", "x2"};
+        QTest::newRow("another user's folder")
+            << Fault([](const QByteArray&) { QCOMPARE(::seteuid(65534), 0); }) << Names{"a", "b", "x1", "x2"};
+        QTest::newRow("one already gone")
+            << Fault([](const QByteArray& folder) { QCOMPARE(::unlink((folder + "/x1").constData()), 0); })
+            << Names{"a", "b"};
+        QTest::newRow("one that the system keeps") << Fault([](const QByteArray& folder) {
+            QCOMPARE(QProcess::execute(u"chattr"_s, {u"+i"_s, QFile::decodeName(folder + "/x1")}), 0);
+        }) << Names{"a", "b", "x1"};
+    }
+    void faultsLeaveTheFile() {
+        if (!MountSandbox::problem().isEmpty())
+            QSKIP(qPrintable(MountSandbox::problem()));
+        QFETCH(const std::function<void(QByteArray)>, fault);
+        QFETCH(const Names, left);
+        QVERIFY(MountSandbox::mountExt4(QFile::decodeName(_folder), 8));
+        fill({"a", "b", "x1", "x2"});
+        Window window;
+        window.load(platform::pathFromBytes(_folder));
+        window.images->reloadWithPath(std::nullopt);
+        window.select([](const QByteArray& name) { return name.startsWith('x'); });
+        fault(_folder);
+        LogLines log;
+        window.view.removeSelectedItems();
+        QCOMPARE(::seteuid(0), 0);
+
+        QCOMPARE(log.taken().filter(u"was not moved to the trash"_s).size(), left.contains("x2") ? 2 : 1);
+        QCOMPARE(namesIn(_folder), left);
+        for (const QByteArray& name : left)
+            QCOMPARE(read(at(name)), "bytes of " + name);
+        Names shown = window.shown();
+        shown.removeAll("lost+found");
+        QCOMPARE(shown, left);
+        while (window.images->canUndoRemoval())
+            window.images->undoRemoval();
+    }
+    void undoNeverOverwrites() {
+        fill({"a", "b"});
+        Window window;
+        window.load(platform::pathFromBytes(_folder));
+        const Names trashBefore = namesIn(trashFiles());
+        window.view.selectAll();
+        window.view.removeSelectedItems();
+        writeFile(at("a"), "newer");
+        LogLines log;
+        window.images->undoRemoval();
+        QCOMPARE(log.taken().filter(u"stays in the trash"_s).size(), 1);
+        QCOMPARE(read(at("a")), QByteArray("newer"));
+        QCOMPARE(read(at("b")), QByteArray("bytes of b"));
+        QCOMPARE(window.shown(), Names{"b"});
+        QCOMPARE(namesIn(trashFiles()).size(), trashBefore.size() + 1);
+    }
+    void loadUnderWayKnowsWhatWent() {
+        fill({"a", "b", "c"});
+        Window window;
+        window.load(platform::pathFromBytes(_folder));
+        // The load has listed the folder, and waits for its merge.
+        window.images->reloadWithPath(platform::pathFromBytes(_folder));
+        while (window.images->numberFound() < 3)
+            QThread::yieldCurrentThread();
+        window.view.setSelectionIndexes({0}, false);
+        window.view.removeSelectedItems();
+        const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
+        QTRY_COMPARE(merges.size(), 1);
+        QCOMPARE(window.shown(), (Names{"b", "c"}));
+
+        window.images->reloadWithPath(platform::pathFromBytes(_folder));
+        while (window.images->numberFound() < 2)
+            QThread::yieldCurrentThread();
+        window.images->undoRemoval();
+        QTRY_COMPARE(merges.size(), 3);
+        QCOMPARE(window.shown(), (Names{"a", "b", "c"}));
+    }
 
  private:
     static QByteArray trashFiles() { return qgetenv("XDG_DATA_HOME") + "/Trash/files"; }
     QByteArray at(const QByteArray& name) const { return _folder + '/' + name; }
     void fill(const Names& names) {
         for (const QByteArray& name : names)
-            write(at(name), "bytes of " + name);
+            writeFile(at(name), "bytes of " + name);
     }
     QByteArray _folder;
     int _number = 0;
 };
-
-void ImageRemovalTest::removesAndRestores_data() {
-    QTest::addColumn<std::function<void(QByteArray)>>("make");
-    QTest::addColumn<Place>("place");
-    using Make = std::function<void(QByteArray)>;
-    const auto file = [](const QByteArray& name) {
-        return Make([name](const QByteArray& folder) { write(folder + "/x" + name, "content"); });
-    };
-    const std::map<const char*, Make> makes{
-        {"a newline in its name", file("a\nPath=forged")},
-        {"a name that is not UTF-8", file("\xff\xe9.jpg")},
-        {"300 files",
-         [](const QByteArray& folder) {
-             for (int i = 0; i < 300; ++i)
-                 write(folder + "/x" + QByteArray::number(i), QByteArray::number(i));
-         }},
-        {"a folder",
-         [](const QByteArray& folder) {
-             ::mkdir((folder + "/x").constData(), 0755);
-             write(folder + "/x/inside", "deep");
-         }},
-        {"a link to a file that stays, and one to nothing",
-         [](const QByteArray& folder) {
-             QCOMPARE(::symlink("stays", (folder + "/x").constData()), 0);
-             QCOMPARE(::symlink("/nowhere", (folder + "/x2").constData()), 0);
-         }},
-        {"another volume", [](const QByteArray& folder) {
-             if (!MountSandbox::problem().isEmpty())
-                 QSKIP(qPrintable(MountSandbox::problem()));
-             QVERIFY(MountSandbox::mountTmpfs(QFile::decodeName(folder)));
-             write(folder + "/stays", "stays");
-             write(folder + "/x", "content");
-         }}};
-    for (const auto& [name, make] : makes)
-        for (const auto& [where, place] :
-             {std::pair("no row", Place::none), {"first row", Place::firstRow}, {"home", Place::home}})
-            QTest::addRow("%s, %s", name, where) << make << place;
-}
-
-void ImageRemovalTest::removesAndRestores() {
-    QFETCH(const std::function<void(QByteArray)>, make);
-    QFETCH(const Place, place);
-    fill({"stays"});
-    make(_folder);
-    const auto before = snapshot(_folder);
-    Window window;
-    if (place != Place::none) {
-        window.outline.selectRow(place == Place::home ? window.homeRow() : 0, false);
-        QTRY_VERIFY(!window.images->isLoading());
-    }
-    window.load(platform::pathFromBytes(_folder));
-    QCOMPARE(window.shown(), namesIn(_folder));
-    window.select([](const QByteArray& name) { return name.startsWith('x'); });
-
-    window.view.removeSelectedItems();
-    QCOMPARE(namesIn(_folder), Names{"stays"});
-    QCOMPARE(window.shown(), Names{"stays"});
-    QTRY_VERIFY(!window.images->isLoading());
-
-    window.load(platform::pathFromBytes(_folder));
-    window.images->undoRemoval();
-    QCOMPARE(snapshot(_folder), before);
-    QCOMPARE(window.shown(), namesIn(_folder));
-    QVERIFY(!window.images->canUndoRemoval());
-    QTRY_VERIFY(!window.images->isLoading());
-}
-
-void ImageRemovalTest::faultsLeaveTheFile_data() {
-    QTest::addColumn<std::function<void(QByteArray)>>("fault");
-    QTest::addColumn<Names>("left");
-    using Fault = std::function<void(QByteArray)>;
-    QTest::newRow("read-only volume") << Fault([](const QByteArray& folder) {
-        QVERIFY(MountSandbox::remountReadOnly(QFile::decodeName(folder)));
-    }) << Names{"a", "b", "x1", "x2"};
-    QTest::newRow("another user's folder")
-        << Fault([](const QByteArray&) { QCOMPARE(::seteuid(65534), 0); }) << Names{"a", "b", "x1", "x2"};
-    QTest::newRow("one already gone")
-        << Fault([](const QByteArray& folder) { QCOMPARE(::unlink((folder + "/x1").constData()), 0); })
-        << Names{"a", "b"};
-    QTest::newRow("one that the system keeps") << Fault([](const QByteArray& folder) {
-        QCOMPARE(QProcess::execute(QStringLiteral("chattr"),
-                                   {QStringLiteral("+i"), QFile::decodeName(folder + "/x1")}),
-                 0);
-    }) << Names{"a", "b", "x1"};
-}
-
-void ImageRemovalTest::faultsLeaveTheFile() {
-    if (!MountSandbox::problem().isEmpty())
-        QSKIP(qPrintable(MountSandbox::problem()));
-    QFETCH(const std::function<void(QByteArray)>, fault);
-    QFETCH(const Names, left);
-    QVERIFY(MountSandbox::mountExt4(QFile::decodeName(_folder), 8));
-    fill({"a", "b", "x1", "x2"});
-    Window window;
-    window.load(platform::pathFromBytes(_folder));
-    window.images->reloadWithPath(std::nullopt);
-    window.select([](const QByteArray& name) { return name.startsWith('x'); });
-    fault(_folder);
-    LogLines log;
-    window.view.removeSelectedItems();
-    QCOMPARE(::seteuid(0), 0);
-
-    QCOMPARE(log.taken().filter(QStringLiteral("was not moved to the trash")).size(),
-             left.contains("x2") ? 2 : 1);
-    QCOMPARE(namesIn(_folder), left);
-    for (const QByteArray& name : left)
-        QCOMPARE(read(at(name)), "bytes of " + name);
-    Names shown = window.shown();
-    shown.removeAll("lost+found");
-    QCOMPARE(shown, left);
-    while (window.images->canUndoRemoval())
-        window.images->undoRemoval();
-}
-
-void ImageRemovalTest::undoNeverOverwrites() {
-    fill({"a", "b"});
-    Window window;
-    window.load(platform::pathFromBytes(_folder));
-    const Names trashBefore = namesIn(trashFiles());
-    window.view.selectAll();
-    window.view.removeSelectedItems();
-    write(at("a"), "newer");
-    LogLines log;
-    window.images->undoRemoval();
-    QCOMPARE(log.taken().filter(QStringLiteral("stays in the trash")).size(), 1);
-    QCOMPARE(read(at("a")), QByteArray("newer"));
-    QCOMPARE(read(at("b")), QByteArray("bytes of b"));
-    QCOMPARE(window.shown(), Names{"b"});
-    QCOMPARE(namesIn(trashFiles()).size(), trashBefore.size() + 1);
-}
-
-void ImageRemovalTest::loadUnderWayKnowsWhatWent() {
-    fill({"a", "b", "c"});
-    Window window;
-    window.load(platform::pathFromBytes(_folder));
-    // The load has listed the folder, and waits for its merge.
-    window.images->reloadWithPath(platform::pathFromBytes(_folder));
-    while (window.images->numberFound() < 3)
-        QThread::yieldCurrentThread();
-    window.view.setSelectionIndexes({0}, false);
-    window.view.removeSelectedItems();
-    const QSignalSpy merges(window.images.get(), &ImageBrowserDataSource::itemsChanged);
-    QTRY_COMPARE(merges.size(), 1);
-    QCOMPARE(window.shown(), (Names{"b", "c"}));
-
-    window.images->reloadWithPath(platform::pathFromBytes(_folder));
-    while (window.images->numberFound() < 2)
-        QThread::yieldCurrentThread();
-    window.images->undoRemoval();
-    QTRY_COMPARE(merges.size(), 3);
-    QCOMPARE(window.shown(), (Names{"a", "b", "c"}));
-}
 
 int main(int argc, char** argv) {
     MountSandbox::enter();

@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QFile>
 
+using namespace Qt::StringLiterals;
+
 void Journey::makePicture(const QString& path, const QColor& colour, QSize size) {
     QImage image(size, QImage::Format_RGB32);
     image.fill(colour);
@@ -11,20 +13,19 @@ void Journey::makePicture(const QString& path, const QColor& colour, QSize size)
 }
 
 QString Journey::makeFolder(const Desktop& desktop, const QString& name, int count, QSize size) {
-    const QString folder = desktop.folder(QStringLiteral("home/") + name);
+    const QString folder = desktop.folder(u"home/"_s + name);
     QDir().mkpath(folder);
     for (int i = 0; i < count; ++i)
-        makePicture(QStringLiteral("%1/%2.jpg").arg(folder).arg(i, 3, 10, QLatin1Char('0')), colourOf(i),
-                    size);
+        makePicture(u"%1/%2.jpg"_s.arg(folder).arg(i, 3, 10, QLatin1Char('0')), colourOf(i), size);
     return folder;
 }
 
 QString Journey::settingsFile(const Desktop& desktop) {
-    return desktop.folder(QStringLiteral("config/tavlin/tavlin.conf"));
+    return desktop.folder(u"config/tavlin/tavlin.conf"_s);
 }
 
 void Journey::writeSettings(const Desktop& desktop, const std::map<QString, QString>& settings) {
-    QDir().mkpath(desktop.folder(QStringLiteral("config/tavlin")));
+    QDir().mkpath(desktop.folder(u"config/tavlin"_s));
     QFile file(settingsFile(desktop));
     QVERIFY(file.open(QFile::WriteOnly));
     file.write("[PreferencesGlobals]\n");
@@ -34,16 +35,14 @@ void Journey::writeSettings(const Desktop& desktop, const std::map<QString, QStr
 
 std::map<QString, QRect> Journey::cells(const AccessibilityBus& bus) {
     std::map<QString, QRect> result;
-    for (const AccessibleObject& cell :
-         bus.children(bus.find(QStringLiteral("list"), QStringLiteral("Pictures"))))
+    for (const AccessibleObject& cell : bus.children(bus.find(u"list"_s, u"Pictures"_s)))
         if (cell.role == u"list item")
             result[cell.name] = cell.extents;
     return result;
 }
 
 QStringList Journey::titles(const AccessibilityBus& bus) {
-    return bus.names(bus.find(QStringLiteral("list"), QStringLiteral("Pictures")),
-                     QStringLiteral("list item"));
+    return bus.names(bus.find(u"list"_s, u"Pictures"_s), u"list item"_s);
 }
 
 bool Journey::shows(const QImage& screen, QRect cell, const QColor& colour) {
@@ -66,7 +65,7 @@ bool Journey::waitForThumbnails(const Desktop& desktop, const AccessibilityBus& 
             if (shown.empty())
                 return false;
             const QImage screen = desktop.screenshot();
-            const QRect grid = bus.find(QStringLiteral("list"), QStringLiteral("Pictures")).extents;
+            const QRect grid = bus.find(u"list"_s, u"Pictures"_s).extents;
             for (const auto& [title, cell] : shown)
                 if (grid.contains(cell) && !shows(screen, cell, colourOf(title.left(3).toInt())))
                     return false;

@@ -4,6 +4,7 @@
 #include "testing/Desktop.h"
 #include "testing/RunningProgram.h"
 
+#include <QGuiApplication>
 #include <QObject>
 #include <QTest>
 
@@ -34,3 +35,17 @@ class Journey : public QObject {
     static bool waitForThumbnails(const Desktop& desktop, const AccessibilityBus& bus,
                                   int milliseconds = 20000);
 };
+
+/// The desktop of a test function, which skips where none comes up.
+#define TAVLIN_DESKTOP(name)         \
+    const Desktop name;              \
+    if (!(name).problem().isEmpty()) \
+    QSKIP(qPrintable((name).problem()))
+
+/// The main function of a journey.
+#define TAVLIN_JOURNEY_MAIN(JourneyClass)          \
+    int main(int argc, char** argv) {              \
+        QGuiApplication application(argc, argv);   \
+        JourneyClass journey;                      \
+        return QTest::qExec(&journey, argc, argv); \
+    }

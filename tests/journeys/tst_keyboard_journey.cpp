@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
 #include "testing/PdfFile.h"
+#include "testing/TestFiles.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QGuiApplication>
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +14,63 @@ class KeyboardJourney : public Journey {
     Q_OBJECT
 
  private Q_SLOTS:
-    void goesTheMainRoad();
+    void goesTheMainRoad() {
+        qputenv("CUPS_SERVER", "/nonexistent/socket");
+        TAVLIN_DESKTOP(desktop);
+        const QString folder = makeFolder(desktop, u"chosen"_s, 2);
+        QDir(folder).mkdir(u"below"_s);
+        makePicture(folder + u"/below/002.jpg"_s, colourOf(2));
+        makeFolder(desktop, u"other"_s, 0);
+        setAge(folder + u"/000.jpg"_s, 300);
+        setAge(folder + u"/001.jpg"_s, 200);
+        setAge(folder + u"/below/002.jpg"_s, 100);
+        const QString scripts = desktop.folder(u"data/Tavlin/Scripts"_s);
+        QDir().mkpath(scripts);
+        writeFile(scripts + u"/0 keep.sh"_s,
+                  "# Keeps what it is given.\ntr -d '\\0' < \"$1\" > unfinished && mv unfinished kept\n");
+
+        const AccessibilityBus bus(desktop);
+        RunningProgram program(desktop, {desktop.folder(u"home"_s)});
+        for (const auto& part : {choosePictures, readAPicture, runAScript, changeEverySetting}) {
+            part(desktop, bus);
+            if (QTest::currentTestFailed())
+                return;
+        }
+
+        // Each is read anew by the next that asks.
+        desktop.key(u"F5"_s);
+        const QStringList newestFirst{u"002.jpg"_s, u"001.jpg"_s, u"000.jpg"_s};
+        QTRY_COMPARE(titles(bus).filter(u".jpg"_s), newestFirst);
+        QVERIFY(program.waitForLog(u"addImagesWithPaths:] (141): setAnimates to: 0"_s));
+        QVERIFY(program.waitForLog(u"addImagesWithPaths:] (154): recursively: 1"_s));
+        keys(desktop, {u"Tab"_s, u"End"_s, u"Return"_s});
+        QVERIFY(bus.find(u"text"_s, u"Metadata"_s).isValid());
+        desktop.key(u"ctrl+p"_s);
+        QVERIFY(bus.find(u"push button"_s, u"Print"_s).isValid());
+        desktop.key(u"Return"_s);
+        const PdfFile pdf(desktop.folder(u"home/000.pdf"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(pdf.numberOfPages(), 1, 20000);
+        QVERIFY(pdf.text().contains(u"General metadata:"_s) && pdf.text().contains(u"EXIF meta data:"_s));
+        QVERIFY(!pdf.text().contains(u"IPTC"_s));
+        QCOMPARE(program.terminate(), 0);
+
+        // The next run keeps all but what is printed beside the picture for one run.
+        RunningProgram next(desktop, {folder});
+        QTRY_COMPARE_WITH_TIMEOUT(titles(bus).filter(u".jpg"_s), newestFirst, 20000);
+        desktop.key(u"ctrl+comma"_s);
+        const auto isChecked = [&](const char* role, const char* name) {
+            return bus.is(bus.find(QString::fromLatin1(role), QString::fromUtf8(name)),
+                          AccessibleState::checked);
+        };
+        QTRY_VERIFY(isChecked("check box", "Write a debug log"));
+        QVERIFY(isChecked("check box", "Include pictures in subfolders"));
+        QVERIFY(isChecked("radio button", "Sort by modification date"));
+        QVERIFY(!isChecked("check box", "Animate changes"));
+        QVERIFY(!isChecked("check box", "IPTC metadata"));
+        QVERIFY(!isChecked("check box", "General properties (until Tavlin quits)"));
+        QVERIFY(!isChecked("check box", "EXIF metadata (until Tavlin quits)"));
+        QCOMPARE(next.terminate(), 0);
+    }
 
  private:
     static void keys(const Desktop& desktop, const QStringList& names) {
@@ -27,136 +83,62 @@ class KeyboardJourney : public Journey {
         QVERIFY(
             file.setFileTime(QDateTime::currentDateTime().addSecs(-seconds), QFile::FileModificationTime));
     }
-    static void choosePictures(const Desktop& desktop, const AccessibilityBus& bus);
-    static void readAPicture(const Desktop& desktop, const AccessibilityBus& bus);
-    static void runAScript(const Desktop& desktop, const AccessibilityBus& bus);
-    static void changeEverySetting(const Desktop& desktop, const AccessibilityBus& bus);
+    /// By the outline, then with the arrow keys.
+    static void choosePictures(const Desktop& desktop, const AccessibilityBus& bus) {
+        const auto focused = [&](const char* role, const char* name) {
+            const auto object = bus.find(QString::fromLatin1(role), QString::fromLatin1(name));
+            return bus.is(object, AccessibleState::focused);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(focused("list", "Pictures"), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(titles(bus), (QStringList{u"chosen"_s, u"other"_s}), 20000);
+        keys(desktop, {u"Tab"_s, u"Tab"_s});
+        QTRY_VERIFY(focused("tree", "Folders"));
+        keys(desktop, {u"Right"_s, u"Down"_s, u"Down"_s});
+        QTRY_COMPARE(bus.description(bus.find(u"list"_s, u"Pictures"_s)), u"This folder is empty"_s);
+        desktop.key(u"Up"_s);
+        QTRY_COMPARE(titles(bus), (QStringList{u"000.jpg"_s, u"001.jpg"_s, u"below"_s}));
+        keys(desktop, {u"shift+Tab"_s, u"shift+Tab"_s, u"Home"_s, u"shift+Right"_s});
+        QVERIFY(bus.find(u"label"_s, u"2 of 3 selected"_s).isValid());
+        const auto second = bus.find(u"list item"_s, u"001.jpg"_s);
+        QVERIFY(bus.is(second, AccessibleState::focused) && bus.is(second, AccessibleState::selected));
+        QCOMPARE(bus.description(second), u"2 of 3"_s);
+    }
+    static void readAPicture(const Desktop& desktop, const AccessibilityBus& bus) {
+        keys(desktop, {u"Home"_s, u"Return"_s});
+        const auto metadata = bus.find(u"text"_s, u"Metadata"_s);
+        QTRY_VERIFY(bus.text(metadata).contains(u"PixelWidth:"_s));
+        QVERIFY(bus.text(metadata).contains(u"640"_s));
+        QTRY_VERIFY(bus.is(bus.find(u"graphic"_s, u"Picture"_s), AccessibleState::focused));
+        desktop.key(u"Tab"_s);
+        QTRY_VERIFY(bus.is(metadata, AccessibleState::focused));
+        desktop.key(u"Escape"_s);
+        QTRY_VERIFY(!bus.find(u"text"_s, u"Metadata"_s, 1).isValid());
+    }
+    static void runAScript(const Desktop& desktop, const AccessibilityBus& bus) {
+        const auto script = bus.find(u"cell"_s, u"0 keep.sh"_s);
+        keys(desktop, {u"shift+Tab"_s, u"Home"_s, u"Return"_s});
+        QFile kept(desktop.folder(u"data/Tavlin/Scripts/kept"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(kept.exists(), 20000);
+        QVERIFY(kept.open(QFile::ReadOnly));
+        QVERIFY(kept.readAll().contains("000.jpg"));
+        QVERIFY(bus.is(script, AccessibleState::focused));
+    }
+    static void changeEverySetting(const Desktop& desktop, const AccessibilityBus& bus) {
+        const auto preferences = bus.find(u"menu item"_s, u"Preferences…"_s);
+        QVERIFY(bus.is(preferences, AccessibleState::enabled));
+        desktop.key(u"ctrl+comma"_s);
+        const auto log = bus.find(u"check box"_s, u"Write a debug log"_s);
+        QVERIFY(bus.find(u"dialog"_s, u"Preferences"_s).isValid());
+        QTRY_VERIFY(!bus.is(preferences, AccessibleState::enabled));
+        // From the first control on, in their order.
+        QTRY_VERIFY(bus.is(bus.find(u"radio button"_s, u"Sort by name"_s), AccessibleState::focused));
+        keys(desktop, {u"Down"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"Down"_s, u"Tab"_s,
+                       u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s});
+        QTRY_VERIFY(bus.is(log, AccessibleState::checked));
+        desktop.key(u"Escape"_s);
+        QTRY_VERIFY(bus.is(preferences, AccessibleState::enabled));
+    }
 };
 
-/// By the outline, then with the arrow keys.
-void KeyboardJourney::choosePictures(const Desktop& desktop, const AccessibilityBus& bus) {
-    const auto focused = [&](const char* role, const char* name) {
-        const auto object = bus.find(QString::fromLatin1(role), QString::fromLatin1(name));
-        return bus.is(object, AccessibleState::focused);
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(focused("list", "Pictures"), 20000);
-    QTRY_COMPARE_WITH_TIMEOUT(titles(bus), (QStringList{u"chosen"_s, u"other"_s}), 20000);
-    keys(desktop, {u"Tab"_s, u"Tab"_s});
-    QTRY_VERIFY(focused("tree", "Folders"));
-    keys(desktop, {u"Right"_s, u"Down"_s, u"Down"_s});
-    QTRY_COMPARE(bus.description(bus.find(u"list"_s, u"Pictures"_s)), u"This folder is empty"_s);
-    desktop.key(u"Up"_s);
-    QTRY_COMPARE(titles(bus), (QStringList{u"000.jpg"_s, u"001.jpg"_s, u"below"_s}));
-    keys(desktop, {u"shift+Tab"_s, u"shift+Tab"_s, u"Home"_s, u"shift+Right"_s});
-    QVERIFY(bus.find(u"label"_s, u"2 of 3 selected"_s).isValid());
-    const auto second = bus.find(u"list item"_s, u"001.jpg"_s);
-    QVERIFY(bus.is(second, AccessibleState::focused) && bus.is(second, AccessibleState::selected));
-    QCOMPARE(bus.description(second), u"2 of 3"_s);
-}
-
-void KeyboardJourney::readAPicture(const Desktop& desktop, const AccessibilityBus& bus) {
-    keys(desktop, {u"Home"_s, u"Return"_s});
-    const auto metadata = bus.find(u"text"_s, u"Metadata"_s);
-    QTRY_VERIFY(bus.text(metadata).contains(u"PixelWidth:"_s));
-    QVERIFY(bus.text(metadata).contains(u"640"_s));
-    QTRY_VERIFY(bus.is(bus.find(u"graphic"_s, u"Picture"_s), AccessibleState::focused));
-    desktop.key(u"Tab"_s);
-    QTRY_VERIFY(bus.is(metadata, AccessibleState::focused));
-    desktop.key(u"Escape"_s);
-    QTRY_VERIFY(!bus.find(u"text"_s, u"Metadata"_s, 1).isValid());
-}
-
-void KeyboardJourney::runAScript(const Desktop& desktop, const AccessibilityBus& bus) {
-    const auto script = bus.find(u"cell"_s, u"0 keep.sh"_s);
-    keys(desktop, {u"shift+Tab"_s, u"Home"_s, u"Return"_s});
-    QFile kept(desktop.folder(u"data/Tavlin/Scripts/kept"_s));
-    QTRY_VERIFY_WITH_TIMEOUT(kept.exists(), 20000);
-    QVERIFY(kept.open(QFile::ReadOnly));
-    QVERIFY(kept.readAll().contains("000.jpg"));
-    QVERIFY(bus.is(script, AccessibleState::focused));
-}
-
-void KeyboardJourney::changeEverySetting(const Desktop& desktop, const AccessibilityBus& bus) {
-    const auto preferences = bus.find(u"menu item"_s, u"Preferences…"_s);
-    QVERIFY(bus.is(preferences, AccessibleState::enabled));
-    desktop.key(u"ctrl+comma"_s);
-    const auto log = bus.find(u"check box"_s, u"Write a debug log"_s);
-    QVERIFY(bus.find(u"dialog"_s, u"Preferences"_s).isValid());
-    QTRY_VERIFY(!bus.is(preferences, AccessibleState::enabled));
-    // From the first control on, in their order.
-    QTRY_VERIFY(bus.is(bus.find(u"radio button"_s, u"Sort by name"_s), AccessibleState::focused));
-    keys(desktop, {u"Down"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"Down"_s, u"Tab"_s,
-                   u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s, u"Tab"_s, u"space"_s});
-    QTRY_VERIFY(bus.is(log, AccessibleState::checked));
-    desktop.key(u"Escape"_s);
-    QTRY_VERIFY(bus.is(preferences, AccessibleState::enabled));
-}
-
-void KeyboardJourney::goesTheMainRoad() {
-    qputenv("CUPS_SERVER", "/nonexistent/socket");
-    const Desktop desktop;
-    if (!desktop.problem().isEmpty())
-        QSKIP(qPrintable(desktop.problem()));
-    const QString folder = makeFolder(desktop, u"chosen"_s, 2);
-    QDir(folder).mkdir(u"below"_s);
-    makePicture(folder + u"/below/002.jpg"_s, colourOf(2));
-    makeFolder(desktop, u"other"_s, 0);
-    setAge(folder + u"/000.jpg"_s, 300);
-    setAge(folder + u"/001.jpg"_s, 200);
-    setAge(folder + u"/below/002.jpg"_s, 100);
-    const QString scripts = desktop.folder(u"data/Tavlin/Scripts"_s);
-    QDir().mkpath(scripts);
-    QFile script(scripts + u"/0 keep.sh"_s);
-    QVERIFY(script.open(QFile::WriteOnly));
-    script.write("# Keeps what it is given.\ntr -d '\\0' < \"$1\" > unfinished && mv unfinished kept\n");
-    script.close();
-
-    const AccessibilityBus bus(desktop);
-    RunningProgram program(desktop, {desktop.folder(u"home"_s)});
-    for (const auto& part : {choosePictures, readAPicture, runAScript, changeEverySetting}) {
-        part(desktop, bus);
-        if (QTest::currentTestFailed())
-            return;
-    }
-
-    // Each is read anew by the next that asks.
-    desktop.key(u"F5"_s);
-    const QStringList newestFirst{u"002.jpg"_s, u"001.jpg"_s, u"000.jpg"_s};
-    QTRY_COMPARE(titles(bus).filter(u".jpg"_s), newestFirst);
-    QVERIFY(program.waitForLog(u"addImagesWithPaths:] (141): setAnimates to: 0"_s));
-    QVERIFY(program.waitForLog(u"addImagesWithPaths:] (154): recursively: 1"_s));
-    keys(desktop, {u"Tab"_s, u"End"_s, u"Return"_s});
-    QVERIFY(bus.find(u"text"_s, u"Metadata"_s).isValid());
-    desktop.key(u"ctrl+p"_s);
-    QVERIFY(bus.find(u"push button"_s, u"Print"_s).isValid());
-    desktop.key(u"Return"_s);
-    const PdfFile pdf(desktop.folder(u"home/000.pdf"_s));
-    QTRY_COMPARE_WITH_TIMEOUT(pdf.numberOfPages(), 1, 20000);
-    QVERIFY(pdf.text().contains(u"General metadata:"_s) && pdf.text().contains(u"EXIF meta data:"_s));
-    QVERIFY(!pdf.text().contains(u"IPTC"_s));
-    QCOMPARE(program.terminate(), 0);
-
-    // The next run keeps all but what is printed beside the picture for one run.
-    RunningProgram next(desktop, {folder});
-    QTRY_COMPARE_WITH_TIMEOUT(titles(bus).filter(u".jpg"_s), newestFirst, 20000);
-    desktop.key(u"ctrl+comma"_s);
-    const auto isChecked = [&](const char* role, const char* name) {
-        return bus.is(bus.find(QString::fromLatin1(role), QString::fromUtf8(name)), AccessibleState::checked);
-    };
-    QTRY_VERIFY(isChecked("check box", "Write a debug log"));
-    QVERIFY(isChecked("check box", "Include pictures in subfolders"));
-    QVERIFY(isChecked("radio button", "Sort by modification date"));
-    QVERIFY(!isChecked("check box", "Animate changes"));
-    QVERIFY(!isChecked("check box", "IPTC metadata"));
-    QVERIFY(!isChecked("check box", "General properties (until Tavlin quits)"));
-    QVERIFY(!isChecked("check box", "EXIF metadata (until Tavlin quits)"));
-    QCOMPARE(next.terminate(), 0);
-}
-
-int main(int argc, char** argv) {
-    QGuiApplication application(argc, argv);
-    KeyboardJourney journey;
-    return QTest::qExec(&journey, argc, argv);
-}
-
+TAVLIN_JOURNEY_MAIN(KeyboardJourney)
 #include "tst_keyboard_journey.moc"

@@ -2,7 +2,6 @@
 #include "journeys/Journey.h"
 
 #include <QDir>
-#include <QGuiApplication>
 #include <QSettings>
 
 using namespace Qt::StringLiterals;
@@ -16,9 +15,7 @@ class PreferencesJourney : public Journey {
 };
 
 void PreferencesJourney::changesHoldAtOnceAndByTheirRules() {
-    const Desktop desktop;
-    if (!desktop.problem().isEmpty())
-        QSKIP(qPrintable(desktop.problem()));
+    TAVLIN_DESKTOP(desktop);
     const QString folder = makeFolder(desktop, u"nested"_s, 2);
     QDir(folder).mkdir(u"below"_s);
     makePicture(folder + u"/below/002.jpg"_s, colourOf(2));
@@ -109,10 +106,5 @@ void PreferencesJourney::changesHoldAtOnceAndByTheirRules() {
         QCOMPARE(setting(key), value);
 }
 
-int main(int argc, char** argv) {
-    QGuiApplication application(argc, argv);
-    PreferencesJourney journey;
-    return QTest::qExec(&journey, argc, argv);
-}
-
+TAVLIN_JOURNEY_MAIN(PreferencesJourney)
 #include "tst_preferences_journey.moc"

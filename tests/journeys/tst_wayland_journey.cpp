@@ -2,7 +2,6 @@
 #include "journeys/Journey.h"
 
 #include <QFile>
-#include <QGuiApplication>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;
@@ -18,9 +17,7 @@ class WaylandJourney : public Journey {
 void WaylandJourney::startsAndShows() {
     if (QStandardPaths::findExecutable(u"weston"_s).isEmpty())
         QSKIP("no Wayland compositor (weston)");
-    const Desktop desktop;
-    if (!desktop.problem().isEmpty())
-        QSKIP(qPrintable(desktop.problem()));
+    TAVLIN_DESKTOP(desktop);
     const QString folder = makeFolder(desktop, u"pictures"_s, 3);
     const QString socket = desktop.folder(u"run/wayland-test"_s);
     QProcess compositor;
@@ -51,10 +48,5 @@ void WaylandJourney::startsAndShows() {
     QVERIFY(compositor.waitForFinished(20000));
 }
 
-int main(int argc, char** argv) {
-    QGuiApplication application(argc, argv);
-    WaylandJourney journey;
-    return QTest::qExec(&journey, argc, argv);
-}
-
+TAVLIN_JOURNEY_MAIN(WaylandJourney)
 #include "tst_wayland_journey.moc"

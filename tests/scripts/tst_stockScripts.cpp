@@ -14,6 +14,8 @@
 
 #include <sys/stat.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QByteArray output(const QString& program, const QStringList& arguments) {
@@ -39,7 +41,10 @@ class StockScriptsTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init();
+    void init() {
+        _folder = qEnvironmentVariable("HOME") + u"/a \"b\" $c%1"_s.arg(++_number);
+        QDir().mkpath(_folder);
+    }
     void nothingSelectedDoesNothing_data();
     void nothingSelectedDoesNothing();
     void copiesIntoDatedFolder();
@@ -61,11 +66,6 @@ class StockScriptsTest : public QObject {
     int _number = 0;
 };
 
-void StockScriptsTest::init() {
-    _folder = qEnvironmentVariable("HOME") + QStringLiteral("/a \"b\" $c%1").arg(++_number);
-    QDir().mkpath(_folder);
-}
-
 /// A JPEG whose four quarters tell its orientation, tagged by exiftool.
 QString StockScriptsTest::make(const QString& name, QSize size, const QStringList& tags) {
     QImage image(size, QImage::Format_RGB32);
@@ -75,15 +75,13 @@ QString StockScriptsTest::make(const QString& name, QSize size, const QStringLis
                 x, y, QColor(x < size.width() / 2 ? 40 : 220, y < size.height() / 2 ? 40 : 220, 128));
     image.save(in(name), "JPEG", 95);
     if (!tags.isEmpty())
-        output(QStringLiteral("exiftool"),
-               tags + QStringList{QStringLiteral("-q"), QStringLiteral("-n"),
-                                  QStringLiteral("-overwrite_original"), in(name)});
+        output(u"exiftool"_s, tags + QStringList{u"-q"_s, u"-n"_s, u"-overwrite_original"_s, in(name)});
     return in(name);
 }
 
 int StockScriptsTest::run(const char* script, const QStringList& paths) {
     const QString content = paths.isEmpty() ? QString() : paths.join(u'\n') + u'\n';
-    const QString parameter = createTempFileWithContentString(content, QStringLiteral("paths"));
+    const QString parameter = createTempFileWithContentString(content, u"paths"_s);
     const int status = runScriptWithParameter(
         QStringLiteral(TAVLIN_BUILD_DIR "/share/tavlin/") + QString::fromLatin1(script), parameter);
     deleteFileAtPath(parameter);
@@ -92,8 +90,8 @@ int StockScriptsTest::run(const char* script, const QStringList& paths) {
 
 void StockScriptsTest::nothingSelectedDoesNothing_data() {
     QTest::addColumn<QByteArray>("script");
-    for (const QString& name : QDir(QStringLiteral(TAVLIN_BUILD_DIR "/share/tavlin"))
-                                   .entryList({QStringLiteral("*.sh"), QStringLiteral("*.py")}))
+    for (const QString& name :
+         QDir(QStringLiteral(TAVLIN_BUILD_DIR "/share/tavlin")).entryList({u"*.sh"_s, u"*.py"_s}))
         QTest::newRow(qPrintable(name)) << name.toLatin1();
 }
 
@@ -106,40 +104,37 @@ void StockScriptsTest::nothingSelectedDoesNothing() {
 }
 
 void StockScriptsTest::copiesIntoDatedFolder() {
-    QDir(_folder).mkdir(QStringLiteral("other"));
-    const QStringList paths{make(QStringLiteral("a 'x'.jpg")),
-                            make(QStringLiteral("other/a 'x'.jpg"), QSize(32, 32)),
-                            make(QStringLiteral("new\nline.jpg"))};
+    QDir(_folder).mkdir(u"other"_s);
+    const QStringList paths{make(u"a 'x'.jpg"_s), make(u"other/a 'x'.jpg"_s, QSize(32, 32)),
+                            make(u"new\nline.jpg"_s)};
     QCOMPARE(run("Copy to a new dated folder.sh", paths), 0);
     QCOMPARE(run("Copy to a new dated folder.sh", paths), 0);
-    for (const QString& folder : {today(), today() + QStringLiteral(" 2")}) {
+    for (const QString& folder : {today(), today() + u" 2"_s}) {
         QCOMPARE(
             QDir(in(folder)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name),
-            (QStringList{QStringLiteral("a 'x' 2.jpg"), QStringLiteral("a 'x'.jpg"),
-                         QStringLiteral("new\nline.jpg")}));
-        QCOMPARE(QImageReader(in(folder) + QStringLiteral("/a 'x' 2.jpg")).size(), QSize(32, 32));
+            (QStringList{u"a 'x' 2.jpg"_s, u"a 'x'.jpg"_s, u"new\nline.jpg"_s}));
+        QCOMPARE(QImageReader(in(folder) + u"/a 'x' 2.jpg"_s).size(), QSize(32, 32));
     }
 }
 
 void StockScriptsTest::resizes() {
     if (lacks("vipsthumbnail") || lacks("exiftool"))
         QSKIP("vipsthumbnail (libvips-tools) or exiftool is missing");
-    const QStringList tags{QStringLiteral("-Orientation=6"), QStringLiteral("-Artist=Ada")};
-    const QStringList paths{make(QStringLiteral("large [page=1].jpg"), QSize(2000, 1000), tags),
-                            make(QStringLiteral("small.jpg"), QSize(64, 48))};
+    const QStringList tags{u"-Orientation=6"_s, u"-Artist=Ada"_s};
+    const QStringList paths{make(u"large [page=1].jpg"_s, QSize(2000, 1000), tags),
+                            make(u"small.jpg"_s, QSize(64, 48))};
     QCOMPARE(run("Resize to 1600 pixels.sh", paths), 0);
-    QCOMPARE(QImageReader(in(QStringLiteral("large [page=1] (1600).jpg"))).size(), QSize(800, 1600));
-    QCOMPARE(QImageReader(in(QStringLiteral("small (1600).jpg"))).size(), QSize(64, 48));
-    QImageReader upright(in(QStringLiteral("large [page=1] (1600).jpg")));
+    QCOMPARE(QImageReader(in(u"large [page=1] (1600).jpg"_s)).size(), QSize(800, 1600));
+    QCOMPARE(QImageReader(in(u"small (1600).jpg"_s)).size(), QSize(64, 48));
+    QImageReader upright(in(u"large [page=1] (1600).jpg"_s));
     QCOMPARE(upright.transformation(), QImageIOHandler::TransformationNone);
     // The left column of the turned picture was its bottom row: dark at the top.
     QVERIFY(qRed(upright.read().pixel(10, 10)) < 80);
-    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-s3"), QStringLiteral("-Artist"),
-                                                 in(QStringLiteral("large [page=1] (1600).jpg"))}),
+    QCOMPARE(output(u"exiftool"_s, {u"-s3"_s, u"-Artist"_s, in(u"large [page=1] (1600).jpg"_s)}),
              QByteArray("Ada"));
     // Again: nothing is overwritten.
     QCOMPARE(run("Resize to 1600 pixels.sh", paths), 0);
-    QVERIFY(files().contains(QStringLiteral("small (1600) 2.jpg")));
+    QVERIFY(files().contains(u"small (1600) 2.jpg"_s));
 }
 
 void StockScriptsTest::rotatesWithoutLoss_data() {
@@ -154,10 +149,10 @@ void StockScriptsTest::rotatesWithoutLoss() {
     QFETCH(const int, orientation);
     QStringList tags;
     if (orientation > 0)
-        tags = {QStringLiteral("-Orientation=%1").arg(orientation), QStringLiteral("-Artist=Ada")};
-    const QString path = make(QStringLiteral("p.jpg"), QSize(64, 48), tags);
+        tags = {u"-Orientation=%1"_s.arg(orientation), u"-Artist=Ada"_s};
+    const QString path = make(u"p.jpg"_s, QSize(64, 48), tags);
     QCOMPARE(run("Rotate left.sh", {path}), 0);
-    const QString turnedLeft = in(QStringLiteral("p (turned left).jpg"));
+    const QString turnedLeft = in(u"p (turned left).jpg"_s);
 
     QImageReader original(path);
     original.setAutoTransform(true);
@@ -172,63 +167,59 @@ void StockScriptsTest::rotatesWithoutLoss() {
                 qAbs(qGreen(turned.pixel(corner)) - qGreen(expected.pixel(corner))) < 8);
     // There and back again: the very same pixels.
     QCOMPARE(run("Rotate right.sh", {turnedLeft}), 0);
-    QCOMPARE(run("Rotate left.sh", {in(QStringLiteral("p (turned left) (turned right).jpg"))}), 0);
-    QCOMPARE(QImage(in(QStringLiteral("p (turned left) (turned right) (turned left).jpg"))), turned);
+    QCOMPARE(run("Rotate left.sh", {in(u"p (turned left) (turned right).jpg"_s)}), 0);
+    QCOMPARE(QImage(in(u"p (turned left) (turned right) (turned left).jpg"_s)), turned);
 }
 
 void StockScriptsTest::makesContactSheet() {
-    if (output(QStringLiteral("/usr/bin/python3"),
-               {QStringLiteral("-c"), QStringLiteral("import PIL; print(1)")}) != "1")
+    if (output(u"/usr/bin/python3"_s, {u"-c"_s, u"import PIL; print(1)"_s}) != "1")
         QSKIP("Pillow (python3-pil) is missing");
     QStringList paths;
     for (int i = 0; i < 21; ++i)
-        paths += make(QStringLiteral("ü%1.jpg").arg(i));
+        paths += make(u"ü%1.jpg"_s.arg(i));
     QCOMPARE(run("Contact sheet.py", paths), 0);
-    QFile pdf(in(QStringLiteral("Contact sheet ") + today() + QStringLiteral(".pdf")));
+    QFile pdf(in(u"Contact sheet "_s + today() + u".pdf"_s));
     QVERIFY(pdf.open(QFile::ReadOnly));
     const QByteArray bytes = pdf.readAll();
     QVERIFY(bytes.startsWith("%PDF-"));
     QVERIFY(bytes.contains("/Count 2"));
     // A broken one among them is said and does not stop the others.
-    QFile broken(in(QStringLiteral("broken.jpg")));
+    QFile broken(in(u"broken.jpg"_s));
     QVERIFY(broken.open(QFile::WriteOnly));
     QCOMPARE(run("Contact sheet.py", {broken.fileName(), paths[0]}), 1);
-    QVERIFY(files().contains(QStringLiteral("Contact sheet ") + today() + QStringLiteral(" 2.pdf")));
+    QVERIFY(files().contains(u"Contact sheet "_s + today() + u" 2.pdf"_s));
 }
 
 void StockScriptsTest::stripsLocation() {
     if (lacks("exiftool"))
         QSKIP("exiftool (libimage-exiftool-perl) is missing");
-    const QString located = make(QStringLiteral("here.jpg"), QSize(64, 48),
-                                 {QStringLiteral("-GPSLatitude=48.1"), QStringLiteral("-GPSLatitudeRef=N"),
-                                  QStringLiteral("-XMP:GPSLongitude=11.5"), QStringLiteral("-Artist=Ada")});
-    const QString elsewhere = make(QStringLiteral("nowhere.jpg"));
+    const QString located =
+        make(u"here.jpg"_s, QSize(64, 48),
+             {u"-GPSLatitude=48.1"_s, u"-GPSLatitudeRef=N"_s, u"-XMP:GPSLongitude=11.5"_s, u"-Artist=Ada"_s});
+    const QString elsewhere = make(u"nowhere.jpg"_s);
     QCOMPARE(run("Strip location data.sh", {located, elsewhere}), 0);
-    const QString copy = in(QStringLiteral("here (no location).jpg"));
-    QVERIFY(!output(QStringLiteral("exiftool"), {QStringLiteral("-gps*"), located}).isEmpty());
-    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-gps*"), copy}), QByteArray());
-    QCOMPARE(output(QStringLiteral("exiftool"), {QStringLiteral("-s3"), QStringLiteral("-Artist"), copy}),
-             QByteArray("Ada"));
+    const QString copy = in(u"here (no location).jpg"_s);
+    QVERIFY(!output(u"exiftool"_s, {u"-gps*"_s, located}).isEmpty());
+    QCOMPARE(output(u"exiftool"_s, {u"-gps*"_s, copy}), QByteArray());
+    QCOMPARE(output(u"exiftool"_s, {u"-s3"_s, u"-Artist"_s, copy}), QByteArray("Ada"));
     QCOMPARE(QImage(copy), QImage(located));
-    QVERIFY(files().contains(QStringLiteral("nowhere (no location).jpg")));
+    QVERIFY(files().contains(u"nowhere (no location).jpg"_s));
 }
 
 void StockScriptsTest::makesZip() {
-    QDir(_folder).mkpath(QStringLiteral("album/deep"));
-    const QStringList paths{make(QStringLiteral("a.jpg")), make(QStringLiteral("album/a.jpg")),
-                            in(QStringLiteral("album"))};
-    make(QStringLiteral("album/deep/b.jpg"));
+    QDir(_folder).mkpath(u"album/deep"_s);
+    const QStringList paths{make(u"a.jpg"_s), make(u"album/a.jpg"_s), in(u"album"_s)};
+    make(u"album/deep/b.jpg"_s);
     QCOMPARE(run("Make a ZIP.py", paths), 0);
-    const QString archive = in(QStringLiteral("Pictures ") + today() + QStringLiteral(".zip"));
-    const QByteArray names =
-        output(QStringLiteral("/usr/bin/python3"),
-               {QStringLiteral("-c"),
-                QStringLiteral("import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
-                               "assert z.testzip() is None; print(sorted(z.namelist()))"),
-                archive});
+    const QString archive = in(u"Pictures "_s + today() + u".zip"_s);
+    const QByteArray names = output(
+        u"/usr/bin/python3"_s, {u"-c"_s,
+                                QStringLiteral("import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); "
+                                               "assert z.testzip() is None; print(sorted(z.namelist()))"),
+                                archive});
     QCOMPARE(names, QByteArray("['a 2.jpg', 'a.jpg', 'album/a.jpg', 'album/deep/b.jpg']"));
     QCOMPARE(run("Make a ZIP.py", paths), 0);
-    QVERIFY(files().contains(QStringLiteral("Pictures ") + today() + QStringLiteral(" 2.zip")));
+    QVERIFY(files().contains(u"Pictures "_s + today() + u" 2.zip"_s));
 }
 
 int main(int argc, char** argv) {
