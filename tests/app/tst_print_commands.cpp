@@ -144,7 +144,7 @@ class PrintCommandsTest : public QObject {
         Q_EMIT window().findChild<QPrintDialog*>()->finished(QDialog::Accepted);
         QTRY_COMPARE(PdfFile(_paper).numberOfPages(), 1);
         QVERIFY(PdfFile(_paper).text().contains(u"General metadata:"_s));
-        QCOMPARE(messages(log).filter(u"-[ImageW"_s),
+        QCOMPARE(messages(log).filter(u"-[ImageWindow "_s),
                  QStringList({u"-[ImageWindow dataWithEPSInsideRect:]: Yo!"_s,
                               u"-[ImageWindow dataWithPDFInsideRect:]: Yo!"_s,
                               u"-[ImageWindow frame]: Narf!"_s, u"-[ImageWindow print:]: Yo!"_s}));
