@@ -3,7 +3,7 @@
 // and statx over the same tree, in turns; what the main thread is held up by meanwhile (its own processor
 // time between two turns of its event loop); the memory of the items.
 //
-// With a file's name as argument it also draws the cost per entry against the folder's size there (SVG).
+// With a file's name as argument it draws the cost per entry against the folder's size there instead (SVG).
 #include "bench/Figures.h"
 #include "bench/PlotOfCost.h"
 #include "images/ImageBrowserDataSource.h"
@@ -233,6 +233,10 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     appGlobals = PreferencesDictionary::dictionary();
     appGlobals->plausibilitaetsTest();
+    if (argc > 1) {
+        drawPlot(argv[1]);
+        return EXIT_SUCCESS;
+    }
     bench::Figures figures;
     const int many = bench::isShort() ? 100'000 : 1'000'000;
     {
@@ -257,7 +261,5 @@ int main(int argc, char** argv) {
                       2.5);
         appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
     }
-    if (argc > 1)
-        drawPlot(argv[1]);
     return figures.exitStatus();
 }
