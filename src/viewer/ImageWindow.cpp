@@ -14,14 +14,15 @@
 #include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
+#include <QStyle>
 
 #include <utility>
 
 namespace {
 
 constexpr QSize firstSize(1280, 800);  // points
-constexpr int columnsOfText = 54;      // characters: the keys' column and a usual value
-constexpr double largestShare = 0.3;   // of the window that the text takes at first
+constexpr int columnsOfText = 53;      // characters: the keys' column and a date with its time
+constexpr double largestShare = 0.36;  // of the window that the text takes at first
 constexpr qreal textSize = 9;          // points
 constexpr int textMargin = 10;
 
@@ -51,9 +52,9 @@ ImageWindow::ImageWindow(ImageWindowController& windowController)
     const QSize size =
         screen() == nullptr ? firstSize : firstSize.boundedTo(screen()->availableSize() * 9 / 10);
     resize(size);
-    const int textWidth =
-        qMin(QFontMetrics(font).horizontalAdvance(QString(columnsOfText, u'0')) + 2 * textMargin,
-             int(size.width() * largestShare));
+    const int textWidth = qMin(QFontMetrics(font).horizontalAdvance(QString(columnsOfText, u'0')) +
+                                   2 * textMargin + style()->pixelMetric(QStyle::PM_ScrollBarExtent),
+                               int(size.width() * largestShare));
     _ui->_splitView->setStretchFactor(0, 1);
     _ui->_splitView->setStretchFactor(1, 0);
     setTextWidth(textWidth);
