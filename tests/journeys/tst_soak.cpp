@@ -452,8 +452,7 @@ void Soak::staysAsItWas() {
     ProcessFigures bound = begun;
     bound.descriptors += mostStartedLater;
     bound.threads += mostStartedLater;
-    for (int i = 0; i < mostStartedLater; ++i)
-        bound.children += 0;
+    bound.children.resize(begun.children.size() + mostStartedLater);
     bound.memory = isMemoryOwn ? begun.memory + mostMemoryGrown : std::numeric_limits<qint64>::max();
     const ProcessFigures ended = figuresAtRest(bound);
     qInfo("seed %d, %lld actions; before: %s; after: %s", seed, static_cast<long long>(_done.size()),
