@@ -64,5 +64,7 @@ bool WindowState::write(const QString& filePath) const {
     if (!QDir().mkpath(platform::pathByDeletingLastComponent(filePath)))
         return false;
     QSaveFile file(filePath);
-    return file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(object).toJson()) > 0 && file.commit();
+    // What only its end would write to a full disk is lost without a word.
+    return file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(object).toJson()) > 0 &&
+           file.flush() && file.commit();
 }

@@ -230,6 +230,12 @@ bool FolderReader::isFolder(const QString& path) {
     return status && status->isFolder;
 }
 
+bool FolderReader::answersWithin(const QString& path, std::chrono::milliseconds patience) {
+    const auto job =
+        std::make_shared<FolderJob>(path, FolderDetail::status, _d->read, _d->linkStatus(), _d->mailbox);
+    return _d->volumes->workersOfPath(path).workers->runUntil(job, Clock::now() + patience);
+}
+
 std::optional<FolderContents> FolderReader::contents(const QString& path, FolderDetail detail,
                                                      LateAnswer late) {
     _d->watchTurns();

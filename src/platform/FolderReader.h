@@ -43,6 +43,10 @@ class FolderReader {
     /// Whether a folder is at the path, as far as its place tells in time.
     bool isFolder(const QString& path);
 
+    /// Whether the folder's volume tells anything of it within the given time: before calls that have to be
+    /// made here and now.
+    bool answersWithin(const QString& path, std::chrono::milliseconds patience);
+
     /// Replaces what visits a folder and how long a turn may wait, for tests of slow places or on slow
     /// machines. Visits under way keep the former.
     void setRead(Read read, std::chrono::milliseconds budget = turnBudget);

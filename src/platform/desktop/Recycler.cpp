@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Recycler.h"
 
+#include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
 
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <utility>
 
 namespace platform {
@@ -13,6 +16,11 @@ namespace platform {
 namespace {
 
 Q_LOGGING_CATEGORY(trashLog, "tavlin.trash")
+
+/// A disk that sleeps may take longer: then the next try finds it awake.
+constexpr std::chrono::milliseconds patienceWithVolume(1000);
+
+const TrashFailure silence{ETIMEDOUT, QStringLiteral("its volume does not answer")};
 
 void report(const QString& path, const char* fate, const TrashFailure& failure) {
     qCWarning(trashLog, "\"%s\" %s: %s", qUtf8Printable(displayablePath(path)), fate,
@@ -26,15 +34,26 @@ Recycler::Batch::Batch(Recycler& recycler) : _recycler(recycler) {
 }
 
 Recycler::Batch::~Batch() {
-    if (--_recycler._openDepth > 0 || _recycler._openBatch.empty())
+    if (--_recycler._openDepth > 0)
+        return;
+    _recycler._answering.clear();
+    if (_recycler._openBatch.empty())
         return;
     syncMoves(_recycler._openBatch);
     _recycler._batches.push_back(std::exchange(_recycler._openBatch, {}));
 }
 
+/// What follows blocks the main thread: a volume that has fallen silent would hold it for ever.
+bool Recycler::answers(const QString& folder) {
+    auto known = _answering.find(folder);
+    if (known == _answering.end())
+        known = _answering.insert(folder, FolderReader::shared().answersWithin(folder, patienceWithVolume));
+    return *known;
+}
+
 int Recycler::recycle(const QString& path) {
     const Batch batch(*this);
-    const TrashResult result = moveToTrash(path);
+    const TrashResult result = answers(pathByDeletingLastComponent(path)) ? moveToTrash(path) : silence;
     if (const auto* failure = std::get_if<TrashFailure>(&result)) {
         report(path, "was not moved to the trash", *failure);
         return -std::max(failure->error, 1);
@@ -50,12 +69,14 @@ QStringList Recycler::undo() {
     const Items items = std::move(_batches.back());
     _batches.pop_back();
     for (auto item = items.rbegin(); item != items.rend(); ++item) {
-        const auto result = restoreFromTrash(*item);
+        const bool answer = answers(pathByDeletingLastComponent(item->originalPath));
+        const auto result = answer ? restoreFromTrash(*item) : silence;
         if (const auto* failure = std::get_if<TrashFailure>(&result))
             report(item->originalPath, "stays in the trash", *failure);
         else
             restored += item->originalPath;
     }
+    _answering.clear();
     return restored;
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/desktop/Trash.h"
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -26,7 +27,8 @@ class Recycler {
         Recycler& _recycler;
     };
 
-    /// 0 when the file is in the trash, otherwise a negative errno value: it is untouched.
+    /// 0 when the file is in the trash, otherwise a negative errno value: it is untouched. So is one whose
+    /// volume does not answer in time.
     int recycle(const QString& path);
 
     bool canUndo() const { return !_batches.empty(); }
@@ -36,9 +38,12 @@ class Recycler {
 
  private:
     using Items = std::vector<TrashedItem>;
+    bool answers(const QString& folder);
+
     std::vector<Items> _batches;  ///< none is empty
     Items _openBatch;
     int _openDepth = 0;
+    QHash<QString, bool> _answering;  ///< by folder, while a batch is open or undone
 };
 
 }  // namespace platform

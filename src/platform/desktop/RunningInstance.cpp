@@ -46,9 +46,15 @@ int millisecondsUntil(Clock::time_point deadline) {
     return std::max(1, static_cast<int>(left.count()));
 }
 
-/// Logs an error and frees it.
+/// Logs an error and frees it. The toolkit would wait much longer for a bus that has not answered in time,
+/// with no window yet: it is left alone then.
 void report(const char* what, GError* error) {
     qCInfo(instanceLog, "%s: %s", what, error == nullptr ? "" : error->message);
+    if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE ||
+        g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE) {
+        qCWarning(instanceLog, "The session bus does not answer; this program does without it.");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    }
     g_clear_error(&error);
 }
 
@@ -150,7 +156,8 @@ bool handOver(GDBusConnection* bus, const StartRequest& request, Clock::time_poi
         opens ? g_variant_new("(@as@a{sv})", uriList(request.paths), data) : g_variant_new("(@a{sv})", data),
         nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, millisecondsUntil(deadline), nullptr, &error);
     if (reply == nullptr) {
-        report("the running program does not take the request", error);
+        qCInfo(instanceLog, "the running program does not take the request: %s", error->message);
+        g_clear_error(&error);
         return false;
     }
     g_variant_unref(reply);
