@@ -37,9 +37,9 @@ constexpr bool isMemoryOwn = false;  ///< the sanitizer keeps what is freed
 #else
 constexpr bool isMemoryOwn = true;
 #endif
-/// Descriptors, threads and decoders that a part of the program may need for the first time after the
-/// warm-up.
-constexpr int mostStartedLater = 3;
+/// Descriptors, threads and decoders that the program may have more: a decoder that was killed is started anew
+/// when it is wanted. In the short run already, one lost for every tenth action is more.
+constexpr int mostStartedLater = 12;
 constexpr qsizetype actionsTold = 40;
 
 int numberAsked(const char* variable, int otherwise) {
