@@ -239,7 +239,7 @@ QSize headerSize(std::uint64_t width, std::uint64_t height) {
 
 Header readHeader(const FileReader& file) {
     Header header = headerOfFormat(file);
-    return header.size.isValid() ? header : Header();
+    return header.size.isEmpty() ? Header() : header;
 }
 
 }  // namespace decoder
