@@ -52,4 +52,4 @@ class ReplayTest : public QObject {
 
 TAVLIN_TEST_MAIN(QCoreApplication, ReplayTest)
 
-#include "ReplayTest.moc"
+#include "tst_fuzz_replay.moc"
