@@ -3,11 +3,16 @@
 
 #include "platform/Guard.h"
 
+#include <fcntl.h>
+
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QSettings>
 #include <QStandardPaths>
+#include <QTemporaryFile>
 
 #include <algorithm>
 #include <cmath>
@@ -58,11 +63,21 @@ OpenSettings openSettings(const QString& path) {
     return {std::move(settings), mayBeWritten};
 }
 
+/// Whether the disk has room for the file anew. The toolkit would not notice when the last bytes of it find
+/// none, and put an empty file in its place.
+bool hasRoom(const QString& path) {
+    QTemporaryFile reserve(path + QStringLiteral(".XXXXXX"));
+    constexpr qint64 added = 16 << 10;  // bytes: a lock file, and what is new
+    return QDir().mkpath(QFileInfo(path).path()) && reserve.open() &&
+           ::posix_fallocate(reserve.handle(), 0, QFileInfo(path).size() + added) == 0;
+}
+
 void writeSettings(const QString& path, const QMap<QString, QVariantMap>& dictionaries) {
     const auto [settings, mayBeWritten] = openSettings(path);
     if (!mayBeWritten)
         return;
-    for (auto group = dictionaries.cbegin(); group != dictionaries.cend(); ++group) {
+    const bool isRoomThere = hasRoom(path);
+    for (auto group = dictionaries.cbegin(); isRoomThere && group != dictionaries.cend(); ++group) {
         settings->beginGroup(group.key());
         settings->remove({});
         for (auto entry = group->cbegin(); entry != group->cend(); ++entry)
@@ -70,7 +85,7 @@ void writeSettings(const QString& path, const QMap<QString, QVariantMap>& dictio
         settings->endGroup();
     }
     settings->sync();
-    if (settings->status() == QSettings::AccessError)
+    if (!isRoomThere || settings->status() == QSettings::AccessError)
         qCWarning(defaultsLog, "The settings cannot be written to %ls.", qUtf16Printable(path));
 }
 

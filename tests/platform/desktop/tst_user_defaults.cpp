@@ -105,6 +105,8 @@ class UserDefaultsTest : public QObject {
         const QByteArray whole("[PreferencesGlobals]\naSetting=false\n");
         const QByteArray cut("[PreferencesGlobals]\naSetting=false\nno equals sign\n");
         QTest::newRow("full disk") << u"full"_s << whole << whole << u"cannot be written"_s;
+        QTest::newRow("a disk with one block left")
+            << u"nearly full"_s << whole << whole << u"cannot be written"_s;
         QTest::newRow("corrupt on a full disk") << u"full"_s << cut << cut << u"could not be copied"_s;
         QTest::newRow("read-only disk") << u"read-only"_s << whole << whole << u"cannot be written"_s;
         QTest::newRow("a folder in its place")
@@ -130,11 +132,12 @@ class UserDefaultsTest : public QObject {
             QVERIFY(QDir().mkpath(_path));
         else
             writeFile(before);
-        if (fault == u"full") {
+        if (fault.endsWith(u"full")) {
             QFile filling(disk + u"/filling"_s);
             QVERIFY(filling.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
             while (filling.write(QByteArray(4096, 'x')) > 0) {
             }
+            QVERIFY(fault == u"full" || filling.resize(filling.size() - 4096));
         }
         QVERIFY(fault != u"read-only" || MountSandbox::remountReadOnly(disk));
 
