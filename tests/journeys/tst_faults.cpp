@@ -497,7 +497,9 @@ int main(int argc, char** argv) {
     OrdinaryUser::become();
     const QGuiApplication application(argc, argv);
     Faults faults;
-    return QTest::qExec(&faults, argc, argv);
+    const int status = QTest::qExec(&faults, argc, argv);
+    OrdinaryUser::end();
+    return status;
 }
 
 #include "tst_faults.moc"

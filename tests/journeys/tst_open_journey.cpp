@@ -56,7 +56,7 @@ class OpenJourney : public Journey {
         const Desktop& desktop = _home->desktop;
         RunningProgram program(desktop, {_home->first});
         const AccessibilityBus bus(desktop);
-        QVERIFY(waitUntil([&] { return titles(bus).size() == 3; }));
+        QVERIFY(waitUntil([&] { return titles(bus).size() == 3 && activeTitle() == u"first — Tavlin"; }));
         QProcess other;
         other.setProcessEnvironment(desktop.environment());
         other.start(QStringLiteral("xev"), {});

@@ -20,6 +20,12 @@ class OrdinaryUser {
         change(kId);
     }
 
+    /// At the end of a test, for good: the leak checker may not look into a process that could be root again.
+    static void end() {
+        if (Root::isKept())
+            change(0);
+    }
+
     /// While one lives, the calling thread (and it alone) is root again, if it ever was.
     class Root {
      public:
@@ -34,7 +40,7 @@ class OrdinaryUser {
         Root(const Root&) = delete;
         Root& operator=(const Root&) = delete;
 
-     private:
+        /// Whether root can come back.
         static bool isKept() {
             unsigned real = 0;
             unsigned effective = 0;
@@ -42,6 +48,8 @@ class OrdinaryUser {
             ::syscall(SYS_getresuid, &real, &effective, &saved);
             return real != 0 && saved == 0;
         }
+
+     private:
         const bool _isKept = isKept();
     };
 
