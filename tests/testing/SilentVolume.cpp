@@ -110,7 +110,7 @@ const SilentVolume::File* SilentVolume::fileOfNode(quint64 node) const {
     return node >= firstNode && index < quint64(_files.size()) ? &_files[qsizetype(index)] : nullptr;
 }
 
-/// The few operations that listing and reading need; all else is not implemented.
+/// The few operations that listing and reading need; all else it refuses.
 QByteArray SilentVolume::answerTo(const QByteArray& request) const {
     fuse_in_header header{};
     std::memcpy(&header, request.constData(), sizeof header);
