@@ -23,6 +23,8 @@ ContainerChunks readPngChunks(const InputDevice& device) {
             break;
         if (!header.endsWith("IDAT") && at + 8 + qint64(*length) > device.size())
             chunks.areCut = true;
+        if (header.endsWith("tRNS"))
+            chunks.hasClearColour = true;
         if (header.endsWith("eXIf"))
             chunks.exif = device.bytesAt(at + 8, std::min<qsizetype>(*length, kMaximumBlock));
         at += 12 + qint64(*length);

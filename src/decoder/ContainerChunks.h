@@ -11,7 +11,8 @@ class InputDevice;
 
 /// What the toolkit's loaders do not look at in the chunks of a PNG or WebP.
 struct ContainerChunks {
-    QByteArray exif;  ///< the EXIF block, from its TIFF header on; empty where there is none
+    QByteArray exif;              ///< the EXIF block, from its TIFF header on; empty where there is none
+    bool hasClearColour = false;  ///< in a PNG: a colour, or some, stand for clearness
     /// A chunk other than pixels claims to reach beyond the file's end: a loader would ask for that much
     /// memory.
     bool areCut = false;

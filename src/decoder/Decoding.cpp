@@ -11,6 +11,7 @@
 #include "decoder/Inflate.h"
 #include "decoder/InputDevice.h"
 #include "decoder/LoaderMessages.h"
+#include "decoder/MendedHead.h"
 #include "decoder/properties/PropertiesModule.h"
 #include "decoder/protocol/PackedProperties.h"
 #include "decoder/rare/RareFormats.h"
@@ -122,20 +123,30 @@ QImageIOHandler::Transformations pngTransformation(const InputDevice& device) {
     return transformationOfOrientation(readExifBlock(chunks.exif).orientation);
 }
 
-/// A picture that has too many pixels for the toolkit, where it can be read row by row, or coarsely.
-Result decodeHugePng(InputDevice& device, Format format, QSize size, int pixelSize) {
-    if (format != Format::png || qint64(size.width()) * size.height() > kMaximumPixels)
+/// A PNG that the toolkit does not read, or not rightly, where it can be read row by row, or coarsely.
+Result decodePng(InputDevice& device, QSize size, int pixelSize) {
+    constexpr qint64 kDeepestPixel = 8;  // bytes
+    const qint64 count = qint64(size.width()) * size.height();
+    const bool isSmall = pixelSize <= kMaximumPixelSize || count <= kMaximumPixelBytes / kDeepestPixel;
+    if (count > kMaximumPixels)
         return Failure{Status::tooLarge, {}};
     const auto transformation = pngTransformation(device);
     if (QImage coarse = coarseInterlacedPng(device, pixelSize); !coarse.isNull())
         return finish(std::move(coarse), size, transformation, pixelSize);
-    const auto regions = pixelSize <= kMaximumPixelSize ? openPngRegions(device, transformation) : nullptr;
+    const auto regions = isSmall ? openPngRegions(device, transformation) : nullptr;
     if (!regions)
         return Failure{Status::tooLarge, {}};
     QImage image = regions->whole(device, pixelSize);
     if (image.isNull())
         return Failure{Status::damaged, {}};
     return finish(std::move(image), regions->size(), regions->transformation(), pixelSize);
+}
+
+/// Colours of 16 bits a sample, one of which is clear: the toolkit takes three samples for four there.
+bool isDeepWithClearColour(Format format, const QByteArray& head, const ContainerChunks& chunks) {
+    constexpr qsizetype kDepthAndColourType = 24;
+    return format == Format::png && chunks.hasClearColour &&
+           head.mid(kDepthAndColourType, 2) == QByteArrayView("\x10\x02");
 }
 
 Result decodeThumbnail(InputDevice& device, int pixelSize) {
@@ -151,7 +162,7 @@ Result decodeThumbnail(InputDevice& device, int pixelSize) {
     }
     const QSize declared = declaredSize(format, head);
     if (qint64(declared.width()) * declared.height() > kMaximumPixelBytes / 4)
-        return decodeHugePng(device, format, declared, pixelSize);
+        return format == Format::png ? decodePng(device, declared, pixelSize) : Failure{Status::tooLarge, {}};
     if (format == Format::tiff) {
         if (auto result = decodeLargeTiff(device, pixelSize))
             return *result;
@@ -161,6 +172,12 @@ Result decodeThumbnail(InputDevice& device, int pixelSize) {
     const ContainerChunks chunks = readContainerChunks(device, format);
     if (chunks.areCut)
         return Failure{Status::damaged, "the file ends within a chunk"};
+    if (isDeepWithClearColour(format, head, chunks))
+        return decodePng(device, declared, pixelSize);
+    QByteArray mended = head;
+    mendHead(format, mended);
+    if (mended != head)
+        device.replaceHead(mended);
     if (!chunks.exif.isEmpty())
         options.transformation = transformationOfOrientation(readExifBlock(chunks.exif).orientation);
     return loadWithToolkit(device, format, options);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace decoder {
 
@@ -61,6 +62,8 @@ qint64 InputDevice::readAt(qint64 offset, char* data, qint64 maximum) const {
             break;
         done += count;
     }
+    if (const qint64 replaced = std::min(done, _head.size() - offset); replaced > 0)
+        std::memcpy(data, _head.constData() + offset, static_cast<std::size_t>(replaced));
     return done;
 }
 

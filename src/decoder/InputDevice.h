@@ -25,6 +25,8 @@ class InputDevice : public QIODevice {
     qint64 size() const override { return _size; }
     /// The first bytes of the file, fewer when it is shorter.
     QByteArray head(qsizetype bytes) const;
+    /// Reads as if the file began with these bytes, which are no more than it has.
+    void replaceHead(const QByteArray& bytes) { _head = bytes; }
     /// `bytes` from `offset` on, fewer at the file's end.
     QByteArray bytesAt(qint64 offset, qsizetype bytes) const;
     /// The same into `data`; answers how many bytes they were, -1 on an error.
@@ -38,6 +40,7 @@ class InputDevice : public QIODevice {
     int _descriptor;
     qint64 _start = 0;
     qint64 _size = 0;
+    QByteArray _head;
 };
 
 }  // namespace decoder

@@ -105,6 +105,40 @@ class DecodingTest : public QObject {
         QVERIFY(std::abs(shown.red() - 200) <= 2 && std::abs(shown.green() - 40) <= 2);
     }
 
+    /// What the toolkit's loaders alone get wrong.
+    void mendedPictures_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QColor>("expected");  // of the last pixel
+        const auto bmp = [](quint32 header, quint16 bits, const QByteArray& masks, const QByteArray& row) {
+            const QByteArray info = little(header) + little(2) + little(1) + little(quint16(1)) +
+                                    little(bits) + little(3) + little(quint32(row.size())) +
+                                    QByteArray(16, '\0') + masks;
+            const QByteArray padded = info.leftJustified(qsizetype(header), '\0');
+            return "BM" + little(quint32(14 + padded.size() + row.size())) + little(0) +
+                   little(quint32(14 + padded.size())) + padded + row;
+        };
+        const auto hex = [](const char* digits) {
+            return QByteArray::fromHex(digits);
+        };
+        QTest::newRow("bmp, third header")
+            << bmp(56, 32, hex("0000ff0000ff0000ff00000000000000"), hex("0000ff0000ff0000"))
+            << QColor(0, 255, 0);
+        QTest::newRow("bmp, nine bits of green")
+            << bmp(124, 16, hex("00080000ff0100000006000000000000"), hex("00f8fff1")) << QColor(0, 255, 0);
+        QTest::newRow("png, 16 bits with a clear colour")
+            << hex("89504e470d0a1a0a") + pngChunk("IHDR", hex("00000002000000011002000000")) +
+                   pngChunk("tRNS", hex("ffff00000000")) +
+                   pngChunk("IDAT", qCompress(hex("00ffff000000000000ffff0000")).mid(4)) +
+                   pngChunk("IEND", {})
+            << QColor(0, 255, 0);
+    }
+    void mendedPictures() {
+        QFETCH(QByteArray, bytes);
+        const QImage image = imageOf(decoded(bytes));
+        QVERIFY(!image.isNull());
+        QTEST(image.pixelColor(image.width() - 1, image.height() - 1), "expected");
+    }
+
     void orientations_data() {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("orientation");
