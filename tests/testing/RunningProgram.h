@@ -8,7 +8,8 @@
 #include <QStringList>
 #include <QTemporaryFile>
 
-/// Where the program under test lies: below TAVLIN_PREFIX, which may name an installed one, else in the build.
+/// Where the program under test lies: below TAVLIN_PREFIX, which may name an installed one, else in the
+/// build.
 QString programPrefix();
 
 /// The program under test on a Desktop: started, heard (its log), and found on the accessibility bus.
