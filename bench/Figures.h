@@ -45,7 +45,7 @@ inline double processMilliseconds() {
 
 /// The value below which `part` of the values lie.
 inline double quantile(std::vector<double> values, double part) {
-    const auto at = static_cast<std::size_t>(part * static_cast<double>(values.size() - 1) + 0.5);
+    const auto at = static_cast<std::size_t>(std::lround(part * static_cast<double>(values.size() - 1)));
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(at), values.end());
     return values[at];
 }

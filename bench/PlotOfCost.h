@@ -62,14 +62,14 @@ class PlotOfCost {
     double y(double value) const { return height - bottom - (height - top - bottom) * value / greatest(); }
 
     void writeAxes(std::ostream& svg) const {
-        const double step = std::max(1.0, std::floor(greatest() / 6));
-        for (double value = 0; value <= greatest(); value += step)
+        const int step = std::max(1, static_cast<int>(greatest() / 6));
+        for (int value = 0; value <= static_cast<int>(greatest()); value += step)
             svg << "<path stroke=\"#dddddd\" d=\"M" << left << ' ' << y(value) << "H" << width - right
                 << "\"/><text text-anchor=\"end\" x=\"" << left - 8 << "\" y=\"" << y(value) + 4 << "\">"
                 << value << "</text>\n";
-        for (double size = _sizes.front(); size <= _sizes.back(); size *= 10)
-            svg << "<text text-anchor=\"middle\" x=\"" << x(size) << "\" y=\"" << height - bottom + 22
-                << "\">" << static_cast<long>(size) << "</text>\n";
+        for (long size = std::lround(_sizes.front()); size <= std::lround(_sizes.back()); size *= 10)
+            svg << "<text text-anchor=\"middle\" x=\"" << x(static_cast<double>(size)) << "\" y=\""
+                << height - bottom + 22 << "\">" << size << "</text>\n";
         svg << "<text text-anchor=\"middle\" x=\"" << width / 2 << "\" y=\"" << height - 14
             << "\">entries of the folder</text>\n<text x=\"10\" y=\"18\">µs per entry</text>\n";
     }

@@ -123,6 +123,7 @@ int main(int argc, char** argv) {
     figures.atMost("scroll step, p99, 1,000,000 items", bench::quantile(frames[1], 0.99), scrollLimit, "ms");
 
     std::vector<double> reloads;
+    reloads.reserve(bench::rounds);
     for (int round = 0; round < bench::rounds; ++round)
         reloads.push_back(large.reload());
     figures.atMost("grid's reload of 1,000,000", bench::median(reloads), reloadLimit, "ms");

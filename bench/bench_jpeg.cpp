@@ -38,7 +38,7 @@ QString makePicture(const TestHome& home, QSize size) {
             };
             image.setPixel(x, y, qRgb(level(0.01), level(0.017), level(0.006)));
         }
-    const QString path = home.path() + QStringLiteral("/%1.jpg").arg(size.width());
+    QString path = home.path() + QStringLiteral("/%1.jpg").arg(size.width());
     image.save(path, "jpeg", 90);
     return path;
 }

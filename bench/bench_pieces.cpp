@@ -33,13 +33,13 @@ ImageList items(int first, int count) {
 void logCallOff(benchmark::State& state) {
     const QString path = QStringLiteral("/home/someone/Pictures/2023/IMG_0001.jpg");
     int number = 0;
-    for (auto _ : state)
+    while (state.KeepRunning())
         logWithMethodName("-[ImageBrowserDataSource reloadWithPath:]", 120, u"path: %@ (%i)", path, ++number);
 }
 
 void compareTitles(benchmark::State& state) {
     const ImageList list = items(0, 2);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(list[0]->compareTitle(*list[1]));
 }
 
@@ -47,13 +47,13 @@ void merge(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
     const ImageList shown = items(0, count);
     const ImageList imported = items(count / 2, count);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(mergedImages(shown, imported));
 }
 
 void sort(benchmark::State& state, ImageSortOrder order) {
     const ImageList list = items(0, static_cast<int>(state.range(0)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         ImageList copy = list;
         sortImages(copy, order);
         benchmark::DoNotOptimize(copy);
@@ -61,13 +61,13 @@ void sort(benchmark::State& state, ImageSortOrder order) {
 }
 
 void pathFromBytes(benchmark::State& state, const char* name) {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(platform::pathFromBytes(name));
 }
 
 void bytesFromPath(benchmark::State& state) {
     const QString path = QStringLiteral("/home/someone/Pictures/2024/IMG_000000000001.jpg");
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(platform::bytesFromPath(path));
 }
 

@@ -25,7 +25,7 @@ void mendBmp(QByteArray& head) {
     if (reader.u32(kCompression) != kBitFields || !reader.part(kMasks, 16) || *length < kPlainHeader)
         return;
     const int masks = *length >= 56 ? 4 : 3;
-    for (qsizetype at = kMasks; at < kMasks + 4 * masks; at += 4) {
+    for (qsizetype at = kMasks; at < kMasks + qsizetype{4} * masks; at += 4) {
         const std::uint32_t mask = reader.u32(at).value_or(0);
         const int excess = std::bit_width(mask) - std::countr_zero(mask) - 8;
         if (mask != 0 && excess > 0)

@@ -170,7 +170,7 @@ class ImageItemsTest : public QObject {
         }
     }
 
-    void mergesAsThePrescribedStepsDo() {
+    void mergesAsThePlainStepsDo() {
         QRandomGenerator random(4711);
         for (int round = 0; round < 300; ++round) {
             const ImageList shown = naivelyMerged({}, randomList(random, random.bounded(40)));
