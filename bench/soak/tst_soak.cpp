@@ -473,6 +473,7 @@ int main(int argc, char** argv) {
     MountSandbox::enter();
     if (MountSandbox::problem().isEmpty())
         ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
+    showProgramToEverybody();
     OrdinaryUser::become();
     qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number((secondsAsked() * 2 + 240) * 1000));
     const QGuiApplication application(argc, argv);

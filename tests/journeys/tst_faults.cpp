@@ -494,6 +494,7 @@ int main(int argc, char** argv) {
     MountSandbox::enter();
     if (MountSandbox::problem().isEmpty())
         ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
+    showProgramToEverybody();
     OrdinaryUser::become();
     const QGuiApplication application(argc, argv);
     Faults faults;

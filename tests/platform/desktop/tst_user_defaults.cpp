@@ -158,7 +158,7 @@ class UserDefaultsTest : public QObject {
         std::vector<std::unique_ptr<QProcess>> others;
         for (int i = 0; i < 3; ++i) {
             others.push_back(std::make_unique<QProcess>());
-            others.back()->start(QCoreApplication::applicationFilePath(),
+            others.back()->start(QCoreApplication::arguments().constFirst(),
                                  {u"--save"_s, _path, u"Other%1"_s.arg(i)});
         }
         saveOften(_path, _group);
