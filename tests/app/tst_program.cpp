@@ -26,12 +26,15 @@ class TestProgram : public QObject {
     bool waitFor(QProcess& program, const QByteArray& text) {
         return QTest::qWaitFor([&] { return (_log += program.readAll()).contains(text); }, 20000);
     }
-    /// Starts the program, waits until it loads the folder, and ends it as a session does.
     void runUntilLoaded(const QStringList& arguments, const QString& folder) {
+        runUntil(arguments, "Reloading for path: " + folder.toUtf8() + '\n');
+    }
+    /// Starts the program, waits until its log tells so, and ends it as a session does.
+    void runUntil(const QStringList& arguments, const QByteArray& text) {
         QProcess program;
         _log.clear();
         start(program, arguments);
-        QVERIFY2(waitFor(program, "Reloading for path: " + folder.toUtf8() + '\n'), _log.constData());
+        QVERIFY2(waitFor(program, text), _log.right(900).constData());
         ::kill(static_cast<pid_t>(program.processId()), SIGTERM);
         QVERIFY(program.waitForFinished());
         _log += program.readAll();
@@ -57,9 +60,7 @@ class TestProgram : public QObject {
         QCOMPARE(WindowState::read(WindowState::defaultFilePath()).folder, one);
 
         const QString absent = home() + u"/absent"_s;
-        runUntilLoaded({absent}, one);
-        QVERIFY2(_log.contains("tavlin: there is no file or folder \"" + absent.toUtf8() + '"'),
-                 _log.constData());
+        runUntil({absent}, "tavlin: there is no file or folder \"" + absent.toUtf8() + '"');
     }
 
     /// Texts, credits, icons and decoder: a program that was half removed still opens, and ends well.

@@ -200,6 +200,8 @@ class Faults : public Journey {
 enum class Needs { nothing, mounts };
 
 void Faults::initTestCase() {
+    if (qEnvironmentVariableIsEmpty("TAVLIN_FAULTS"))
+        QSKIP("a run of its own, up to two minutes: tools/faults");
     _desktop = std::make_unique<Desktop>();
     if (!_desktop->problem().isEmpty())
         QSKIP(qPrintable(_desktop->problem()));
