@@ -24,6 +24,9 @@ const ImageListRef& noImages() {
     return list;
 }
 
+/// Items that are no pictures on the way to a neighbour; each is asked what it is on the main thread.
+constexpr std::ptrdiff_t mostPassedOver = 20'000;
+
 }  // namespace
 
 ImageBrowserDataSource::ImageBrowserDataSource(QObject* parent)
@@ -183,8 +186,10 @@ std::optional<QString> ImageBrowserDataSource::neighbourOfPath(const QString& pa
     const std::optional<std::size_t> place = indexOfPath(path);
     if (!place)
         return std::nullopt;
-    for (auto index = static_cast<std::ptrdiff_t>(*place) + step; index >= 0 && index < std::ssize(*_images);
-         index += step)
+    const auto from = static_cast<std::ptrdiff_t>(*place);
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(0, from - mostPassedOver);
+    const std::ptrdiff_t last = std::min(std::ssize(*_images) - 1, from + mostPassedOver);
+    for (std::ptrdiff_t index = from + step; index >= first && index <= last; index += step)
         if (isPictureAtIndex(static_cast<std::size_t>(index)))
             return pathAtIndex(static_cast<std::size_t>(index));
     return std::nullopt;

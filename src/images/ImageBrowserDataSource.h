@@ -82,7 +82,7 @@ class ImageBrowserDataSource : public QObject,
     /// time, then quick.
     std::optional<std::size_t> indexOfPath(const QString& path);
     /// The path of the nearest picture after (1) or before (-1) an item of this path; nothing at the ends of
-    /// the list, and for a path that is not in it.
+    /// the list, where it is more than 20,000 items away, and for a path that is not in it.
     std::optional<QString> neighbourOfPath(const QString& path, int step);
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
