@@ -12,8 +12,8 @@
 /// build.
 QString programPrefix();
 
-/// Inside a mount sandbox, before another user starts the program: shows it to everybody, as what it was built
-/// in may be private.
+/// Inside a mount sandbox, before another user starts the program: shows it to everybody, as what it was
+/// built in may be private.
 void showProgramToEverybody();
 
 /// The program under test on a Desktop: started, heard (its log), and found on the accessibility bus.
