@@ -2,10 +2,10 @@
 #include "decoder/Decoding.h"
 #include "decoder/Finish.h"
 #include "decoder/InputDevice.h"
-#include "decoder/LoaderMessages.h"
 #include "decoder/regions/PngRegions.h"
 #include "decoder/regions/RegionSource.h"
 
+#include "CommonRole.h"
 #include "testing/TestHome.h"
 #include "testing/TiledTiff.h"
 #include "TestPictures.h"
@@ -16,8 +16,8 @@
 #include <QTest>
 
 #include <algorithm>
-#include <cstdio>
 
+using namespace Qt::StringLiterals;
 using namespace decoder;
 using namespace testPictures;
 
@@ -73,43 +73,37 @@ class RegionsTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void initTestCase() {
-        collectLoaderMessages();
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-        QVERIFY(std::freopen("/dev/null", "w", stderr));  // libraries complain there about the damaged files
-#endif
-        QVERIFY(prepare(Role::common));
-    }
+    void initTestCase() { QVERIFY(prepareCommonRole()); }
 
     void sameAsWhole_data() {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("tolerance");
+        const auto row = [](const char* name, const QByteArray& bytes, int tolerance = 0) {
+            QTest::newRow(name) << bytes << tolerance;
+        };
+        const auto patternAs = [](QImage::Format format) {
+            return pattern().convertToFormat(format);
+        };
         const QByteArray jpeg = written(pattern(), "jpeg", 90);
-        const QByteArray png = written(pattern(), "png");
-        const QByteArray webp = written(pattern(), "webp", 100);
-        for (int orientation = 1; orientation <= 8; ++orientation) {
-            const QByteArray exif = exifBlock(orientation);
-            QTest::addRow("jpeg %d", orientation) << withExifInJpeg(jpeg, exif) << 0;
-        }
-        QTest::newRow("png, turned") << withExifInPng(png, exifBlock(6)) << 0;
-        QTest::newRow("tiff in tiles") << tiledTiff(pattern()) << 0;
-        QTest::newRow("tiff in tiles, turned") << tiledTiff(pattern(), {5}) << 0;
-        QImage clear = pattern().convertToFormat(QImage::Format_ARGB32);
+        for (int orientation = 1; orientation <= 8; ++orientation)
+            row(qPrintable(u"jpeg %1"_s.arg(orientation)), withExifInJpeg(jpeg, exifBlock(orientation)));
+        row("png, turned", withExifInPng(written(pattern(), "png"), exifBlock(6)));
+        row("tiff in tiles", tiledTiff(pattern()));
+        row("tiff in tiles, turned", tiledTiff(pattern(), {5}));
+        QImage clear = patternAs(QImage::Format_ARGB32);
         for (int y = 100; y < 600; ++y)
             clear.setPixel(y, y, qRgba(200, 20, 10, 90));
-        QTest::newRow("png, see-through") << written(clear, "png") << 0;
-        QImage wide = pattern().convertToFormat(QImage::Format_RGBX64);
+        row("png, see-through", written(clear, "png"));
+        QImage wide = patternAs(QImage::Format_RGBX64);
         wide.setColorSpace(QColorSpace::AdobeRgb);
-        QTest::newRow("tiff of 16 bits, wide gamut") << tiledTiff(wide) << 1;
-        QTest::newRow("tiff in strips") << written(pattern(), "tiff") << 0;
-        QTest::newRow("tiff of indexes")
-            << written(pattern().convertToFormat(QImage::Format_Indexed8), "tiff") << 0;
-        QTest::newRow("tiff of greys")
-            << written(pattern().convertToFormat(QImage::Format_Grayscale8), "tiff") << 0;
+        row("tiff of 16 bits, wide gamut", tiledTiff(wide), 1);
+        row("tiff in strips", written(pattern(), "tiff"));
+        row("tiff of indexes", written(patternAs(QImage::Format_Indexed8), "tiff"));
+        row("tiff of greys", written(patternAs(QImage::Format_Grayscale8), "tiff"));
         QImage tagged = pattern();
         tagged.setColorSpace(QColorSpace::DisplayP3);
-        QTest::newRow("jpeg, wide gamut") << written(tagged, "jpeg", 90) << 0;
-        QTest::newRow("webp") << webp << 0;
+        row("jpeg, wide gamut", written(tagged, "jpeg", 90));
+        row("webp", written(pattern(), "webp", 100));
     }
     void sameAsWhole() {
         QFETCH(QByteArray, bytes);

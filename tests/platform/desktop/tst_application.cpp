@@ -119,8 +119,8 @@ class TestApplication : public QObject {
         child.start(QCoreApplication::applicationFilePath(), arguments);
         QVERIFY(child.waitForStarted());
     }
-    static QStringList linesOf(QProcess& child) {
-        return QString::fromUtf8(child.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
+    static bool endsWell(QProcess& child) {
+        return child.waitForFinished() && child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
     }
 
  private Q_SLOTS:
@@ -128,10 +128,9 @@ class TestApplication : public QObject {
         for (const char* ending : {"terminate", "quit", "close", "detached", "throws", "early"}) {
             QProcess child;
             start(child, ending, {u"/some/folder/"_s});
-            QVERIFY2(child.waitForFinished(), ending);
-            QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-            QCOMPARE(child.exitCode(), 0);
-            QStringList lines = linesOf(child);
+            QVERIFY2(endsWell(child), ending);
+            QStringList lines =
+                QString::fromUtf8(child.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
             lines.removeAll(u"will become active"_s);
             QStringList expected{u"created"_s, u"restore state"_s, u"awake"_s, u"did finish launching"_s,
                                  u"open /some/folder"_s};
@@ -154,9 +153,7 @@ class TestApplication : public QObject {
             QVERIFY(output.indexOf("open ") < output.indexOf("will become active"));
             QTRY_VERIFY((output += child.readAllStandardOutput()).contains("ready"));
             ::kill(static_cast<pid_t>(child.processId()), signal);
-            QVERIFY(child.waitForFinished());
-            QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-            QCOMPARE(child.exitCode(), 0);
+            QVERIFY(endsWell(child));
             output += child.readAllStandardOutput();
             QCOMPARE(output.count("will become active"), 1);
             QCOMPARE(output.count("will terminate"), 1);
@@ -186,8 +183,7 @@ class TestApplication : public QObject {
         QProcess later;
         start(later, "signal", {u"-style"_s, u"fusion"_s, u"/a b/../%C3"_s, u"file:///x%FFy%0Az/"_s},
               bus.address());
-        QVERIFY(later.waitForFinished());
-        QCOMPARE(later.exitCode(), 0);
+        QVERIFY(endsWell(later));
         QVERIFY(later.readAllStandardOutput().isEmpty());
         QVERIFY(hears("open /%C3, /x\xFFy\nz\n"));
 

@@ -3,6 +3,7 @@
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
 #include "testing/MountSandbox.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <sys/stat.h>
@@ -12,6 +13,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <filesystem>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -23,33 +25,32 @@ using platform::TrashFailure;
 
 namespace {
 
-const QByteArray content = QByteArrayLiteral("not to be lost\n");
-
-void write(const QByteArray& path, const QByteArray& bytes = content) {
-    FILE* stream = std::fopen(path.constData(), "wb");
-    QVERIFY2(stream != nullptr, path.constData());
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
-    std::fclose(stream);
-}
+const QByteArray content("not to be lost\n");
 
 QByteArray read(const QByteArray& path) {
-    const auto file = platform::openRegularFile(platform::pathFromBytes(path));
-    QByteArray bytes(1 << 16, '\0');
-    const ssize_t size = ::read(file.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-    bytes.truncate(qMax<qsizetype>(size, 0));
-    return bytes;
+    const auto descriptor = platform::openRegularFile(platform::pathFromBytes(path));
+    QFile file;
+    return file.open(descriptor.get(), QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool exists(const QByteArray& path) {
-    struct stat s {};
-    return ::lstat(path.constData(), &s) == 0;
+    return std::filesystem::exists(std::filesystem::symlink_status(path.toStdString()));
 }
 
-bool isEmptyFolder(const QByteArray& path) {
-    bool empty = true;
-    const auto folder = platform::openFolder(platform::pathFromBytes(path));
-    return !folder.isValid() ||
-           (platform::visitFolder(folder.get(), [&](auto, auto) { return empty = false; }) && empty);
+std::optional<TrashedItem> trash(const QByteArray& path) {
+    const auto result = moveToTrash(platform::pathFromBytes(path));
+    if (const auto* failure = std::get_if<TrashFailure>(&result))
+        qInfo() << failure->message;
+    const auto* item = std::get_if<TrashedItem>(&result);
+    return item ? std::optional(*item) : std::nullopt;
+}
+
+bool isRestored(const TrashedItem& item) {
+    return std::holds_alternative<std::monostate>(restoreFromTrash(item));
+}
+
+QByteArray placeOf(const TrashedItem& item) {
+    return platform::bytesFromPath(item.trashedPath());
 }
 
 /// The restore path an information file gives, its bytes decoded.
@@ -83,15 +84,13 @@ class TrashTest : public QObject {
     void namesSurvive() {
         QFETCH(const QByteArray, name);
         const QByteArray path = home(name.constData());
-        write(path);
-        const auto result = moveToTrash(platform::pathFromBytes(path));
-        const auto* item = std::get_if<TrashedItem>(&result);
-        QVERIFY(item != nullptr);
-        QVERIFY(!exists(path));
-        QCOMPARE(read(platform::bytesFromPath(item->trashedPath())), content);
+        writeFile(path, content);
+        const auto item = trash(path);
+        QVERIFY(item && !exists(path));
+        QCOMPARE(read(placeOf(*item)), content);
         QCOMPARE(restorePath(*item), path);
 
-        QVERIFY(std::holds_alternative<std::monostate>(restoreFromTrash(*item)));
+        QVERIFY(isRestored(*item));
         QCOMPARE(read(path), content);
         QVERIFY(!exists(platform::bytesFromPath(item->infoPath())));
     }
@@ -100,40 +99,36 @@ class TrashTest : public QObject {
         // Files that some other program left without information are never replaced either.
         QVERIFY(QDir().mkpath(QFile::decodeName(homeTrash() + "/files")));
         for (const char* stray : {"same.2.jpg", "same.4.jpg"})
-            write(homeTrash() + "/files/" + stray, "stray");
+            writeFile(homeTrash() + "/files/" + stray, "stray");
         QList<TrashedItem> items;
         for (int i = 0; i < 4; ++i) {
-            write(path, QByteArray::number(i));
-            const auto result = moveToTrash(platform::pathFromBytes(path));
-            QVERIFY(std::holds_alternative<TrashedItem>(result));
-            items += std::get<TrashedItem>(result);
+            writeFile(path, QByteArray::number(i));
+            const auto item = trash(path);
+            QVERIFY(item);
+            items += *item;
         }
         QCOMPARE(read(homeTrash() + "/files/same.2.jpg"), QByteArray("stray"));
         for (int i = 0; i < 4; ++i)
-            QCOMPARE(read(platform::bytesFromPath(items[i].trashedPath())), QByteArray::number(i));
+            QCOMPARE(read(placeOf(items[i])), QByteArray::number(i));
     }
     void linkItselfGoes() {
-        write(home("target"));
+        writeFile(home("target"), content);
         QCOMPARE(::symlink(home("target").constData(), home("link").constData()), 0);
         QCOMPARE(::symlink("nowhere", home("dangling").constData()), 0);
         for (const char* name : {"link", "dangling"}) {
-            const auto result = moveToTrash(platform::pathFromBytes(home(name)));
-            QVERIFY(std::holds_alternative<TrashedItem>(result));
-            QVERIFY(!exists(home(name)));
-            QVERIFY(exists(platform::bytesFromPath(std::get<TrashedItem>(result).trashedPath())));
+            const auto item = trash(home(name));
+            QVERIFY(item && !exists(home(name)) && exists(placeOf(*item)));
         }
         QCOMPARE(read(home("target")), content);
     }
     void folderGoesWhole() {
         ::mkdir(home("album").constData(), 0755);
-        write(home("album/one"));
-        const auto result = moveToTrash(platform::pathFromBytes(home("album/")));
-        QVERIFY(std::holds_alternative<TrashedItem>(result));
-        const auto& item = std::get<TrashedItem>(result);
-        QCOMPARE(read(platform::bytesFromPath(item.trashedPath()) + "/one"), content);
-        QVERIFY(std::holds_alternative<TrashFailure>(moveToTrash(item.trashedPath())));
-        QVERIFY(std::holds_alternative<TrashFailure>(moveToTrash(platform::pathFromBytes(homeTrash()))));
-        QVERIFY(std::holds_alternative<std::monostate>(restoreFromTrash(item)));
+        writeFile(home("album/one"), content);
+        const auto item = trash(home("album/"));
+        QVERIFY(item);
+        QCOMPARE(read(placeOf(*item) + "/one"), content);
+        QVERIFY(!trash(placeOf(*item)) && !trash(homeTrash()));
+        QVERIFY(isRestored(*item));
         QCOMPARE(read(home("album/one")), content);
     }
     void volumes_data() {
@@ -152,46 +147,43 @@ class TrashTest : public QObject {
         QFETCH(const bool, onDisk);
         QFETCH(const int, sharedMode);
         QFETCH(const QByteArray, can);
-        QVERIFY(onDisk ? MountSandbox::mountExt4(volume(), 16) : MountSandbox::mountTmpfs(volume()));
-        const QByteArray top = platform::bytesFromPath(volume());
+        QVERIFY(onDisk ? MountSandbox::mountExt4(_volume, 16) : MountSandbox::mountTmpfs(_volume));
+        const QByteArray top = platform::bytesFromPath(_volume);
         if (sharedMode != 0) {
             ::mkdir((top + "/.Trash").constData(), 0777);
             ::chmod((top + "/.Trash").constData(), static_cast<mode_t>(sharedMode));
         }
         ::mkdir((top + "/sub").constData(), 0755);
         const QByteArray path = top + "/sub/p\xff%.jpg";
-        write(path);
-        const auto result = moveToTrash(platform::pathFromBytes(path));
-        QVERIFY2(
-            std::holds_alternative<TrashedItem>(result),
-            qPrintable(std::get_if<TrashFailure>(&result) != nullptr ? std::get<TrashFailure>(result).message
-                                                                     : QString()));
-        const auto& item = std::get<TrashedItem>(result);
-        QCOMPARE(platform::bytesFromPath(item.trashFolder), top + can);
-        QCOMPARE(restorePath(item), QByteArray("sub/p\xff%.jpg"));
-        QVERIFY(std::holds_alternative<std::monostate>(restoreFromTrash(item)));
+        writeFile(path, content);
+        const auto item = trash(path);
+        QVERIFY(item);
+        QCOMPARE(platform::bytesFromPath(item->trashFolder), top + can);
+        QCOMPARE(restorePath(*item), QByteArray("sub/p\xff%.jpg"));
+        QVERIFY(isRestored(*item));
         QCOMPARE(read(path), content);
     }
     void faultsLeaveTheFile_data() {
-        QTest::addColumn<std::function<void(QString)>>("fault");
+        QTest::addColumn<std::function<void(const QString&)>>("fault");
         const QByteArray own = ".Trash-" + QByteArray::number(::getuid());
-        using Fault = std::function<void(QString)>;
-        QTest::newRow("read-only volume")
-            << Fault([](QString top) { QVERIFY(MountSandbox::remountReadOnly(top)); });
-        QTest::newRow("full volume") << Fault([](QString top) {
+        using Fault = std::function<void(const QString&)>;
+        const auto row = [](const char* name, Fault fault) {
+            QTest::newRow(name) << std::move(fault);
+        };
+        row("read-only volume", [](auto& top) { QVERIFY(MountSandbox::remountReadOnly(top)); });
+        row("full volume", [](auto& top) {
             QFile filler(top + u"/filler"_s);
             QVERIFY(filler.open(QFile::WriteOnly));
             const QByteArray block(4096, 'f');
             while (filler.write(block) == block.size() && filler.flush()) {
             }
         });
-        QTest::newRow("trash is a link") << Fault([own](QString top) {
+        row("trash is a link", [own](auto& top) {
             QVERIFY(QDir().mkpath(top + u"/elsewhere"_s));
             QCOMPARE(::symlink("elsewhere", (QFile::encodeName(top) + '/' + own).constData()), 0);
         });
-        QTest::newRow("trash is a file")
-            << Fault([own](QString top) { write(QFile::encodeName(top) + '/' + own); });
-        QTest::newRow("its files folder is a link") << Fault([own](QString top) {
+        row("trash is a file", [own](auto& top) { writeFile(QFile::encodeName(top) + '/' + own, content); });
+        row("its files folder is a link", [own](auto& top) {
             QVERIFY(QDir(top).mkpath(QString::fromLatin1(own)));
             QCOMPARE(::symlink("/tmp", (QFile::encodeName(top) + '/' + own + "/files").constData()), 0);
         });
@@ -199,25 +191,24 @@ class TrashTest : public QObject {
     void faultsLeaveTheFile() {
         if (!MountSandbox::problem().isEmpty())
             QSKIP(qPrintable(MountSandbox::problem()));
-        QFETCH(const std::function<void(QString)>, fault);
-        QVERIFY(MountSandbox::mountExt4(volume(), 4));
-        const QByteArray path = platform::bytesFromPath(volume()) + "/kept.jpg";
-        write(path);
-        fault(volume());
+        QFETCH(const std::function<void(const QString&)>, fault);
+        QVERIFY(MountSandbox::mountExt4(_volume, 4));
+        const QByteArray path = platform::bytesFromPath(_volume) + "/kept.jpg";
+        writeFile(path, content);
+        fault(_volume);
         const auto result = moveToTrash(platform::pathFromBytes(path));
         QVERIFY(std::holds_alternative<TrashFailure>(result));
         QVERIFY(std::get<TrashFailure>(result).error > 0);
         QCOMPARE(read(path), content);
-        const QByteArray can =
-            platform::bytesFromPath(volume()) + "/.Trash-" + QByteArray::number(::getuid());
-        QVERIFY(isEmptyFolder(can + "/info"));
+        const QDir can(_volume + u"/.Trash-%1/info"_s.arg(::getuid()));
+        QVERIFY(can.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot));
     }
     void foreignFileStays() {
         if (::geteuid() != 0)
             QSKIP("acting as another user needs root");
         // Another user, who may not touch root's file in root's folder.
         const QByteArray path = home("foreign.jpg");
-        write(path);
+        writeFile(path, content);
         ::chmod(qgetenv("HOME").constData(), 0755);
         QProcess child;
         child.setProcessChannelMode(QProcess::MergedChannels);
@@ -231,22 +222,19 @@ class TrashTest : public QObject {
     }
     void undoNeverOverwrites() {
         const QByteArray path = home("again.jpg");
-        write(path);
-        const auto result = moveToTrash(platform::pathFromBytes(path));
-        QVERIFY(std::holds_alternative<TrashedItem>(result));
-        const auto& item = std::get<TrashedItem>(result);
-        write(path, "newer");
-        QVERIFY(std::holds_alternative<TrashFailure>(restoreFromTrash(item)));
+        writeFile(path, content);
+        const auto item = trash(path);
+        QVERIFY(item);
+        writeFile(path, "newer");
+        QVERIFY(!isRestored(*item));
         QCOMPARE(read(path), QByteArray("newer"));
-        QCOMPARE(read(platform::bytesFromPath(item.trashedPath())), content);
-        QVERIFY(
-            std::holds_alternative<TrashFailure>(moveToTrash(platform::pathFromBytes(home("never-there")))));
+        QCOMPARE(read(placeOf(*item)), content);
+        QVERIFY(!trash(home("never-there")));
     }
 
  private:
     QByteArray home(const char* name) const { return qgetenv("HOME") + '/' + name; }
     static QByteArray homeTrash() { return qgetenv("XDG_DATA_HOME") + "/Trash"; }
-    QString volume() const { return _volume; }
     QString _volume;
     int _number = 0;
 };
@@ -255,8 +243,7 @@ int main(int argc, char** argv) {
     // As another user, told to remove one file.
     if (argc == 3 && qstrcmp(argv[1], "--trash") == 0) {
         const TestHome home;
-        const auto result = moveToTrash(platform::pathFromBytes(argv[2]));
-        std::puts(std::holds_alternative<TrashFailure>(result) ? "failure" : "trashed");
+        std::puts(trash(argv[2]) ? "trashed" : "failure");
         return 0;
     }
     MountSandbox::enter();

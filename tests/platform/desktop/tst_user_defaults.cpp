@@ -2,6 +2,7 @@
 #include "platform/desktop/UserDefaults.h"
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <pthread.h>
@@ -16,11 +17,6 @@ using namespace Qt::StringLiterals;
 using platform::UserDefaults;
 
 namespace {
-
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("missing");
-}
 
 constexpr int lastSaved = 30;
 
@@ -81,13 +77,13 @@ class UserDefaultsTest : public QObject {
         const QByteArray first("[PreferencesGlobals]\naSetting=true\nno equals sign\n");
         const QByteArray second("\x01\x02garbage\n");
         LogLines log;
-        writeFile(first);
+        writeFile(_path, first);
         QCOMPARE(UserDefaults(_path).dictionaryForKey(_group)->size(), 1);
         QCOMPARE(readFile(_path), first);
-        writeFile(second);
+        writeFile(_path, second);
         UserDefaults(_path).setDictionaryForKey(_settings, _group);
         QVERIFY(readFile(_path).contains("bSetting=-5"));
-        writeFile(second);
+        writeFile(_path, second);
         QVERIFY(!UserDefaults(_path).dictionaryForKey(_group));
 
         QCOMPARE(readFile(_path + u".corrupt"_s), first);
@@ -104,19 +100,18 @@ class UserDefaultsTest : public QObject {
         QTest::addColumn<QString>("said");
         const QByteArray whole("[PreferencesGlobals]\naSetting=false\n");
         const QByteArray cut("[PreferencesGlobals]\naSetting=false\nno equals sign\n");
-        QTest::newRow("full disk") << u"full"_s << whole << whole << u"cannot be written"_s;
-        QTest::newRow("a disk with one block left")
-            << u"nearly full"_s << whole << whole << u"cannot be written"_s;
-        QTest::newRow("corrupt on a full disk") << u"full"_s << cut << cut << u"could not be copied"_s;
-        QTest::newRow("read-only disk") << u"read-only"_s << whole << whole << u"cannot be written"_s;
-        QTest::newRow("a folder in its place")
-            << u"folder"_s << QByteArray("missing") << QByteArray("missing") << u"cannot be written"_s;
-        QTest::newRow("another version")
-            << QString() << QByteArray("[General]\nversion=9\n\n[New]\nx\\y=@ByteArray(1)\n\n" + whole)
-            << QByteArray(
-                   "[General]\nversion=9\n\n[New]\nx\\y=@ByteArray(1)\n\n"
-                   "[PreferencesGlobals]\naSetting=true\nbSetting=-5\n")
-            << QString();
+        const QByteArray other("[General]\nversion=9\n\n[New]\nx\\y=@ByteArray(1)\n\n");
+        const auto row = [](const char* name, const QString& fault, const QByteArray& before,
+                            const QByteArray& after, const QString& said = u"cannot be written"_s) {
+            QTest::newRow(name) << fault << before << after << said;
+        };
+        row("full disk", u"full"_s, whole, whole);
+        row("a disk with one block left", u"nearly full"_s, whole, whole);
+        row("corrupt on a full disk", u"full"_s, cut, cut, u"could not be copied"_s);
+        row("read-only disk", u"read-only"_s, whole, whole);
+        row("a folder in its place", u"folder"_s, {}, {});
+        row("another version", {}, other + whole,
+            other + "[PreferencesGlobals]\naSetting=true\nbSetting=-5\n", {});
     }
     void faultsHarmNothing() {
         if (!MountSandbox::problem().isEmpty())
@@ -131,7 +126,7 @@ class UserDefaultsTest : public QObject {
         if (fault == u"folder")
             QVERIFY(QDir().mkpath(_path));
         else
-            writeFile(before);
+            writeFile(_path, before);
         if (fault.endsWith(u"full")) {
             QFile filling(disk + u"/filling"_s);
             QVERIFY(filling.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
@@ -185,10 +180,6 @@ class UserDefaultsTest : public QObject {
     }
 
  private:
-    void writeFile(const QByteArray& contents) {
-        QFile file(_path);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size());
-    }
     const QString _group = u"PreferencesGlobals"_s;
     const QVariantMap _settings{{u"aSetting"_s, true}, {u"bSetting"_s, -5}};
     std::unique_ptr<QTemporaryDir> _folder;

@@ -2,6 +2,7 @@
 #include "platform/FileAccess.h"
 #include "platform/imaging/DecoderHealth.h"
 #include "platform/imaging/DecoderProcess.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <QColorSpace>
@@ -22,6 +23,10 @@ namespace {
 
 const QString kHostile = QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder");
 constexpr auto kPatience = 20s;  // for what must not depend on the machine's speed
+
+bool isPicture(const DecodeResult& result) {
+    return std::holds_alternative<DecodedPicture>(result);
+}
 
 DecodeError errorOf(const DecodeResult& result) {
     const auto* failure = std::get_if<DecodeFailure>(&result);
@@ -66,10 +71,7 @@ class DecoderProcessTest : public QObject {
         QImage small(64, 48, QImage::Format_RGB32);
         small.fill(Qt::white);
         QVERIFY(small.save(path("small.png")));
-        QFile whole(path("picture.png"));
-        QFile broken(path("broken.png"));
-        QVERIFY(whole.open(QIODevice::ReadOnly) && broken.open(QIODevice::WriteOnly));
-        QCOMPARE(broken.write(whole.read(100)), 100);
+        writeFile(path("broken.png"), readFile(path("picture.png")).first(100));
     }
 
     void misbehaviour_data() {
@@ -77,13 +79,11 @@ class DecoderProcessTest : public QObject {
         const auto row = [](const char* mode, std::optional<DecodeError> error) {
             QTest::newRow(mode) << error;
         };
-        row("right", std::nullopt);
-        row("dies-once", std::nullopt);
+        for (const char* mode : {"right", "dies-once", "talks-on"})
+            row(mode, std::nullopt);
         row("dies", DecodeError::crashed);
-        row("never-ready", DecodeError::unavailable);
-        row("there-is-none", DecodeError::unavailable);
-        row("talks-on", std::nullopt);
-        row("silent", DecodeError::unavailable);
+        for (const char* mode : {"never-ready", "there-is-none", "silent"})
+            row(mode, DecodeError::unavailable);
         row("hangs", DecodeError::timedOut);
         for (const char* mode :
              {"wrong-stride", "huge-stride", "negative-size", "ready-again", "answers-unasked", "huge-width",
@@ -106,9 +106,9 @@ class DecoderProcessTest : public QObject {
                                             hangs ? 300ms : std::chrono::milliseconds(kPatience));
         QVERIFY(std::chrono::milliseconds(timer.elapsed()) < kPatience);
         if (!expected) {
-            QVERIFY(std::holds_alternative<DecodedPicture>(result));
+            QVERIFY(isPicture(result));
             QCOMPARE(std::get<DecodedPicture>(result).image.size(), QSize(128, 128));
-            QVERIFY2(std::holds_alternative<DecodedPicture>(decode(*process, file.get(), 256)),
+            QVERIFY2(isPicture(decode(*process, file.get(), 256)),
                      "what one request left behind harms the next");
             return;
         }
@@ -143,23 +143,21 @@ class DecoderProcessTest : public QObject {
         request.level = level;
         request.region = request.interest = region;
         const auto result = process.decode(request, kPatience);
-        QCOMPARE(std::holds_alternative<DecodedPicture>(result), !expected);
+        QCOMPARE(isPicture(result), !expected);
         QVERIFY(!expected || errorOf(result) == *expected);
     }
 
     /// No font file can be opened any more: a style that was not loaded before is drawn as boxes, not as
     /// dots.
     void fontsOfDrawings() {
-        QFile file(path("text.svg"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(file.write("<svg xmlns='http://www.w3.org/2000/svg' width='100' height='40'>"
-                           "<rect width='100' height='40' fill='white'/>"
-                           "<text x='5' y='35' font-size='30' font-family='serif' font-weight='bold' "
-                           "font-style='italic'>....</text></svg>") > 0);
-        file.close();
+        writeFile(path("text.svg"),
+                  "<svg xmlns='http://www.w3.org/2000/svg' width='100' height='40'>"
+                  "<rect width='100' height='40' fill='white'/>"
+                  "<text x='5' y='35' font-size='30' font-family='serif' font-weight='bold' "
+                  "font-style='italic'>....</text></svg>");
         DecoderProcess process(_decoder);
         const auto result = decode(process, open("text.svg").get(), 256);
-        QVERIFY(std::holds_alternative<DecodedPicture>(result));
+        QVERIFY(isPicture(result));
         const QImage image = std::get<DecodedPicture>(result).image;
         QImage blank(image.width(), 20, image.format());
         blank.fill(Qt::white);
@@ -198,14 +196,13 @@ class DecoderProcessTest : public QObject {
         for (int i = 0; i < 2; ++i)
             QCOMPARE(errorOf(process.decode(request, kPatience)), DecodeError::cancelled);
         process.forgetCancellation();
-        QVERIFY(std::holds_alternative<DecodedPicture>(process.decode(request, kPatience)));
+        QVERIFY(isPicture(process.decode(request, kPatience)));
     }
 
     void rareFormats_data() {
         QTest::addColumn<QByteArray>("svg");
-        QTest::newRow("quadrants.heic") << QByteArray();
-        QTest::newRow("quadrants.avif") << QByteArray();
-        QTest::newRow("quadrants.jxl") << QByteArray();
+        for (const char* name : {"quadrants.heic", "quadrants.avif", "quadrants.jxl"})
+            QTest::newRow(name) << QByteArray();
         QByteArray drawing =
             "<?xml version='1.0'?><!-- x --><svg xmlns='http://www.w3.org/2000/svg' width='64' height='48'>";
         for (const char* quadrant : {"0' y='0' fill='rgb(220,30,30)", "32' y='0' fill='rgb(30,200,30)",
@@ -219,17 +216,16 @@ class DecoderProcessTest : public QObject {
         QString name = QStringLiteral(TAVLIN_TEST_DATA "/") + QString::fromLatin1(QTest::currentDataTag());
         if (!svg.isEmpty()) {
             name = path("no name says so");
-            QFile file(name);
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(svg) == svg.size());
+            writeFile(name, svg);
         }
         DecoderProcess process(_decoder);
         const auto common = open("small.png");
-        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, common.get(), 256)));
+        QVERIFY(isPicture(decode(process, common.get(), 256)));
         const int before = process.processId();
         const auto file = openRegularFile(name);
         for (const auto& [asked, expected] : {std::pair(256, QSize(64, 48)), std::pair(32, QSize(32, 24))}) {
             const auto result = decode(process, file.get(), asked);
-            QVERIFY(std::holds_alternative<DecodedPicture>(result));
+            QVERIFY(isPicture(result));
             const auto& picture = std::get<DecodedPicture>(result);
             QCOMPARE(picture.image.size(), expected);
             QCOMPARE(picture.fullSize, QSize(64, 48));
@@ -242,10 +238,10 @@ class DecoderProcessTest : public QObject {
     void replacesOneThatNoLongerReads() {
         DecoderProcess process(_decoder);
         const auto file = open("picture.png");
-        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 64)));
+        QVERIFY(isPicture(decode(process, file.get(), 64)));
         const int stopped = process.processId();
         ::kill(stopped, SIGSTOP);
-        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 64)));
+        QVERIFY(isPicture(decode(process, file.get(), 64)));
         QVERIFY(process.processId() != stopped);
     }
 
@@ -264,10 +260,10 @@ class DecoderProcessTest : public QObject {
         const int first = process.processId();
         for (int i = 0; i < requests; ++i) {
             QCOMPARE(process.processId(), first);
-            QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 256)));
+            QVERIFY(isPicture(decode(process, file.get(), 256)));
         }
         QVERIFY2(process.processId() != first && process.processId() != 0, "no fresh one waits");
-        QVERIFY(std::holds_alternative<DecodedPicture>(decode(process, file.get(), 256)));
+        QVERIFY(isPicture(decode(process, file.get(), 256)));
     }
 
     void restsWhereAllDie_data() {
@@ -307,7 +303,7 @@ class DecoderProcessTest : public QObject {
             for (int i = 0; i < 200; ++i) {
                 const int descriptor = i % 5 == 0 ? broken.get() : file.get();
                 const auto result = decode(process, descriptor, 64);
-                QCOMPARE(std::holds_alternative<DecodedPicture>(result), descriptor == file.get());
+                QCOMPARE(isPicture(result), descriptor == file.get());
                 if (i % 50 == 49)
                     ::kill(process.processId(), SIGKILL);
             }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/protocol/PackedProperties.h"
 #include "platform/imaging/DecodeThreads.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <QCoreApplication>
@@ -41,9 +42,8 @@ QStringList lines(const PropertyDictionary& properties) {
     return all;
 }
 
-QByteArray svg() {
-    return "<?xml version='1.0'?><svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 6 9' height='4px'/>";
-}
+const QByteArray kSvg(
+    "<?xml version='1.0'?><svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 6 9' height='4px'/>");
 
 /// A BigTIFF's first directory, without pixels.
 QByteArray bigTiff() {
@@ -51,10 +51,8 @@ QByteArray bigTiff() {
     const auto entry = [&](quint32 tag, quint32 value) {
         bytes += number(tag | 3U << 16) + number(1) + number(0) + number(value) + number(0);
     };
-    entry(256, 6);
-    entry(257, 4);
-    entry(258, 8);
-    entry(262, 2);
+    for (const auto& [tag, value] : {std::pair(256U, 6U), {257, 4}, {258, 8}, {262, 2}})
+        entry(tag, value);
     return bytes + QByteArray(8, '\0');
 }
 
@@ -112,9 +110,8 @@ class PropertiesTest : public QObject {
         DecodeThreads threads(hostile("hangs"), 1);
         std::vector<std::unique_ptr<DecodeTask>> tasks;
         for (const QString& name : {u"volume/running"_s, u"volume/waiting"_s, u"volume 2"_s}) {
-            QFile file(_folder.filePath(name));
-            QVERIFY(file.open(QFile::WriteOnly));
-            tasks.push_back(std::make_unique<DecodeTask>(threads, file.fileName(), kProperties, kPatience));
+            writeFile(path(name), {});
+            tasks.push_back(std::make_unique<DecodeTask>(threads, path(name), kProperties, kPatience));
         }
         const auto isOpen = [&] {
             const QStringList descriptors = QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System);
@@ -197,12 +194,10 @@ class PropertiesTest : public QObject {
         image.fill(Qt::transparent);
         const QString picture = path(QString::number(qHash(QTest::currentDataTag())) + file);
         const QString ready = QStringLiteral(TAVLIN_SOURCE_DIR "/tests/data/") + file;
-        if (file == u"big.tif" || file == u"a.svg") {
-            QFile made(picture);
-            QVERIFY(made.open(QFile::WriteOnly) && made.write(file == u"a.svg" ? svg() : bigTiff()) > 0);
-        } else {
+        if (file == u"big.tif" || file == u"a.svg")
+            writeFile(picture, file == u"a.svg" ? kSvg : bigTiff());
+        else
             QVERIFY(QFile::exists(ready) ? QFile::copy(ready, picture) : image.save(picture));
-        }
         if (!arguments.isEmpty()) {
             if (QStandardPaths::findExecutable(u"exiftool"_s).isEmpty())
                 QSKIP("there is no exiftool to write the metadata");

@@ -56,11 +56,6 @@ std::vector<int> childProcesses() {
     return children;
 }
 
-void signalChildren(int signal) {
-    for (const int child : childProcesses())
-        ::kill(child, signal);
-}
-
 QStringList openFiles(int process) {
     QStringList files;
     const QDir folder(u"/proc/%1/fd"_s.arg(process));
@@ -102,16 +97,15 @@ class ThumbnailQueueTest : public QObject {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<State>("state");
         QTest::addColumn<QSize>("size");
-        const QByteArray png = testPictures::written(noise({300, 300}, Qt::blue), "png");
-        QTest::newRow("large picture")
-            << jpeg(noise({800, 400}, Qt::red)) << State::complete << QSize(200, 100);
-        QTest::newRow("small picture") << jpeg(noise({40, 80}, Qt::red)) << State::complete << QSize(40, 80);
-        QTest::newRow("text") << QByteArray("no picture at all, but a text") << State::notImage
-                              << QSize(0, 0);
-        QTest::newRow("text in a picture's name")
-            << QByteArray("<html>404</html>") << State::failed << QSize(0, 0);
-        QTest::newRow("FIFO") << QByteArray("FIFO") << State::notImage << QSize(0, 0);
-        QTest::newRow("absent") << QByteArray("absent") << State::notImage << QSize(0, 0);
+        const auto row = [](const char* name, const QByteArray& content, State state, QSize size = {0, 0}) {
+            QTest::newRow(name) << content << state << size;
+        };
+        row("large picture", jpeg(noise({800, 400}, Qt::red)), State::complete, {200, 100});
+        row("small picture", jpeg(noise({40, 80}, Qt::red)), State::complete, {40, 80});
+        row("text", "no picture at all, but a text", State::notImage);
+        row("text in a picture's name", "<html>404</html>", State::failed);
+        row("FIFO", "FIFO", State::notImage);
+        row("absent", "absent", State::notImage);
     }
     void answersByContent() {
         QFETCH(const QByteArray, content);
@@ -231,12 +225,8 @@ class ThumbnailQueueTest : public QObject {
     }
 
     void endsWhileDecodersHang() {
-        const auto requests = writeMany(30);
         auto queue = std::make_unique<ThumbnailQueue>();
-        record(*queue);
-        queue->setWanted(requests, {});
-        QTRY_VERIFY(!_reports.empty());
-        signalChildren(SIGSTOP);
+        stopAllDecodersOf(*queue);
         QElapsedTimer time;
         time.start();
         queue.reset();
@@ -245,12 +235,8 @@ class ThumbnailQueueTest : public QObject {
 
     /// With every decoder stopped at what is wanted no longer, and no further wishes.
     void leavesWhatHangsUnwanted() {
-        const auto requests = writeMany(30);
         ThumbnailQueue queue;
-        record(queue);
-        queue.setWanted(requests, {});
-        QTRY_VERIFY(!_reports.empty());
-        signalChildren(SIGSTOP);
+        stopAllDecodersOf(queue);
         const QString path = write(u"wanted.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
         queue.setWanted({{path, 200}}, {});
         QTRY_COMPARE_WITH_TIMEOUT(queue.thumbnail(path).state, State::complete, 20000);
@@ -273,6 +259,14 @@ class ThumbnailQueueTest : public QObject {
         for (int i = 0; i < count; ++i)
             requests.push_back({write(u"many-%1.jpg"_s.arg(i), picture), 256});
         return requests;
+    }
+    /// In the middle of thirty pictures.
+    void stopAllDecodersOf(ThumbnailQueue& queue) {
+        record(queue);
+        queue.setWanted(writeMany(30), {});
+        QTRY_VERIFY(!_reports.empty());
+        for (const int child : childProcesses())
+            ::kill(child, SIGSTOP);
     }
     /// Every state the grid is told of, in order.
     void record(ThumbnailQueue& queue) {

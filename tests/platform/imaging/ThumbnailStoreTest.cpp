@@ -3,6 +3,7 @@
 
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
 #include <sys/stat.h>
@@ -87,9 +88,7 @@ class ThumbnailStoreTest : public QObject {
             {"Software", "Tavlin " TAVLIN_VERSION}};
         for (const auto& [key, value] : expected)
             QCOMPARE(image.text(QString::fromLatin1(key)).toLatin1(), value);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY2(!file.readAll().contains("zTXt"), "not every program reads compressed texts");
+        QVERIFY2(!readFile(path).contains("zTXt"), "not every program reads compressed texts");
     }
 
     void findsTheSmallestThatSuffices() {

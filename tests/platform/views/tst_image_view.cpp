@@ -2,6 +2,7 @@
 #include "platform/imaging/TileCache.h"
 #include "platform/views/ImageView.h"
 #include "testing/AnimatedGif.h"
+#include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 #include "testing/TiledTiff.h"
 
@@ -34,6 +35,15 @@ std::size_t shownTiles(const ImageView& view) {
     const PictureGeometry& geometry = view.pictureGeometry();
     return view.tiles()->grid().tilesIn(geometry.shownPart(), TileGrid::levelOf(geometry.scale())).size();
 }
+
+/// A shown view of this file.
+struct ShownView : ImageView {
+    ShownView(QSize size, const QString& path) {
+        resize(size);
+        show();
+        setImageWithPath(path);
+    }
+};
 
 bool isIdle(const ImageView& view) {
     return view.tiles() && view.tiles()->isIdle() && view.tiles()->decodes() > 0;
@@ -106,17 +116,11 @@ class ImageViewTest : public QObject {
         QFETCH(QString, name);
         const QImage picture = pattern({2600, 1900});
         const QString path = _folder.filePath(name);
-        if (name.endsWith(u"tif"_s)) {
-            QFile file(path);
-            const QByteArray bytes = testPictures::tiledTiff(picture);
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-        } else {
+        if (name.endsWith(u"tif"_s))
+            writeFile(path, testPictures::tiledTiff(picture));
+        else
             QVERIFY(picture.save(path, "png", 90));
-        }
-        ImageView view;
-        view.resize(700, 500);
-        view.show();
-        view.setImageWithPath(path);
+        ShownView view({700, 500}, path);
         QTRY_COMPARE_WITH_TIMEOUT(view.image().width(), int(std::lround(700 * view.devicePixelRatioF())),
                                   20'000);
         QVERIFY2(!view.tiles(), "the whole picture has all that is shown");
@@ -146,10 +150,7 @@ class ImageViewTest : public QObject {
     void anotherPalette() {
         const QString path = _folder.filePath(u"small.png"_s);
         QVERIFY(pattern({20, 20}).save(path));
-        ImageView view;
-        view.resize(200, 200);
-        view.show();
-        view.setImageWithPath(path);
+        ShownView view({200, 200}, path);
         QTRY_VERIFY_WITH_TIMEOUT(view.canvas().composedPixels() > 0 && !view.image().isNull(), 20'000);
         const QRgb before = view.grab().toImage().pixel(2, 2);
         view.setPalette(QPalette(Qt::darkGreen));
@@ -160,10 +161,7 @@ class ImageViewTest : public QObject {
     void pinch() {
         const QString path = _folder.filePath(u"pinch.png"_s);
         QVERIFY(pattern({2600, 1900}).save(path, "png", 90));
-        ImageView view;
-        view.resize(700, 500);
-        view.show();
-        view.setImageWithPath(path);
+        ShownView view({700, 500}, path);
         QTRY_VERIFY_WITH_TIMEOUT(!view.image().isNull(), 20'000);
         const QPointF fingers(200, 150);
         const auto under = [&] {
@@ -184,10 +182,7 @@ class ImageViewTest : public QObject {
         const QString path = _folder.filePath(u"giga.tif"_s);
         testPictures::writeSparsePyramid(path, 100'000);
         {
-            ImageView view;
-            view.resize(600, 400);
-            view.show();
-            view.setImageWithPath(path);
+            ShownView view({600, 400}, path);
             QTRY_COMPARE_WITH_TIMEOUT(view.pictureGeometry().pictureSize(), QSize(100'000, 100'000), 20'000);
             QTRY_VERIFY_WITH_TIMEOUT(!view.image().isNull(), 20'000);
             for (int notch = 0; view.pictureGeometry().scale() < 1; ++notch) {
@@ -210,10 +205,7 @@ class ImageViewTest : public QObject {
     /// By itself while it can be seen, and to its end.
     void animation() {
         const QString path = _folder.filePath(u"moves.gif"_s);
-        QFile file(path);
-        const QByteArray bytes = testPictures::animatedGif({2, 1}, {2, 30, 2}, 1);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-        file.close();
+        writeFile(path, testPictures::animatedGif({2, 1}, {2, 30, 2}, 1));
         ImageView view;
         view.setImageWithPath(path);
         QTRY_VERIFY_WITH_TIMEOUT(view.animation(), 20'000);
