@@ -5,6 +5,7 @@
 #include "platform/FileAccess.h"
 #include "platform/imaging/ThumbnailStore.h"
 #include "platform/PathBytes.h"
+#include "testing/ProcessFigures.h"
 #include "testing/TestHome.h"
 
 #include <sys/stat.h>
@@ -44,24 +45,8 @@ QByteArray jpeg(const QImage& image) {
 }
 
 /// The decoders and all other children of this process, also those that have ended and were not waited for.
-std::vector<int> childProcesses() {
-    std::vector<int> children;
-    for (const QString& thread : QDir(u"/proc/self/task"_s).entryList({u"[0-9]*"_s})) {
-        QFile file(u"/proc/self/task/%1/children"_s.arg(thread));
-        if (file.open(QIODevice::ReadOnly))
-            for (const QByteArray& child : file.readAll().simplified().split(' '))
-                if (!child.isEmpty())
-                    children.push_back(child.toInt());
-    }
-    return children;
-}
-
-QStringList openFiles(int process) {
-    QStringList files;
-    const QDir folder(u"/proc/%1/fd"_s.arg(process));
-    for (const QFileInfo& info : folder.entryInfoList(QDir::Files | QDir::System))
-        files += info.symLinkTarget();
-    return files;
+QList<qint64> childProcesses() {
+    return ProcessFigures::of(::getpid()).children;
 }
 
 }  // namespace
@@ -79,18 +64,18 @@ class ThumbnailQueueTest : public QObject {
         _folder = std::make_unique<QTemporaryDir>();
         DecoderProcess::setInstalledProgram(kDecoder);
         QDir(ThumbnailStore::defaultFolder()).removeRecursively();
-        _openBefore = openFiles(::getpid());
+        _openBefore = ProcessFigures::of(::getpid()).descriptors;
     }
 
     void cleanup() {
         QThreadPool::globalInstance()->waitForDone();  // the toolkit scales images there
-        QCOMPARE(childProcesses().size(), 0U);
-        QCOMPARE(openFiles(::getpid()).size(), _openBefore.size());
+        QVERIFY(childProcesses().isEmpty());
+        QCOMPARE(ProcessFigures::of(::getpid()).descriptors, _openBefore);
     }
 
     void hasDecoderReadyBeforeAnythingIsWanted() {
         const ThumbnailQueue queue;
-        QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 1U, 20'000);
+        QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 1, 20'000);
     }
 
     void answersByContent_data() {
@@ -265,8 +250,8 @@ class ThumbnailQueueTest : public QObject {
         record(queue);
         queue.setWanted(writeMany(30), {});
         QTRY_VERIFY(!_reports.empty());
-        for (const int child : childProcesses())
-            ::kill(child, SIGSTOP);
+        for (const qint64 child : childProcesses())
+            ::kill(pid_t(child), SIGSTOP);
     }
     /// Every state the grid is told of, in order.
     void record(ThumbnailQueue& queue) {
@@ -278,7 +263,7 @@ class ThumbnailQueueTest : public QObject {
     std::unique_ptr<QTemporaryDir> _folder;
     std::vector<std::pair<QString, Thumbnail>> _reports;
     qint64 _age = 0;
-    QStringList _openBefore;
+    qsizetype _openBefore = 0;
 };
 
 TAVLIN_TEST_MAIN(QCoreApplication, ThumbnailQueueTest)
