@@ -143,6 +143,7 @@ class UserDefaultsTest : public QObject {
             QCOMPARE(defaults.dictionaryForKey(_group), _settings);
         }
         QTEST(readFile(_path), "after");
+        QVERIFY(fault != u"folder" || QFileInfo(_path).isDir());
         const QStringList lines = log.taken();
         QVERIFY2(said.isEmpty() ? lines.isEmpty() : !lines.filter(said).isEmpty(),
                  qPrintable(lines.join(u'\n')));
