@@ -3,6 +3,8 @@
 
 #include "platform/PathBytes.h"
 
+#include <QDir>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -11,7 +13,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace platform {
 
@@ -95,6 +99,16 @@ std::optional<FileStatus> fileStatusAt(int folderDescriptor, const char* name, F
 
 std::optional<FileStatus> fileStatusOfDescriptor(int descriptor) {
     return statusOf(descriptor, "", AT_EMPTY_PATH);
+}
+
+QString plainPath(const QString& path) {
+    const qsizetype up = (path + u'/').lastIndexOf(QStringLiteral("/../"));
+    if (up < 0)
+        return QDir::cleanPath(path);
+    const qsizetype length = up + 3;
+    const std::unique_ptr<char, decltype(&std::free)> real(
+        ::realpath(bytesFromPath(path.first(length)).constData(), nullptr), &std::free);
+    return QDir::cleanPath(real == nullptr ? path : pathFromBytes(real.get()) + path.sliced(length));
 }
 
 bool isExistingFolder(const QString& path) {

@@ -39,6 +39,11 @@ std::optional<FileStatus> fileStatusAt(int folderDescriptor, const char* name,
                                        FollowLinks follow = FollowLinks::yes);
 std::optional<FileStatus> fileStatusOfDescriptor(int descriptor);
 
+/// An absolute path without doubled slashes, "." and a slash at its end. Where it goes up by "..", the system
+/// says where to, as that may lead through a link; the path's text alone, where nothing is there. May block
+/// on a dead volume.
+QString plainPath(const QString& path);
+
 /// Whether an existing folder is at `path`, links followed.
 bool isExistingFolder(const QString& path);
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/CommandLine.h"
 
+#include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
-
-#include <QDir>
 
 #include <algorithm>
 #include <array>
@@ -16,21 +15,26 @@ namespace {
 using Request = CommandLine::Request;
 
 /// What the toolkit takes for itself, with one dash or two (QApplication, QGuiApplication and the xcb
-/// platform of Qt 6). Those with a value have it in the next argument, or after "=".
+/// platform of Qt 6). Those with a value have it in the next argument; a few may have it after "=" instead.
 constexpr std::array<QByteArrayView, 4> switches{"reverse", "nograb", "dograb", "widgetcount"};
 constexpr std::array<QByteArrayView, 16> valued{
     "platform",    "platformpluginpath", "platformtheme", "plugin", "qmljsdebugger", "qwindowgeometry",
     "qwindowicon", "qwindowtitle",       "geometry",      "icon",   "title",         "session",
     "style",       "stylesheet",         "display",       "name"};
+constexpr std::array<QByteArrayView, 3> valuedByEquals{"style", "stylesheet", "qmljsdebugger"};
 
 enum class ToolkitOption { none, alone, withNext };
 
 ToolkitOption toolkitOption(QByteArrayView argument) {
     const QByteArrayView name = argument.sliced(argument.startsWith("--") ? 2 : 1);
+    const auto isOneOf = [](const auto& names, QByteArrayView option) {
+        return std::ranges::find(names, option) != names.end();
+    };
+    if (isOneOf(valued, name))
+        return ToolkitOption::withNext;
     const qsizetype equals = name.indexOf('=');
-    if (std::ranges::find(valued, equals < 0 ? name : name.first(equals)) != valued.end())
-        return equals < 0 ? ToolkitOption::withNext : ToolkitOption::alone;
-    return std::ranges::find(switches, name) != switches.end() ? ToolkitOption::alone : ToolkitOption::none;
+    const bool isAlone = equals < 0 ? isOneOf(switches, name) : isOneOf(valuedByEquals, name.first(equals));
+    return isAlone ? ToolkitOption::alone : ToolkitOption::none;
 }
 
 std::optional<Request> ownOption(QByteArrayView argument) {
@@ -55,8 +59,7 @@ CommandLine misuse(const QString& problem) {
 /// A null string for an address of no file of this computer.
 QString absolutePath(const QByteArray& argument, const QString& folder) {
     const QString path = argument.startsWith("file:") ? pathFromFileUri(argument) : pathFromBytes(argument);
-    return path.isNull() ? path
-                         : QDir::cleanPath(path.startsWith(u'/') ? path : pathByAppending(folder, path));
+    return path.isNull() ? path : plainPath(path.startsWith(u'/') ? path : pathByAppending(folder, path));
 }
 
 }  // namespace

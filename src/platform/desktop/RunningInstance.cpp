@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/RunningInstance.h"
 
+#include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gio.h>
 
-#include <QDir>
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -27,6 +27,8 @@ using Bus = std::shared_ptr<GDBusConnection>;
 /// How long a start may take to come to terms with the bus and the program that runs already.
 constexpr auto patience = 5s;
 constexpr auto retryAfter = 20ms;
+/// A request is taken until so long before its start gives up, or its answer might come when nobody waits.
+constexpr auto answerTakes = 200ms;
 
 constexpr const char* name = TAVLIN_APPLICATION_ID;
 constexpr const char* objectPath = "/org/tavlin/Tavlin";
@@ -40,6 +42,11 @@ constexpr const char* interfaceDescription =
     "</method></interface></node>";
 constexpr const char* startupIdKey = "desktop-startup-id";
 constexpr const char* tokenKey = "activation-token";
+/// Milliseconds of the machine's steady clock, which all its programs share: a running program that was busy
+/// until then must not open what the start has meanwhile opened itself.
+constexpr const char* deadlineKey = "tavlin-deadline";
+/// Longer names of a start are nobody's: they would travel to the X server in pieces of 20 bytes.
+constexpr std::size_t longestStartupId = 1024;
 
 int millisecondsUntil(Clock::time_point deadline) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -47,7 +54,8 @@ int millisecondsUntil(Clock::time_point deadline) {
 }
 
 /// Logs an error and frees it. The toolkit would wait much longer for a bus that has not answered in time,
-/// with no window yet: it is left alone then.
+/// with no window yet: it is left alone then. The environment alone tells the toolkit so; the one other
+/// thread then, which GLib has for the bus that failed, may read it meanwhile, which is accepted.
 void report(const char* what, GError* error) {
     qCInfo(instanceLog, "%s: %s", what, error == nullptr ? "" : error->message);
     if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE ||
@@ -125,8 +133,12 @@ Ownership requestName(GDBusConnection* bus, Clock::time_point deadline) {
     return answer == isOwner ? Ownership::first : Ownership::later;
 }
 
+gint64 steadyMilliseconds(Clock::time_point time) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count();
+}
+
 /// The interface's "platform data".
-GVariant* platformData(const ActivationToken& activation) {
+GVariant* platformData(const ActivationToken& activation, Clock::time_point deadline) {
     GVariantBuilder data;
     g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
     const auto add = [&data](const char* key, const QByteArray& value) {
@@ -135,6 +147,8 @@ GVariant* platformData(const ActivationToken& activation) {
     };
     add(startupIdKey, activation.startupId);
     add(tokenKey, activation.token);
+    g_variant_builder_add(&data, "{sv}", deadlineKey,
+                          g_variant_new_int64(steadyMilliseconds(deadline - answerTakes)));
     return g_variant_builder_end(&data);
 }
 
@@ -148,7 +162,7 @@ GVariant* uriList(const QStringList& paths) {
 
 /// Whether the running program has taken the request.
 bool handOver(GDBusConnection* bus, const StartRequest& request, Clock::time_point deadline) {
-    GVariant* data = platformData(request.activation);
+    GVariant* data = platformData(request.activation, deadline);
     const bool opens = !request.paths.isEmpty();
     GError* error = nullptr;
     GVariant* reply = g_dbus_connection_call_sync(
@@ -167,9 +181,17 @@ bool handOver(GDBusConnection* bus, const StartRequest& request, Clock::time_poi
 ActivationToken activationFrom(GVariant* data) {
     const auto text = [data](const char* key) {
         const char* value = nullptr;
-        return g_variant_lookup(data, key, "&s", &value) != FALSE ? QByteArray(value) : QByteArray();
+        const bool isThere = g_variant_lookup(data, key, "&s", &value) != FALSE;
+        return isThere && qstrnlen(value, longestStartupId + 1) <= longestStartupId ? QByteArray(value)
+                                                                                    : QByteArray();
     };
     return {text(startupIdKey), text(tokenKey)};
+}
+
+bool isTooLate(GVariant* data) {
+    gint64 deadline = 0;
+    return g_variant_lookup(data, deadlineKey, "x", &deadline) != FALSE &&
+           steadyMilliseconds(Clock::now()) >= deadline;
 }
 
 QStringList pathsFrom(GVariant* uris) {
@@ -181,7 +203,7 @@ QStringList pathsFrom(GVariant* uris) {
         if (path.isNull())
             qCWarning(instanceLog, "not a file of this computer: \"%s\"", uri);
         else
-            paths += QDir::cleanPath(path);
+            paths += plainPath(path);
     }
     return paths;
 }
@@ -252,7 +274,14 @@ void RunningInstance::answer(const char* method, GVariant* parameters, GDBusMeth
     StartRequest request;
     GVariant* data = g_variant_get_child_value(parameters, opens ? 1 : 0);
     request.activation = activationFrom(data);
+    const bool comesTooLate = isTooLate(data);
     g_variant_unref(data);
+    if (comesTooLate) {
+        qCInfo(instanceLog, "a request that nobody waits for any more is left alone");
+        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.TimedOut",
+                                                   "This request comes too late.");
+        return;
+    }
     if (opens) {
         GVariant* uris = g_variant_get_child_value(parameters, 0);
         request.paths = pathsFrom(uris);

@@ -29,7 +29,7 @@ class XWindow {
     /// _NET_ACTIVE_WINDOW of the Extended Window Manager Hints.
     void askForActivation(xcb_timestamp_t time) const {
         constexpr uint32_t fromApplication = 1;
-        xcb_client_message_event_t event = message("_NET_ACTIVE_WINDOW", 32);
+        xcb_client_message_event_t event = message(atom("_NET_ACTIVE_WINDOW"), 32);
         event.data.data32[0] = fromApplication;
         event.data.data32[1] = time;
         send(event, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
@@ -40,27 +40,30 @@ class XWindow {
         QByteArray id = startupId;
         id.replace('\\', "\\\\").replace('"', "\\\"");
         const QByteArray text = "remove: ID=\"" + id + '"' + '\0';
-        const char* type = "_NET_STARTUP_INFO_BEGIN";
+        const xcb_atom_t begin = atom("_NET_STARTUP_INFO_BEGIN");
+        const xcb_atom_t more = atom("_NET_STARTUP_INFO");
         for (qsizetype sent = 0; sent < text.size(); sent += 20) {
-            xcb_client_message_event_t event = message(type, 8);
+            xcb_client_message_event_t event = message(sent == 0 ? begin : more, 8);
             std::ranges::copy(text.mid(sent, 20), reinterpret_cast<char*>(event.data.data8));
             send(event, XCB_EVENT_MASK_PROPERTY_CHANGE);
-            type = "_NET_STARTUP_INFO";
         }
     }
 
  private:
-    xcb_client_message_event_t message(QByteArrayView type, uint8_t format) const {
-        const auto length = static_cast<uint16_t>(type.size());
-        const Answer<xcb_intern_atom_reply_t> atom(
-            xcb_intern_atom_reply(_connection, xcb_intern_atom(_connection, 0, length, type.data()), nullptr),
+    /// Asks the X server and waits for it.
+    xcb_atom_t atom(QByteArrayView name) const {
+        const auto length = static_cast<uint16_t>(name.size());
+        const Answer<xcb_intern_atom_reply_t> answer(
+            xcb_intern_atom_reply(_connection, xcb_intern_atom(_connection, 0, length, name.data()), nullptr),
             &std::free);
+        return answer != nullptr ? answer->atom : XCB_ATOM_NONE;
+    }
+    xcb_client_message_event_t message(xcb_atom_t type, uint8_t format) const {
         xcb_client_message_event_t event = {};
         event.response_type = XCB_CLIENT_MESSAGE;
         event.format = format;
         event.window = _window;
-        if (atom != nullptr)
-            event.type = atom->atom;
+        event.type = type;
         return event;
     }
     void send(const xcb_client_message_event_t& event, uint32_t mask) const {
@@ -98,7 +101,8 @@ void bringToFront(QWidget& window, const ActivationToken& token) {
             xWindow.endStartup(token.startupId);
         return;
     }
-    // The toolkit's Wayland platform looks for it here when a window is to be activated.
+    // The toolkit's Wayland platform looks for it here, and nowhere else, when a window is to be activated.
+    // That other threads may read the environment meanwhile is accepted.
     if (!token.token.isEmpty())
         qputenv("XDG_ACTIVATION_TOKEN", token.token);
     window.activateWindow();

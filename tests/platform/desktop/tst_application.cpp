@@ -194,6 +194,15 @@ class TestApplication : public QObject {
         QVERIFY(alone.waitForFinished());
         QVERIFY(alone.readAllStandardOutput().contains("open /alone\n"));
         QVERIFY(alone.readAllStandardError().contains("this one runs on its own"));
+        // Nor does the running program open it as well when it wakes: requests come in their order.
+        ::kill(static_cast<pid_t>(first.processId()), SIGCONT);
+        QProcess afterwards;
+        start(afterwards, "signal", {u"/four"_s}, bus.address());
+        QVERIFY(endsWell(afterwards));
+        QVERIFY(hears("open /four\n"));
+        QVERIFY(!output.contains("/alone"));
+
+        ::kill(static_cast<pid_t>(first.processId()), SIGSTOP);
         QProcess heir;
         start(heir, "terminate", {u"/three"_s}, bus.address());
         QVERIFY(!heir.waitForReadyRead(500));
@@ -221,6 +230,8 @@ class TestApplication : public QObject {
         row("no path of this computer", "file://elsewhere/x", false, 2, "", "file://elsewhere/x");
         row("the toolkit's own with a value", "--style=fusion -qwindowtitle --bogus --help", false, 0,
             "Usage:", "");
+        row("with =, where the toolkit takes none", "--platform=offscreen", false, 2, "",
+            "--platform=offscreen");
         row("a name like an option", "-- --bogus", false, 1, "", "no display");
         row("no display", "", false, 1, "", "no display");
     }
