@@ -3,9 +3,7 @@
 #include "images/ImageLoad.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
-#include "platform/views/ImageBrowserView.h"
 #include "platform/views/OutlineView.h"
-#include "platform/views/TableView.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
@@ -13,12 +11,9 @@
 #include "testing/TestHome.h"
 
 #include <QAction>
-#include <QCoreApplication>
-#include <QDir>
 #include <QLabel>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QTest>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -96,15 +91,7 @@ class TestAppDelegate : public QObject {
     }
 
     void menuValidation_data() {
-        QTest::addColumn<QString>("keyEquivalent");
-        QTest::addColumn<QString>("opened");
-        QTest::addColumn<bool>("isEnabled");
-        QTest::addColumn<QString>("lastLog");
-        const auto row = [](const char* name, const char* key, const char* opened, bool isEnabled,
-                            const char* log) {
-            QTest::newRow(name) << QString::fromLatin1(key) << QString::fromLatin1(opened) << isEnabled
-                                << QString::fromLatin1(log);
-        };
+        const Table<QString, QString, bool, QString> row("keyEquivalent", "opened", "isEnabled", "lastLog");
         row("preferences, closed", ",", "", true, "(234): _preferencesWindowController: 0x0");
         row("preferences, open", ",", "PreferencesWindow", false, "(237): validateMenuItem: NOpe.");
         row("preferences while about is open", ",", "AboutWindow", true, "(234): ");

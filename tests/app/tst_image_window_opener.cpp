@@ -3,7 +3,6 @@
 #include "testing/TestHome.h"
 
 #include <QApplication>
-#include <QTest>
 #include <QWidget>
 
 namespace {

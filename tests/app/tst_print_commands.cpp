@@ -17,7 +17,6 @@
 #include <QPrintDialog>
 #include <QProgressDialog>
 #include <QRegularExpression>
-#include <QTest>
 #include <QTimer>
 
 #include <sys/resource.h>
@@ -69,17 +68,17 @@ class PrintCommandsTest : public QObject {
     void cleanup() { appGlobals->setObjectForKey(false, PreferenceKeys::debugLogging); }
 
     void prints_data() {
-        QTest::addColumn<int>("pages");
-        QTest::addColumn<int>("pictures");  // on them; none is said in the log
-        QTest::addColumn<bool>("isTold");   // that nothing was printed: what the user does not know
-        QTest::newRow("nothing wrong") << 1 << 1 << false;
-        QTest::newRow("picture deleted") << 1 << 0 << false;
-        QTest::newRow("picture cut off") << 1 << 0 << false;
-        QTest::newRow("nowhere to write") << 0 << 0 << true;
-        QTest::newRow("disk full") << 0 << 0 << true;
+        // pictures: on them; none is said in the log
+        // isTold: that nothing was printed: what the user does not know
+        const Table<int, int, bool> row("pages", "pictures", "isTold");
+        row("nothing wrong", 1, 1, false);
+        row("picture deleted", 1, 0, false);
+        row("picture cut off", 1, 0, false);
+        row("nowhere to write", 0, 0, true);
+        row("disk full", 0, 0, true);
         for (const char* early :
              {"cancelled", "window closed", "progress cancelled", "window gone in progress"})
-            QTest::newRow(early) << 0 << 0 << false;
+            row(early, 0, 0, false);
     }
     void prints() {
         QFETCH(const int, pages);

@@ -4,9 +4,7 @@
 #include "settings/PreferenceKeys.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
 #include <QProcess>
-#include <QTest>
 
 #include <algorithm>
 #include <csignal>

@@ -8,9 +8,7 @@
 
 #include <sys/stat.h>
 
-#include <QCoreApplication>
 #include <QMimeDatabase>
-#include <QTest>
 #include <QThreadPool>
 
 #include <random>

@@ -8,9 +8,7 @@
 #include "TestPictures.h"
 
 #include <QColorSpace>
-#include <QCoreApplication>
 #include <QRandomGenerator>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace decoder;
@@ -95,8 +93,8 @@ class DecodingTest : public QObject {
 
     /// What the toolkit's loaders alone get wrong.
     void mendedPictures_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QColor>("expected");  // of the last pixel
+        // expected: of the last pixel
+        const Table<QByteArray, QColor> row("bytes", "expected");
         const auto bmp = [](quint32 header, quint16 bits, const QByteArray& masks, const QByteArray& row) {
             const QByteArray info = little(header) + little(2) + little(1) + little(quint16(1)) +
                                     little(bits) + little(3) + little(quint32(row.size())) +
@@ -108,17 +106,15 @@ class DecodingTest : public QObject {
         const auto hex = [](const char* digits) {
             return QByteArray::fromHex(digits);
         };
-        QTest::newRow("bmp, third header")
-            << bmp(56, 32, hex("0000ff0000ff0000ff00000000000000"), hex("0000ff0000ff0000"))
-            << QColor(0, 255, 0);
-        QTest::newRow("bmp, nine bits of green")
-            << bmp(124, 16, hex("00080000ff0100000006000000000000"), hex("00f8fff1")) << QColor(0, 255, 0);
-        QTest::newRow("png, 16 bits with a clear colour")
-            << hex("89504e470d0a1a0a") + pngChunk("IHDR", hex("00000002000000011002000000")) +
-                   pngChunk("tRNS", hex("ffff00000000")) +
-                   pngChunk("IDAT", qCompress(hex("00ffff000000000000ffff0000")).mid(4)) +
-                   pngChunk("IEND", {})
-            << QColor(0, 255, 0);
+        row("bmp, third header",
+            bmp(56, 32, hex("0000ff0000ff0000ff00000000000000"), hex("0000ff0000ff0000")), QColor(0, 255, 0));
+        row("bmp, nine bits of green", bmp(124, 16, hex("00080000ff0100000006000000000000"), hex("00f8fff1")),
+            QColor(0, 255, 0));
+        row("png, 16 bits with a clear colour",
+            hex("89504e470d0a1a0a") + pngChunk("IHDR", hex("00000002000000011002000000")) +
+                pngChunk("tRNS", hex("ffff00000000")) +
+                pngChunk("IDAT", qCompress(hex("00ffff000000000000ffff0000")).mid(4)) + pngChunk("IEND", {}),
+            QColor(0, 255, 0));
     }
     void mendedPictures() {
         QFETCH(QByteArray, bytes);
@@ -128,8 +124,7 @@ class DecodingTest : public QObject {
     }
 
     void orientations_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("orientation");
+        const Table<QByteArray, int> columns("bytes", "orientation");
         for (int orientation = 1; orientation <= 8; ++orientation) {
             const QByteArray exif = exifBlock(orientation);
             const auto row = [&](const char* format, const QByteArray& bytes) {
@@ -171,8 +166,7 @@ class DecodingTest : public QObject {
     }
 
     void hostile_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<Status>("expected");
+        const Table<QByteArray, Status> columns("bytes", "expected");
         const auto row = [](const char* name, const QByteArray& bytes, Status status = Status::damaged) {
             QTest::newRow(name) << bytes << status;
         };
@@ -256,9 +250,8 @@ class DecodingTest : public QObject {
     }
 
     void previews_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QSize>("expected");  // invalid: no preview
-        QTest::addColumn<QByteArray>("letters");
+        // expected: invalid: no preview
+        const Table<QByteArray, QSize, QByteArray> columns("bytes", "expected", "letters");
         const auto jpegWith = [](QSize size, const QByteArray& block) {
             return withExifInJpeg(written(quadrants(size), "jpeg"), block);
         };
@@ -305,10 +298,7 @@ class DecodingTest : public QObject {
     }
 
     void rawFiles_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("pixelSize");
-        QTest::addColumn<QSize>("expected");
-        QTest::addColumn<QSize>("fullSize");
+        const Table<QByteArray, int, QSize, QSize> row("bytes", "pixelSize", "expected", "fullSize");
         const QByteArray small = written(quadrants({160, 120}), "jpeg");
         const QByteArray large = written(quadrants({800, 600}), "jpeg");
         const auto smallLength = quint32(small.size());
@@ -329,14 +319,14 @@ class DecodingTest : public QObject {
                                tiffDirectory({{0x111, 4, kData + smallLength}, {0x117, 4, largeLength}}) +
                                tiffDirectory({{0x100, 4, 4000}, {0x101, 4, 3000}, {0x106, 3, 32803}}) +
                                small + large;
-        QTest::newRow("small preview suffices") << dng << 100 << QSize(75, 100) << QSize(3000, 4000);
-        QTest::newRow("large preview needed") << dng << 400 << QSize(300, 400) << QSize(3000, 4000);
-        QTest::newRow("no preview is as large") << dng << 2000 << QSize(600, 800) << QSize(3000, 4000);
+        row("small preview suffices", dng, 100, QSize(75, 100), QSize(3000, 4000));
+        row("large preview needed", dng, 400, QSize(300, 400), QSize(3000, 4000));
+        row("no preview is as large", dng, 2000, QSize(600, 800), QSize(3000, 4000));
 
         QByteArray fuji = QByteArray("FUJIFILMCCD-RAW 0201FF000000").leftJustified(84, '\0');
         const QByteArray turned = withExifInJpeg(large, exifBlock(6));
         fuji += big(quint32(92)) + big(quint32(turned.size())) + turned;
-        QTest::newRow("RAF") << fuji << 400 << QSize(300, 400) << QSize(600, 800);
+        row("RAF", fuji, 400, QSize(300, 400), QSize(600, 800));
 
         const auto box = [](const QByteArray& type, const QByteArray& content) {
             return big(quint32(content.size() + 8)) + type + content;
@@ -345,7 +335,7 @@ class DecodingTest : public QObject {
             box("ftyp", "crx ") + box("moov", box("uuid", QByteArray(16, 'c') + box("CMT1", exifBlock(6)))) +
             box("uuid",
                 QByteArray(16, 'p') + QByteArray(8, '\0') + box("PRVW", QByteArray(16, '\0') + large));
-        QTest::newRow("CR3") << canon << 400 << QSize(300, 400) << QSize(600, 800);
+        row("CR3", canon, 400, QSize(300, 400), QSize(600, 800));
     }
     void rawFiles() {
         QFETCH(QByteArray, bytes);
@@ -359,10 +349,9 @@ class DecodingTest : public QObject {
     }
 
     void frames_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("asked");  // frames, in this order
-        QTest::addColumn<QByteArray>("told");   // their colours and delays; '-' for a failure
-        QTest::addColumn<int>("loops");
+        // asked: frames, in this order
+        // told: their colours and delays; '-' for a failure
+        const Table<QByteArray, QByteArray, QByteArray, int> columns("bytes", "asked", "told", "loops");
         const QByteArray gif = animatedGif({6, 4}, {0, 7, 50}, 2);
         const auto row = [](const char* name, const QByteArray& bytes, const QByteArray& asked,
                             const QByteArray& told, int loops) {

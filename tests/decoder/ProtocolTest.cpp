@@ -2,9 +2,6 @@
 #include "decoder/protocol/Protocol.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
-#include <QTest>
-
 using namespace decoder;
 
 /// What both sides of the socket agree on, as far as no lying decoder of the client's tests shows it.

@@ -11,9 +11,6 @@
 #include "TestPictures.h"
 
 #include <QColorSpace>
-#include <QCoreApplication>
-#include <QPainter>
-#include <QTest>
 
 #include <algorithm>
 
@@ -76,8 +73,7 @@ class RegionsTest : public QObject {
     void initTestCase() { QVERIFY(prepareCommonRole()); }
 
     void sameAsWhole_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("tolerance");
+        const Table<QByteArray, int> columns("bytes", "tolerance");
         const auto row = [](const char* name, const QByteArray& bytes, int tolerance = 0) {
             QTest::newRow(name) << bytes << tolerance;
         };

@@ -2,10 +2,6 @@
 #include "fuzz/Target.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QTest>
-
 #include <random>
 
 using fuzzing::Target;

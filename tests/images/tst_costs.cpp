@@ -15,7 +15,6 @@
 #include <QApplication>
 #include <QPaintEvent>
 #include <QScrollBar>
-#include <QTest>
 
 #include <atomic>
 

@@ -16,7 +16,6 @@
 #include <QApplication>
 #include <QProcess>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <functional>
 #include <map>
@@ -80,8 +79,7 @@ class ImageRemovalTest : public QObject {
     void cleanup() { MountSandbox::unmount(QFile::decodeName(_folder)); }
 
     void removesAndRestores_data() {
-        QTest::addColumn<std::function<void(QByteArray)>>("make");
-        QTest::addColumn<Place>("place");
+        const Table<std::function<void(QByteArray)>, Place> columns("make", "place");
         using Make = std::function<void(QByteArray)>;
         const auto file = [](const QByteArray& name) {
             return Make([name](const QByteArray& folder) { writeFile(folder + "/x" + name, "content"); });
@@ -144,20 +142,21 @@ class ImageRemovalTest : public QObject {
         QTRY_VERIFY(!window.images->isLoading());
     }
     void faultsLeaveTheFile_data() {
-        QTest::addColumn<std::function<void(QByteArray)>>("fault");
-        QTest::addColumn<Names>("left");
+        const Table<std::function<void(QByteArray)>, Names> row("fault", "left");
         using Fault = std::function<void(QByteArray)>;
-        QTest::newRow("read-only volume") << Fault([](const QByteArray& folder) {
-            QVERIFY(MountSandbox::remountReadOnly(QFile::decodeName(folder)));
-        }) << Names{"a", "b", "x1", "x2"};
-        QTest::newRow("another user's folder")
-            << Fault([](const QByteArray&) { QCOMPARE(::seteuid(65534), 0); }) << Names{"a", "b", "x1", "x2"};
-        QTest::newRow("one already gone")
-            << Fault([](const QByteArray& folder) { QCOMPARE(::unlink((folder + "/x1").constData()), 0); })
-            << Names{"a", "b"};
-        QTest::newRow("one that the system keeps") << Fault([](const QByteArray& folder) {
-            QCOMPARE(QProcess::execute(u"chattr"_s, {u"+i"_s, QFile::decodeName(folder + "/x1")}), 0);
-        }) << Names{"a", "b", "x1"};
+        row("read-only volume", Fault([](const QByteArray& folder) {
+                QVERIFY(MountSandbox::remountReadOnly(QFile::decodeName(folder)));
+            }),
+            Names{"a", "b", "x1", "x2"});
+        row("another user's folder", Fault([](const QByteArray&) { QCOMPARE(::seteuid(65534), 0); }),
+            Names{"a", "b", "x1", "x2"});
+        row("one already gone",
+            Fault([](const QByteArray& folder) { QCOMPARE(::unlink((folder + "/x1").constData()), 0); }),
+            Names{"a", "b"});
+        row("one that the system keeps", Fault([](const QByteArray& folder) {
+                QCOMPARE(QProcess::execute(u"chattr"_s, {u"+i"_s, QFile::decodeName(folder + "/x1")}), 0);
+            }),
+            Names{"a", "b", "x1"});
     }
     void faultsLeaveTheFile() {
         if (!MountSandbox::problem().isEmpty())

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
 
-#include <QDir>
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 void Journey::makePicture(const QString& path, const QColor& colour, QSize size) {

@@ -3,7 +3,9 @@
 
 #include "testing/Desktop.h"
 #include "testing/RunningProgram.h"
+#include "testing/TestFiles.h"
 
+#include <QDir>
 #include <QGuiApplication>
 #include <QObject>
 #include <QTest>

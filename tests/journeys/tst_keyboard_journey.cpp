@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
 #include "testing/PdfFile.h"
-#include "testing/TestFiles.h"
 
 #include <QDateTime>
-#include <QDir>
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 

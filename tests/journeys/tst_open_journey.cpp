@@ -7,13 +7,11 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusReply>
-#include <QDir>
-#include <QFile>
-#include <QGuiApplication>
 
 #include <csignal>
 #include <cstdio>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -38,13 +36,13 @@ class OpenJourney : public Journey {
         _home = std::make_unique<Home>();
         if (!_home->desktop.problem().isEmpty())
             QSKIP(qPrintable(_home->desktop.problem()));
-        _home->first = makeFolder(_home->desktop, QStringLiteral("first"), 3);
-        _home->second = makeFolder(_home->desktop, QStringLiteral("second"), 3);
+        _home->first = makeFolder(_home->desktop, u"first"_s, 3);
+        _home->second = makeFolder(_home->desktop, u"second"_s, 3);
         _home->odd = QFile::encodeName(_home->second) + "/odd\xff\nname.jpg";
-        QCOMPARE(std::rename(QFile::encodeName(_home->second + QStringLiteral("/002.jpg")).constData(),
-                             _home->odd.constData()),
-                 0);
-        _home->shown = QStringList{QStringLiteral("000.jpg"), QStringLiteral("001.jpg"), oddTitle()};
+        QCOMPARE(
+            std::rename(QFile::encodeName(_home->second + u"/002.jpg"_s).constData(), _home->odd.constData()),
+            0);
+        _home->shown = QStringList{u"000.jpg"_s, u"001.jpg"_s, oddTitle()};
     }
     void cleanup() {
         std::remove(_home->odd.constData());  // the toolkit's own removal passes over such names
@@ -56,72 +54,67 @@ class OpenJourney : public Journey {
         const Desktop& desktop = _home->desktop;
         RunningProgram program(desktop, {_home->first});
         const AccessibilityBus bus(desktop);
-        QVERIFY(waitUntil([&] { return titles(bus).size() == 3 && activeTitle() == u"first — Tavlin"; }));
+        QVERIFY(waitUntil(
+            [&] { return titles(bus).size() == 3 && _home->desktop.activeTitle() == u"first — Tavlin"; }));
         QProcess other;
         other.setProcessEnvironment(desktop.environment());
-        other.start(QStringLiteral("xev"), {});
-        QVERIFY(waitUntil([&] { return activeTitle() == u"Event Tester"; }));
+        other.start(u"xev"_s, {});
+        QVERIFY(waitUntil([&] { return _home->desktop.activeTitle() == u"Event Tester"; }));
 
         QProcessEnvironment terminal = desktop.environment();
-        terminal.insert(QStringLiteral("DESKTOP_STARTUP_ID"), QStringLiteral("launcher-\"1\"_TIME0"));
+        terminal.insert(u"DESKTOP_STARTUP_ID"_s, u"launcher-\"1\"_TIME0"_s);
         RunningProgram second(
-            terminal, {_home->second + QStringLiteral("/000.jpg"),
+            terminal, {_home->second + u"/000.jpg"_s,
                        QString::fromLatin1(platform::fileUriFromPath(platform::pathFromBytes(_home->odd))),
-                       _home->second + QStringLiteral("/001.jpg"), QStringLiteral("/nowhere")});
+                       _home->second + u"/001.jpg"_s, u"/nowhere"_s});
         QCOMPARE(second.waitForEnd(20000), 0);
         verifyAsked(bus);
-        QVERIFY(program.waitForLog(QStringLiteral("there is no file or folder \"/nowhere\""), 20000));
+        QVERIFY(program.waitForLog(u"there is no file or folder \"/nowhere\""_s, 20000));
 
         // Without a picture the main window comes to the front.
         other.terminate();
         other.waitForFinished();
         RunningProgram third(desktop, {});
         QCOMPARE(third.waitForEnd(20000), 0);
-        QVERIFY(waitUntil([&] { return activeTitle() == u"second — Tavlin"; }));
+        QVERIFY(waitUntil([&] { return _home->desktop.activeTitle() == u"second — Tavlin"; }));
         QCOMPARE(program.terminate(), 0);
     }
 
     /// Without a bus each start runs alone, and no library starts a bus, which would leave its address there.
     void withoutABus() {
         QProcessEnvironment environment = _home->desktop.environment();
-        environment.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
+        environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
         RunningProgram first(environment, {_home->first});
         RunningProgram second(environment, {_home->second});
         for (const char* folder : {"first", "second"})
-            QVERIFY(waitUntil([&] {
-                return !_home->desktop
-                            .run(QStringLiteral("xdotool"),
-                                 {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                  QStringLiteral("--name"), u'^' + QString::fromLatin1(folder)})
-                            .isEmpty();
-            }));
+            QVERIFY(waitUntil(
+                [&] { return !_home->desktop.windows(u'^' + QString::fromLatin1(folder)).isEmpty(); }));
         QCOMPARE(first.terminate(), 0);
         QCOMPARE(second.terminate(), 0);
-        QVERIFY(!QDir(_home->desktop.folder(QStringLiteral("home/.dbus"))).exists());
+        QVERIFY(!QDir(_home->desktop.folder(u"home/.dbus"_s)).exists());
     }
 
     /// Nothing runs: the bus starts the program by its service file.
     void theBusStartsIt() {
         const Desktop& desktop = _home->desktop;
-        const QString services = desktop.folder(QStringLiteral("data/dbus-1/services"));
+        const QString services = desktop.folder(u"data/dbus-1/services"_s);
         QDir().mkpath(services);
-        QFile service(services + u'/' + kName + QStringLiteral(".service"));
+        QFile service(services + u'/' + kName + u".service"_s);
         QVERIFY(service.open(QFile::WriteOnly));
-        service.write(QStringLiteral("[D-BUS Service]\nName=%1\nExec=%2/bin/tavlin --service\n")
-                          .arg(kName, programPrefix())
-                          .toUtf8());
+        service.write(
+            u"[D-BUS Service]\nName=%1\nExec=%2/bin/tavlin --service\n"_s.arg(kName, programPrefix())
+                .toUtf8());
         service.close();
-        auto connection = QDBusConnection::connectToBus(desktop.busAddress(), QStringLiteral("launcher"));
+        auto connection = QDBusConnection::connectToBus(desktop.busAddress(), u"launcher"_s);
         QDBusConnectionInterface& daemon = *connection.interface();
-        daemon.call(QStringLiteral("ReloadConfig"));
+        daemon.call(u"ReloadConfig"_s);
 
-        auto open = request(QStringLiteral("Open"));
+        auto open = request(u"Open"_s);
         QStringList uris;
-        for (const QByteArray& path :
-             {QFile::encodeName(_home->second + QStringLiteral("/000.jpg")), _home->odd,
-              QFile::encodeName(_home->second + QStringLiteral("/001.jpg"))})
+        for (const QByteArray& path : {QFile::encodeName(_home->second + u"/000.jpg"_s), _home->odd,
+                                       QFile::encodeName(_home->second + u"/001.jpg"_s)})
             uris += QString::fromLatin1(platform::fileUriFromPath(platform::pathFromBytes(path)));
-        open << uris << QVariantMap{{QStringLiteral("activation-token"), QStringLiteral("x")}};
+        open << uris << QVariantMap{{u"activation-token"_s, u"x"_s}};
         const QDBusMessage answer = connection.call(open, QDBus::Block, 20000);
         QCOMPARE(answer.type(), QDBusMessage::ReplyMessage);
         const AccessibilityBus bus(desktop);
@@ -130,12 +123,12 @@ class OpenJourney : public Journey {
 
         // Asked for nothing in particular, it shows the folder of the last time.
         const QDBusMessage answered =
-            connection.call(request(QStringLiteral("Activate")) << QVariantMap(), QDBus::Block, 20000);
+            connection.call(request(u"Activate"_s) << QVariantMap(), QDBus::Block, 20000);
         QCOMPARE(answered.type(), QDBusMessage::ReplyMessage);
         QVERIFY(waitUntil([&] { return titles(bus) == _home->shown; }));
         QCOMPARE(imageTitles(), QStringList());
         QCOMPARE(endService(daemon), 0U);
-        QDBusConnection::disconnectFromBus(QStringLiteral("launcher"));
+        QDBusConnection::disconnectFromBus(u"launcher"_s);
     }
 
  private:
@@ -143,45 +136,34 @@ class OpenJourney : public Journey {
     static bool waitUntil(Condition condition) {
         return QTest::qWaitFor(condition, 20000);
     }
-    static QString oddTitle() { return QStringLiteral("odd\uFFFD name.jpg"); }
+    static QString oddTitle() { return u"odd\uFFFD name.jpg"_s; }
     static QDBusMessage request(const QString& method) {
-        return QDBusMessage::createMethodCall(kName, QStringLiteral("/org/tavlin/Tavlin"),
-                                              QStringLiteral("org.freedesktop.Application"), method);
-    }
-    QString activeTitle() const {
-        return _home->desktop
-            .run(QStringLiteral("xdotool"),
-                 {QStringLiteral("getactivewindow"), QStringLiteral("getwindowname")})
-            .trimmed();
+        return QDBusMessage::createMethodCall(kName, u"/org/tavlin/Tavlin"_s,
+                                              u"org.freedesktop.Application"_s, method);
     }
     /// Of the open picture windows, sorted.
     QStringList imageTitles() const {
-        const QString windows = _home->desktop.run(QStringLiteral("xdotool"),
-                                                   {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                                    QStringLiteral("--name"), QStringLiteral("\\.jpg")});
         QStringList names;
-        for (const QString& window : windows.split(u'\n', Qt::SkipEmptyParts))
-            names += _home->desktop.run(QStringLiteral("xdotool"), {QStringLiteral("getwindowname"), window})
-                         .trimmed();
+        for (const QString& window : _home->desktop.windows(u"\\.jpg"_s))
+            names += _home->desktop.xdotool({u"getwindowname"_s, window});
         names.sort();
         return names;
     }
     /// All three pictures of the second folder are open, one in front, and that folder is the selected one.
     void verifyAsked(const AccessibilityBus& bus) const {
-        const QStringList windows{QStringLiteral("000.jpg — Tavlin"), QStringLiteral("001.jpg — Tavlin"),
-                                  oddTitle() + QStringLiteral(" — Tavlin")};
+        const QStringList windows{u"000.jpg — Tavlin"_s, u"001.jpg — Tavlin"_s, oddTitle() + u" — Tavlin"_s};
         std::ignore = waitUntil([&] { return imageTitles() == windows; });
         QCOMPARE(imageTitles(), windows);
-        QVERIFY(waitUntil([&] { return windows.contains(activeTitle()); }));
+        QVERIFY(waitUntil([&] { return windows.contains(_home->desktop.activeTitle()); }));
         std::ignore = waitUntil([&] { return titles(bus) == _home->shown; });
         QCOMPARE(titles(bus), _home->shown);
-        const int number = static_cast<int>(windows.indexOf(activeTitle()));
+        const int number = static_cast<int>(windows.indexOf(_home->desktop.activeTitle()));
         // The window in front takes most of the screen, and the picture the window's middle.
         QVERIFY(waitUntil([&] {
             const QImage screen = _home->desktop.screenshot();
             return shows(screen, screen.rect(), colourOf(number));
         }));
-        _home->desktop.keepScreenshot(QStringLiteral("opened"));
+        _home->desktop.keepScreenshot(u"opened"_s);
     }
     /// Ends the program that the bus has started; answers its number once it has gone: 0.
     static uint endService(QDBusConnectionInterface& daemon) {
@@ -193,10 +175,5 @@ class OpenJourney : public Journey {
     std::unique_ptr<Home> _home;
 };
 
-int main(int argc, char** argv) {
-    QGuiApplication application(argc, argv);
-    OpenJourney journey;
-    return QTest::qExec(&journey, argc, argv);
-}
-
+TAVLIN_JOURNEY_MAIN(OpenJourney)
 #include "tst_open_journey.moc"

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
-#include "testing/TestFiles.h"
 
 #include <QColorSpace>
 #include <QDBusConnection>
-#include <QDir>
-#include <QFile>
 
 #include <optional>
 #include <tuple>
@@ -65,14 +62,14 @@ class PictureJourney : public Journey {
         QVERIFY(QTest::qWaitFor([&] { return cells(bus).contains(u"inner"_s); }, 20000));
         desktop.click(cells(bus).at(u"inner"_s).center(), 2);
         TRY_COMPARE(titles(bus).size(), 7);
-        TRY_COMPARE(activeTitle(desktop), u"inner — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"inner — Tavlin"_s);
 
         const auto grid = cells(bus);
         desktop.click(grid.at(u"1.png"_s).center());
         desktop.click(grid.at(u"3.png"_s).center(), 1, {u"shift"_s});
         desktop.click(grid.at(u"2.png"_s).center(), 2);
         TRY_COMPARE(imageWindows(desktop).size(), 3);
-        TRY_COMPARE(activeTitle(desktop), u"3.png — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"3.png — Tavlin"_s);
 
         // Exact pixels, and a pan of exactly so many.
         const QRect inside(activeArea(desktop).topLeft() + QPoint(160, 100), QSize(250, 250));
@@ -91,13 +88,13 @@ class PictureJourney : public Journey {
         desktop.key(u"Right"_s);
         QVERIFY(QTest::qWaitFor(
             [&] { return partShownAt(desktop, inside).value_or(*before).x() > before->x() + 120; }, 20000));
-        QCOMPARE(activeTitle(desktop), u"3.png — Tavlin"_s);
+        QCOMPARE(desktop.activeTitle(), u"3.png — Tavlin"_s);
 
         // The neighbours come in its place, pictures only; after the last there is none.
         desktop.key(u"ctrl+0"_s);
         const QRect place = activeArea(desktop);
         desktop.key(u"Right"_s);
-        TRY_COMPARE(activeTitle(desktop), u"4.png — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"4.png — Tavlin"_s);
         TRY_COMPARE(imageWindows(desktop).size(), 3);
         TRY_COMPARE(activeArea(desktop), place);
         desktop.key(u"Next"_s);
@@ -105,7 +102,7 @@ class PictureJourney : public Journey {
         const QRect screen = desktop.screenshot().rect();
         TRY_COMPARE(activeArea(desktop), screen);
         desktop.key(u"Prior"_s);
-        TRY_COMPARE(activeTitle(desktop), u"3.png — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"3.png — Tavlin"_s);
         TRY_COMPARE(activeArea(desktop), screen);
         desktop.keepScreenshot(u"picture-full"_s);
         desktop.key(u"Escape"_s);
@@ -114,7 +111,7 @@ class PictureJourney : public Journey {
         // To the trash and back: the next one comes in its place meanwhile.
         const QString third = folder + u"/3.png"_s;
         desktop.key(u"Delete"_s);
-        TRY_COMPARE(activeTitle(desktop), u"4.png — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"4.png — Tavlin"_s);
         QVERIFY(!QFile::exists(third));
         TRY_COMPARE(imageWindows(desktop).size(), 3);
         desktop.key(u"ctrl+z"_s);
@@ -178,7 +175,7 @@ class PictureJourney : public Journey {
 
         // The same from the window of one picture.
         desktop.click(grid.at(u"2.png"_s).center(), 2);
-        TRY_COMPARE(activeTitle(desktop), u"2.png — Tavlin"_s);
+        TRY_COMPARE(desktop.activeTitle(), u"2.png — Tavlin"_s);
         desktop.key(u"alt+f"_s);
         desktop.key(u"m"_s);
         TRY_COMPARE(manager.shown, QStringList{base + u"/2.png"_s});
@@ -198,21 +195,14 @@ class PictureJourney : public Journey {
             QFile::copy(first, u"%1/%2.png"_s.arg(folder).arg(i));
         return folder;
     }
-    static QString activeTitle(const Desktop& desktop) {
-        return desktop.run(u"xdotool"_s, {u"getactivewindow"_s, u"getwindowname"_s}).trimmed();
-    }
     static QRect activeArea(const Desktop& desktop) {
-        const QString told =
-            desktop.run(u"xdotool"_s, {u"getactivewindow"_s, u"getwindowgeometry"_s, u"--shell"_s});
+        const QString told = desktop.xdotool({u"getactivewindow"_s, u"getwindowgeometry"_s, u"--shell"_s});
         const auto number = [&told](const char* name) {
             return told.section(QString::fromLatin1(name) + u'=', 1).section(u'\n', 0, 0).toInt();
         };
         return {number("\nX"), number("\nY"), number("\nWIDTH"), number("\nHEIGHT")};
     }
-    static QStringList imageWindows(const Desktop& desktop) {
-        return desktop.run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^[0-9]\\.png"_s})
-            .split(u'\n', Qt::SkipEmptyParts);
-    }
+    static QStringList imageWindows(const Desktop& desktop) { return desktop.windows(u"^[0-9]\\.png"_s); }
     /// Where the active window's picture shows which part of the file, exactly; none before it does.
     static std::optional<QPoint> partShownAt(const Desktop& desktop, QRect area) {
         static const QImage reference = coordinatePicture();

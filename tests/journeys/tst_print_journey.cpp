@@ -2,8 +2,6 @@
 #include "journeys/Journey.h"
 #include "testing/PdfFile.h"
 
-#include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 
 #include <unistd.h>
@@ -33,24 +31,24 @@ class PrintJourney : public Journey {
 
         desktop.key(u"ctrl+p"_s);  // no picture's window is in front
         desktop.key(u"ctrl+comma"_s);
-        bringToFront(desktop, u"^Preferences"_s);
+        desktop.bringToFront(u"^Preferences"_s);
         desktop.key(u"alt+g"_s);
         QVERIFY(program.waitForLog(u"PrintGeneralMetadataSettingKey = 1"_s));
         desktop.key(u"Escape"_s);
         openAll(desktop, bus);
-        bringToFront(desktop, u"^001.jpg"_s);
-        bringToFront(desktop, u"^000.jpg"_s);
+        desktop.bringToFront(u"^001.jpg"_s);
+        desktop.bringToFront(u"^000.jpg"_s);
         desktop.key(u"ctrl+shift+p"_s);
-        bringToFront(desktop, u"^Page Setup"_s);
+        desktop.bringToFront(u"^Page Setup"_s);
         desktop.click(bus.find(u"radio button"_s, u"Landscape"_s).extents.center());
         desktop.key(u"Return"_s);
-        QTRY_VERIFY(searchFor(desktop, u"^Page Setup"_s).isEmpty());
+        QTRY_VERIFY(desktop.windows(u"^Page Setup"_s).isEmpty());
         QVERIFY(log().isEmpty());
 
         // Another window comes to the front meanwhile.
         desktop.key(u"ctrl+p"_s);
-        bringToFront(desktop, u"^001.jpg"_s);
-        bringToFront(desktop, u"^Print"_s);
+        desktop.bringToFront(u"^001.jpg"_s);
+        desktop.bringToFront(u"^Print"_s);
         desktop.keepScreenshot(u"print-sheet"_s);
         desktop.key(u"Return"_s);
         const PdfFile pdf(desktop.folder(u"home/000.pdf"_s));
@@ -80,9 +78,9 @@ class PrintJourney : public Journey {
         TAVLIN_DESKTOP(desktop);
         RunningProgram program(desktop, {makeFolder(desktop, u"queue"_s, 1)});
         openAll(desktop, AccessibilityBus(desktop));
-        bringToFront(desktop, u"^000.jpg"_s);
+        desktop.bringToFront(u"^000.jpg"_s);
         desktop.key(u"ctrl+p"_s);
-        bringToFront(desktop, u"^Print"_s);
+        desktop.bringToFront(u"^Print"_s);
         desktop.key(u"Return"_s);
         const PdfFile pdf(root.filePath(u"spool/d00001-001"_s));
         QTRY_COMPARE_WITH_TIMEOUT(pdf.numberOfPages(), 1, 20000);
@@ -93,13 +91,6 @@ class PrintJourney : public Journey {
     }
 
  private:
-    static QString searchFor(const Desktop& desktop, const QString& title) {
-        return desktop.run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, title}).trimmed();
-    }
-    static void bringToFront(const Desktop& desktop, const QString& title) {
-        QTRY_VERIFY_WITH_TIMEOUT(!searchFor(desktop, title).isEmpty(), 20000);
-        desktop.run(u"xdotool"_s, {u"windowactivate"_s, u"--sync"_s, searchFor(desktop, title)});
-    }
     static void openAll(const Desktop& desktop, const AccessibilityBus& bus) {
         QTRY_VERIFY_WITH_TIMEOUT(!cells(bus).empty(), 20000);
         desktop.click(cells(bus).begin()->second.center());

@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
-#include "testing/TestFiles.h"
-
-#include <QDir>
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
-#include "testing/TestFiles.h"
 
-#include <QDir>
-#include <QFile>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;

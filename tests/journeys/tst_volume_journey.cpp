@@ -6,11 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QDir>
-#include <QFile>
-#include <QGuiApplication>
-#include <QProcess>
-
 using namespace Qt::StringLiterals;
 
 /// Volumes that come and go while the program runs.
@@ -18,8 +13,11 @@ class VolumeJourney : public Journey {
     Q_OBJECT
 
  private Q_SLOTS:
+    void init() {
+        if (!MountSandbox::problem().isEmpty())
+            QSKIP(qPrintable(MountSandbox::problem()));
+    }
     void comesAndGoes();
-    void manyAtOnce();
     void tornOffDuringALoad();
 
  private:
@@ -37,15 +35,8 @@ class VolumeJourney : public Journey {
     }
 };
 
-#define SKIP_WITHOUT_MOUNTS(desktop)                \
-    if (!MountSandbox::problem().isEmpty())         \
-        QSKIP(qPrintable(MountSandbox::problem())); \
-    if (!(desktop).problem().isEmpty())             \
-    QSKIP(qPrintable((desktop).problem()))
-
 void VolumeJourney::comesAndGoes() {
-    const Desktop desktop;
-    SKIP_WITHOUT_MOUNTS(desktop);
+    TAVLIN_DESKTOP(desktop);
     const QString prepared = desktop.folder(u"camera"_s);
     QVERIFY(MountSandbox::mountExt4(prepared, 8));
     for (int i = 0; i < 6; ++i)
@@ -79,10 +70,8 @@ void VolumeJourney::comesAndGoes() {
     // Shown and loaded, one of its pictures in a window of its own, it can be unmounted at once.
     desktop.click(cells(bus).at(u"003.jpg"_s).center(), 2);
     const auto isPictureSeen = [&] {
-        const QByteArray title =
-            desktop.run(u"xdotool"_s, {u"getactivewindow"_s, u"getwindowname"_s}).toUtf8();
         const QImage screen = desktop.screenshot();
-        return title.startsWith("003.jpg") && shows(screen, screen.rect(), colourOf(3));
+        return desktop.activeTitle().startsWith(u"003.jpg") && shows(screen, screen.rect(), colourOf(3));
     };
     QTRY_VERIFY_WITH_TIMEOUT(isPictureSeen(), 20000);
     // Its metadata may still be read.
@@ -107,27 +96,9 @@ void VolumeJourney::comesAndGoes() {
     notifications.waitForFinished();
 }
 
-void VolumeJourney::manyAtOnce() {
-    const Desktop desktop;
-    SKIP_WITHOUT_MOUNTS(desktop);
-    const QString folder = makeFolder(desktop, u"at home"_s, 2);
-    RunningProgram program(desktop, {folder});
-    const AccessibilityBus bus(desktop);
-    QVERIFY(waitForThumbnails(desktop, bus));
-    for (int i = 0; i < 100; ++i)
-        QVERIFY(mountSmall("/media/many " + QByteArray::number(i)));
-    QTRY_VERIFY_WITH_TIMEOUT(hasRow(bus, u"many 99"_s), 30000);
-    desktop.keepScreenshot(u"volume-many"_s);
-    for (int i = 0; i < 100; ++i)
-        QCOMPARE(::umount2(("/media/many " + QByteArray::number(i)).constData(), 0), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(!hasRow(bus, u"many 0"_s) && !hasRow(bus, u"many 99"_s), 30000);
-    QCOMPARE(program.terminate(), 0);
-}
-
 /// Its folders go from under the walk; nothing is waited for, and the program stays.
 void VolumeJourney::tornOffDuringALoad() {
-    const Desktop desktop;
-    SKIP_WITHOUT_MOUNTS(desktop);
+    TAVLIN_DESKTOP(desktop);
     const QString folder = makeFolder(desktop, u"at home"_s, 2);
     writeSettings(desktop, {{u"PreferencesDebugLoggingSettingKey"_s, u"true"_s},
                             {u"PreferencesImageBrowserRecursiveSettingKey"_s, u"true"_s}});

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
 
-#include <QFile>
 #include <QStandardPaths>
 
 using namespace Qt::StringLiterals;

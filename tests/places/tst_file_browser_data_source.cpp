@@ -14,7 +14,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
-#include <QTest>
 
 using platform::FolderReader;
 using platform::OutlineView;
@@ -122,15 +121,14 @@ class TestFileBrowserDataSource : public QObject {
     }
 
     void revealsFolders_data() {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("selected");
+        const Table<QString, QString> row("path", "selected");
         const QString deep = home(u"Pictures/2020 (Kyoto)/raw"_s);
-        QTest::newRow("pictures before home") << deep << deep;
-        QTest::newRow("home before a volume") << home(u"docs/"_s) << home(u"docs"_s);
-        QTest::newRow("a neighbour whose name begins so") << home() + u"less/x"_s << QFileInfo(home()).path();
-        QTest::newRow("hidden") << home(u"Pictures/.cache/x"_s) << home(u"Pictures"_s);
-        QTest::newRow("a file") << home(u"Pictures/2021/file"_s) << home(u"Pictures/2021"_s);
-        QTest::newRow("no absolute path") << u"docs"_s << QString();
+        row("pictures before home", deep, deep);
+        row("home before a volume", home(u"docs/"_s), home(u"docs"_s));
+        row("a neighbour whose name begins so", home() + u"less/x"_s, QFileInfo(home()).path());
+        row("hidden", home(u"Pictures/.cache/x"_s), home(u"Pictures"_s));
+        row("a file", home(u"Pictures/2021/file"_s), home(u"Pictures/2021"_s));
+        row("no absolute path", u"docs"_s, QString());
     }
     void revealsFolders() {
         QFETCH(QString, path);

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <QGuiApplication>
-#include <QTest>
 
 using platform::FolderReader;
 

@@ -4,9 +4,7 @@
 #include "testing/SlowPlace.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTest>
 
 using platform::FolderContents;
 using platform::FolderDetail;

@@ -6,7 +6,6 @@
 #include "testing/TestHome.h"
 
 #include <QApplication>
-#include <QTest>
 
 #include <memory>
 

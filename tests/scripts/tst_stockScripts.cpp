@@ -3,14 +3,11 @@
 #include "support/Shell.h"
 #include "testing/TestHome.h"
 
-#include <QCryptographicHash>
 #include <QDate>
 #include <QGuiApplication>
 #include <QImageReader>
-#include <QImageWriter>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTest>
 
 #include <sys/stat.h>
 

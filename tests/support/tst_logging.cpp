@@ -10,7 +10,6 @@
 
 #include <QRegularExpression>
 #include <QTemporaryFile>
-#include <QTest>
 
 #include <array>
 #include <thread>
@@ -44,8 +43,7 @@ class LoggingTest : public QObject {
     }
 
     void fillsInDirectives_data() {
-        QTest::addColumn<QString>("result");
-        QTest::addColumn<QString>("expected");
+        const Table<QString, QString> columns("result", "expected");
         const auto row = [](const char* name, QStringView expected, QStringView format,
                             const auto&... values) {
             QTest::newRow(name) << logging::formatted(format, {logging::describeAny(values)...})

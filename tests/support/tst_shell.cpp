@@ -4,9 +4,6 @@
 #include "support/Shell.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
-#include <QTest>
-
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
@@ -50,9 +47,7 @@ class ShellTest : public QObject {
     }
 
     void output_data() {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<bool>("answers");
-        QTest::addColumn<QStringList>("lines");
+        const Table<QString, bool, QStringList> columns("command", "answers", "lines");
         const auto row = [](const char* name, const char16_t* command, const QStringList& lines) {
             QTest::newRow(name) << QString::fromUtf16(command) << true << lines;
         };
@@ -88,25 +83,19 @@ class ShellTest : public QObject {
     }
 
     void scripts_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<int>("exitStatus");
-        QTest::addColumn<QByteArray>("left");  // what it wrote into the file "left" of its own folder
-        QTest::newRow("sh by its first line")
-            << u"a.tool"_s << QByteArray("#!/bin/sh\npwd > left; echo $# >> left\n") << 0
-            << QByteArray("%HERE%\n1\n");
-        QTest::newRow("interpreter with an argument")
-            << u"b"_s << QByteArray("#! /bin/sh -e\nfalse\necho no > left\n") << 1 << QByteArray();
-        QTest::newRow("sh by its type")
-            << u"c.sh"_s << QByteArray("printf %s \"$1\" > left; exit 7\n") << 7 << QByteArray("%PARAMETER%");
-        QTest::newRow("python by its type")
-            << u"d.py"_s << QByteArray("import sys\nopen('left','w').write(sys.argv[1])\n") << 0
-            << QByteArray("%PARAMETER%");
-        QTest::newRow("blanks in the name")
-            << u"e f.sh"_s << QByteArray("echo ran > left\n") << 0 << QByteArray("ran\n");
-        QTest::newRow("nothing to run it by")
-            << u"g.applescript"_s << QByteArray("tell\n") << 126 << QByteArray();
-        QTest::newRow("not there") << u"missing.sh"_s << QByteArray() << 127 << QByteArray();
+        // left: what it wrote into the file "left" of its own folder
+        const Table<QString, QByteArray, int, QByteArray> row("name", "text", "exitStatus", "left");
+        row("sh by its first line", u"a.tool"_s, QByteArray("#!/bin/sh\npwd > left; echo $# >> left\n"), 0,
+            QByteArray("%HERE%\n1\n"));
+        row("interpreter with an argument", u"b"_s, QByteArray("#! /bin/sh -e\nfalse\necho no > left\n"), 1,
+            QByteArray());
+        row("sh by its type", u"c.sh"_s, QByteArray("printf %s \"$1\" > left; exit 7\n"), 7,
+            QByteArray("%PARAMETER%"));
+        row("python by its type", u"d.py"_s, QByteArray("import sys\nopen('left','w').write(sys.argv[1])\n"),
+            0, QByteArray("%PARAMETER%"));
+        row("blanks in the name", u"e f.sh"_s, QByteArray("echo ran > left\n"), 0, QByteArray("ran\n"));
+        row("nothing to run it by", u"g.applescript"_s, QByteArray("tell\n"), 126, QByteArray());
+        row("not there", u"missing.sh"_s, QByteArray(), 127, QByteArray());
     }
     void scripts() {
         QFETCH(const QString, name);

@@ -98,6 +98,24 @@ QString Desktop::run(const QString& program, const QStringList& arguments) const
     return QString::fromUtf8(process->readAllStandardOutput());
 }
 
+QString Desktop::xdotool(const QStringList& words) const {
+    return run(u"xdotool"_s, words).trimmed();
+}
+
+QString Desktop::activeTitle() const {
+    return xdotool({u"getactivewindow"_s, u"getwindowname"_s});
+}
+
+QStringList Desktop::windows(const QString& titlePattern) const {
+    return xdotool({u"search"_s, u"--onlyvisible"_s, u"--name"_s, titlePattern})
+        .split(u'\n', Qt::SkipEmptyParts);
+}
+
+void Desktop::bringToFront(const QString& titlePattern) const {
+    QTRY_VERIFY_WITH_TIMEOUT(!windows(titlePattern).isEmpty(), 20000);
+    xdotool({u"windowactivate"_s, u"--sync"_s, windows(titlePattern).constFirst()});
+}
+
 QImage Desktop::screenshot() const {
     const auto process = start(u"import"_s, {u"-silent"_s, u"-window"_s, u"root"_s, u"png:-"_s});
     process->waitForFinished(20000);

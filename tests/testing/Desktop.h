@@ -36,6 +36,13 @@ class Desktop {
     /// A key as xdotool names it: "ctrl+a", "Return".
     void key(const QString& name) const;
     QString run(const QString& program, const QStringList& arguments) const;
+    /// What xdotool says to these words.
+    QString xdotool(const QStringList& words) const;
+    QString activeTitle() const;
+    /// The visible windows whose titles match.
+    QStringList windows(const QString& titlePattern) const;
+    /// Brings the first of them to the front once there is one, by its title's pattern.
+    void bringToFront(const QString& titlePattern) const;
 
  private:
     bool startServer(QSize size);

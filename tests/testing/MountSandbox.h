@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 /// Mounts of a test's own. enter() gives the process a private mount namespace and must run before any thread

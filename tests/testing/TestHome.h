@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "testing/Table.h"
+
+#include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <filesystem>
 #include <system_error>

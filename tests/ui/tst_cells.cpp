@@ -8,7 +8,6 @@
 
 #include <QApplication>
 #include <QPainter>
-#include <QTest>
 
 using platform::CellContext;
 using platform::Image;

@@ -13,7 +13,6 @@
 #include <QImage>
 #include <QPlainTextEdit>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::PropertyDictionary;
@@ -52,8 +51,8 @@ class ImageWindowTest : public QObject {
     }
 
     void valuesByClass_data() {
-        QTest::addColumn<PropertyValue>("value");
-        QTest::addColumn<QStringList>("expected");  // general, IPTC, EXIF; empty: left out
+        // expected: general, IPTC, EXIF; empty: left out
+        const Table<PropertyValue, QStringList> columns("value", "expected");
         const auto row = [](const char* name, const PropertyValue& value, const QString& expected = u"||"_s) {
             QTest::newRow(name) << value << expected.split(u'|');
         };

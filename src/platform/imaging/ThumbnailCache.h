@@ -36,10 +36,9 @@ class ThumbnailCache {
     struct Entry {
         Thumbnail thumbnail;
         FileVersion version;
-        int pixelSize = 0;       ///< what was asked for
-        bool isWhole = false;    ///< the picture has no more pixels than these
-        bool mayPass = false;    ///< a failure that says nothing of the file
-        bool isUnasked = false;  ///< no decoder could be had: to be tried again soon
+        int pixelSize = 0;     ///< what was asked for
+        bool isWhole = false;  ///< the picture has no more pixels than these
+        bool mayPass = false;  ///< a failure that says nothing of the file
 
         /// Whether it answers a wish of this size.
         bool serves(int wantedSize) const;

@@ -189,7 +189,6 @@ ThumbnailMaker::Outcome ThumbnailMaker::fromDecoder(const ThumbnailJob& job, con
         entryOf(isNone ? Thumbnail::State::notImage : Thumbnail::State::failed, file.version, pixelSize);
     entry.thumbnail.failure = isNone ? QString() : reasonOf(failure);
     entry.mayPass = !isNone && !isFilesOwn(failure.error);
-    entry.isUnasked = failure.error == DecodeError::unavailable;
     Outcome outcome = answered(job, std::move(entry));
     if (file.original && isSame && !isNone && isFilesOwn(failure.error))
         outcome.write = ThumbnailWrite{*file.original, {}, 0, {}, reasonOf(failure)};

@@ -20,13 +20,10 @@ namespace {
 
 /// The longest that reports keep the main thread in one turn of its loop.
 constexpr qint64 turnMilliseconds = 4;
-/// Where decoders rest, the pictures on the screen ask for them so often.
-constexpr std::chrono::milliseconds asksAgainAfter{1500};
 
 struct Wish {
     int pixelSize = 0;
     ThumbnailRank rank;
-    bool isVisible = false;
     bool isAnswered = false;
 };
 
@@ -40,13 +37,11 @@ struct ThumbnailQueue::Private {
     std::deque<QString> changed;  ///< to be reported
     std::unique_ptr<ThumbnailWorkers> workers;
     QTimer unwantedTimer;  ///< runs out once the wishes have stood for a while
-    QTimer unaskedTimer;   ///< runs where some of them found no decoder
 
     void makeWorkers();
     void addWish(ThumbnailRequest request, bool isVisible, bool checkAgain, std::vector<ThumbnailJob>& jobs);
     void absorbAnswers();
     void absorb(ThumbnailAnswer& answer);
-    void askAgain();
     void report();
 };
 
@@ -66,8 +61,8 @@ void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, 
     const ThumbnailRank rank{wishesCount, static_cast<std::size_t>(wishes.size())};
     cache.rank(request.path, rank);
     const ThumbnailCache::Entry* entry = cache.find(request.path);
-    const bool isServed = entry && entry->serves(request.pixelSize) && !entry->isUnasked;
-    wishes.insert(request.path, Wish{request.pixelSize, rank, isVisible, isServed && !checkAgain});
+    const bool isServed = entry && entry->serves(request.pixelSize);
+    wishes.insert(request.path, Wish{request.pixelSize, rank, isServed && !checkAgain});
     if (isServed && !checkAgain)
         return;
 
@@ -102,25 +97,9 @@ void ThumbnailQueue::Private::absorb(ThumbnailAnswer& answer) {
         wish->isAnswered = true;
     if (state == Thumbnail::State::unknown || (!stands && isShown) || (!isFinal && old))
         return;
-    if (stands && answer.entry.isUnasked && !unaskedTimer.isActive())
-        unaskedTimer.start();
     cache.insert(path, std::move(answer.entry), stands ? wish->rank : answer.rank);
     if (stands && std::find(changed.begin(), changed.end(), path) == changed.end())
         changed.push_back(path);
-}
-
-/// Wishes the same once more, in the same order: what has been served makes no work.
-void ThumbnailQueue::Private::askAgain() {
-    QStringList paths = wishes.keys();
-    std::sort(paths.begin(), paths.end(),
-              [this](const QString& a, const QString& b) { return wishes[a].rank < wishes[b].rank; });
-    std::vector<ThumbnailRequest> visible;
-    std::vector<ThumbnailRequest> near;
-    for (const QString& path : paths) {
-        const Wish& wish = wishes[path];
-        (wish.isVisible ? visible : near).push_back({path, wish.pixelSize});
-    }
-    queue->setWanted(visible, near);
 }
 
 void ThumbnailQueue::Private::report() {
@@ -143,9 +122,6 @@ ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_
     _d->unwantedTimer.setSingleShot(true);
     _d->unwantedTimer.setTimerType(Qt::PreciseTimer);
     _d->unwantedTimer.setInterval(ThumbnailWorkers::patienceWithUnwanted);
-    _d->unaskedTimer.setSingleShot(true);
-    _d->unaskedTimer.setInterval(asksAgainAfter);
-    connect(&_d->unaskedTimer, &QTimer::timeout, this, [this] { _d->askAgain(); });
     QMetaObject::invokeMethod(this, &ThumbnailQueue::warmUp, Qt::QueuedConnection);
     connect(&_d->unwantedTimer, &QTimer::timeout, this, [this] { _d->workers->cancelUnwanted(); });
 }

@@ -7,10 +7,8 @@
 #include "testing/PrivateBus.h"
 #include "testing/TestHome.h"
 
-#include <QApplication>
 #include <QCloseEvent>
 #include <QProcess>
-#include <QTest>
 #include <QTimer>
 
 #include <csignal>
@@ -213,11 +211,8 @@ class TestApplication : public QObject {
     }
 
     void answersOnTheCommandLine_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<bool>("hasDisplay");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("output");
-        QTest::addColumn<QString>("error");
+        const Table<QStringList, bool, int, QString, QString> columns("arguments", "hasDisplay", "status",
+                                                                      "output", "error");
         const auto row = [](const char* name, const QByteArray& words, bool hasDisplay, int status,
                             const char* output, const char* error) {
             QTest::newRow(name) << QString::fromLatin1(words).split(u' ', Qt::SkipEmptyParts) << hasDisplay

@@ -3,7 +3,6 @@
 #include "testing/TestHome.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::Bundle;

@@ -10,7 +10,6 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QStandardPaths>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::NotificationBridge;

@@ -11,7 +11,6 @@
 
 #include <QAbstractEventDispatcher>
 #include <QSignalSpy>
-#include <QTest>
 
 using platform::Volume;
 using platform::VolumeMonitor;
@@ -37,11 +36,10 @@ class TestVolumeMonitor : public QObject {
 
     /// Volumes come, whatever their names, and go, by force as well; the hidden are not told of.
     void comesAndGoes_data() {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("plain") << QByteArray("Camera 1") << u"Camera 1"_s;
-        QTest::newRow("newline") << QByteArray("two\nlines\\") << u"two lines\\"_s;
-        QTest::newRow("no UTF-8") << QByteArray("\xe9t\xe9") << u"\uFFFDt\uFFFD"_s;
+        const Table<QByteArray, QString> row("name", "shown");
+        row("plain", QByteArray("Camera 1"), u"Camera 1"_s);
+        row("newline", QByteArray("two\nlines\\"), u"two lines\\"_s);
+        row("no UTF-8", QByteArray("\xe9t\xe9"), u"\uFFFDt\uFFFD"_s);
     }
     void comesAndGoes() {
         QFETCH(QByteArray, name);

@@ -4,8 +4,6 @@
 #include "platform/PathBytes.h"
 #include "testing/TestHome.h"
 
-#include <QTest>
-
 using platform::MountEntry;
 using platform::Volume;
 
@@ -26,12 +24,8 @@ class TestVolumes : public QObject {
     }
 
     void visible_data() {
-        QTest::addColumn<QList<MountEntry>>("table");
-        QTest::addColumn<QList<Volume>>("volumes");
+        const Table<QList<MountEntry>, QList<Volume>> row("table", "volumes");
         const Volume root{u"/"_s, u"/"_s};
-        const auto row = [](const char* name, const QList<MountEntry>& table, const QList<Volume>& volumes) {
-            QTest::newRow(name) << table << volumes;
-        };
         row("the root is there in any case", {}, {root});
         row("the root comes first and cannot be hidden, the others keep their order",
             {{u"/m/z"_s, "z", "", true}, {u"/"_s, "r", "rw,x-gvfs-hide", false}, {u"/m/a"_s, "a", "", true}},

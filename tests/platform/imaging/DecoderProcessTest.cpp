@@ -6,9 +6,7 @@
 #include "testing/TestHome.h"
 
 #include <QColorSpace>
-#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QTest>
 
 #include <sys/wait.h>
 
@@ -120,18 +118,16 @@ class DecoderProcessTest : public QObject {
 
     /// A region's size is known before the answer; what is no region is not even asked for.
     void regions_data() {
-        QTest::addColumn<QRect>("region");
-        QTest::addColumn<int>("level");
-        QTest::addColumn<std::optional<DecodeError>>("expected");
+        const Table<QRect, int, std::optional<DecodeError>> row("region", "level", "expected");
         using Error = std::optional<DecodeError>;
-        QTest::newRow("right") << QRect(0, 0, 128, 128) << 0 << Error();
-        QTest::newRow("right, rounded up") << QRect(512, 256, 511, 509) << 2 << Error();
-        QTest::newRow("another size") << QRect(0, 0, 128, 127) << 0 << Error(DecodeError::badAnswer);
-        QTest::newRow("another level") << QRect(0, 0, 128, 128) << 1 << Error(DecodeError::badAnswer);
-        QTest::newRow("too large") << QRect(0, 0, 2049, 128) << 0 << Error(DecodeError::damaged);
-        QTest::newRow("empty") << QRect(0, 0, 0, 128) << 0 << Error(DecodeError::damaged);
-        QTest::newRow("off the level's grid") << QRect(2, 0, 512, 512) << 2 << Error(DecodeError::damaged);
-        QTest::newRow("outside") << QRect(-128, 0, 128, 128) << 0 << Error(DecodeError::damaged);
+        row("right", QRect(0, 0, 128, 128), 0, Error());
+        row("right, rounded up", QRect(512, 256, 511, 509), 2, Error());
+        row("another size", QRect(0, 0, 128, 127), 0, Error(DecodeError::badAnswer));
+        row("another level", QRect(0, 0, 128, 128), 1, Error(DecodeError::badAnswer));
+        row("too large", QRect(0, 0, 2049, 128), 0, Error(DecodeError::damaged));
+        row("empty", QRect(0, 0, 0, 128), 0, Error(DecodeError::damaged));
+        row("off the level's grid", QRect(2, 0, 512, 512), 2, Error(DecodeError::damaged));
+        row("outside", QRect(-128, 0, 128, 128), 0, Error(DecodeError::damaged));
     }
     void regions() {
         QFETCH(QRect, region);

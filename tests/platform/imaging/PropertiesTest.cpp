@@ -4,13 +4,10 @@
 #include "testing/TestFiles.h"
 #include "testing/TestHome.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QImage>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTest>
 
 #include <algorithm>
 #include <memory>
@@ -151,9 +148,7 @@ class PropertiesTest : public QObject {
     }
 
     void ofRealFiles_data() {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QStringList>("expected");
+        const Table<QString, QStringList, QStringList> columns("file", "arguments", "expected");
         const auto row = [](const char* name, const char* file, const QString& arguments,
                             const QString& expected) {
             QTest::newRow(name) << QString::fromLatin1(file) << arguments.split(u'|', Qt::SkipEmptyParts)

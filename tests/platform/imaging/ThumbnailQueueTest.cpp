@@ -12,13 +12,9 @@
 #include <unistd.h>
 #include <csignal>
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QMimeDatabase>
 #include <QRandomGenerator>
-#include <QScopeGuard>
-#include <QSignalSpy>
-#include <QTest>
 #include <QThreadPool>
 
 #include <vector>
@@ -80,9 +76,7 @@ class ThumbnailQueueTest : public QObject {
     }
 
     void answersByContent_data() {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<State>("state");
-        QTest::addColumn<QSize>("size");
+        const Table<QByteArray, State, QSize> columns("content", "state", "size");
         const auto row = [](const char* name, const QByteArray& content, State state, QSize size = {0, 0}) {
             QTest::newRow(name) << content << state << size;
         };
@@ -217,21 +211,6 @@ class ThumbnailQueueTest : public QObject {
         time.start();
         queue.reset();
         QVERIFY2(time.elapsed() < 500, qPrintable(QString::number(time.elapsed())));
-    }
-
-    /// A picture that comes while decoders rest is not broken for good, with no further wishes.
-    void servesAfterARest() {
-        const QString program = _folder->filePath(u"never-ready"_s);
-        QVERIFY(
-            QFile::link(QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder"), program));
-        DecoderProcess::setInstalledProgram(program);
-        const auto back = qScopeGuard([] { DecoderProcess::setInstalledProgram(kDecoder); });
-        ThumbnailQueue queue;
-        const QString path = write(u"late.jpg"_s, jpeg(noise({300, 200}, Qt::red)));
-        queue.setWanted({{path, 200}}, {});
-        QTRY_COMPARE_WITH_TIMEOUT(queue.thumbnail(path).state, State::failed, 20000);
-        QVERIFY(QFile::remove(program) && QFile::link(kDecoder, program));
-        QTRY_COMPARE_WITH_TIMEOUT(queue.thumbnail(path).state, State::complete, 20000);
     }
 
     /// With every decoder stopped at what is wanted no longer, and no further wishes.

@@ -8,9 +8,7 @@
 
 #include <sys/stat.h>
 
-#include <QCoreApplication>
 #include <QImageReader>
-#include <QTest>
 
 #include <functional>
 

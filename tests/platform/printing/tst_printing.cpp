@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QFontDatabase>
 #include <QRegularExpression>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::PrintInfo;
@@ -36,25 +35,24 @@ class PrintingTest : public QObject {
 
  private Q_SLOTS:
     void pages_data() {
-        QTest::addColumn<bool>("isLandscape");
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<QString>("summary");
-        QTest::addColumn<bool>("isFullSize");  // the text keeps its 7 points
-        QTest::addColumn<double>("share");     // of the paper that the picture covers at least
+        // isFullSize: the text keeps its 7 points
+        // share: of the paper that the picture covers at least
+        const Table<bool, QSize, QString, bool, double> row("isLandscape", "size", "summary", "isFullSize",
+                                                            "share");
         const QSize landscape(3000, 2000);
         const QSize portrait(2000, 3000);
         const QString path = u"/a/b.jpg"_s;
         const QString scripts = u"/Снимки/图片.jpg\n\n東京タワー, 夜景, 서울\nŁódź, Ελλάδα\nسماء, غروب\n"_s;
         const QString longLine = u"Caption:"_s + u" a word"_s.repeated(150) + QString(400, u'z');
-        QTest::newRow("path alone") << false << portrait << path << true << 0.7;
-        QTest::newRow("portrait, landscape paper") << true << portrait << lines(40) << true << 0.33;
-        QTest::newRow("two columns") << false << portrait << lines(90) << true << 0.2;
-        QTest::newRow("panorama") << false << QSize(6000, 1000) << lines(120) << true << 0.11;
-        QTest::newRow("small picture") << false << QSize(64, 64) << lines(20) << true << 0.005;
-        QTest::newRow("no picture") << false << QSize() << lines(20) << true << 0.0;
-        QTest::newRow("many scripts") << false << landscape << scripts << true << 0.38;
-        QTest::newRow("long line") << false << landscape << longLine << true << 0.3;
-        QTest::newRow("5000 lines") << false << landscape << lines(5000) << false << 0.1;
+        row("path alone", false, portrait, path, true, 0.7);
+        row("portrait, landscape paper", true, portrait, lines(40), true, 0.33);
+        row("two columns", false, portrait, lines(90), true, 0.2);
+        row("panorama", false, QSize(6000, 1000), lines(120), true, 0.11);
+        row("small picture", false, QSize(64, 64), lines(20), true, 0.005);
+        row("no picture", false, QSize(), lines(20), true, 0.0);
+        row("many scripts", false, landscape, scripts, true, 0.38);
+        row("long line", false, landscape, longLine, true, 0.3);
+        row("5000 lines", false, landscape, lines(5000), false, 0.1);
     }
 
     void pages() {

@@ -5,7 +5,6 @@
 #include "testing/TestHome.h"
 
 #include <QApplication>
-#include <QTest>
 
 #include <cmath>
 

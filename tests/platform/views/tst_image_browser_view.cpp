@@ -9,7 +9,6 @@
 #include <QLoggingCategory>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <cmath>
 

@@ -10,7 +10,6 @@
 #include <QNativeGestureEvent>
 #include <QPointingDevice>
 #include <QSignalSpy>
-#include <QTest>
 #include <QWheelEvent>
 
 #include <algorithm>

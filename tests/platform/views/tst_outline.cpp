@@ -4,7 +4,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
-#include <QTest>
 
 using platform::OutlineItem;
 using platform::OutlineView;
@@ -104,8 +103,7 @@ class TestOutline : public QObject {
     }
 
     void reloadingFollowsTheDataSource_data() {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("after");
+        const Table<QString, QString> row("before", "after");
         const char* const cases[][3] = {
             {"first rows", "", "/a /b"},
             {"one more at each place", "/b /d", "/a /b /c /d /e"},
@@ -115,7 +113,7 @@ class TestOutline : public QObject {
             {"equal ones", "/a /a /b", "/a /b /a /a"},
         };
         for (const auto& [name, before, after] : cases)
-            QTest::newRow(name) << text(before) << text(after);
+            row(name, text(before), text(after));
     }
 
     void reloadingFollowsTheDataSource() {

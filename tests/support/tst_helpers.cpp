@@ -3,12 +3,12 @@
 #include "platform/desktop/Volumes.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
+#include "support/GeneralHelpers.h"
 #include "support/PathAndListHelpers.h"
 #include "testing/LogLines.h"
 #include "testing/TestHome.h"
 
 #include <QRegularExpression>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::PropertyValue;
@@ -26,13 +26,47 @@ QList<Volume> mountedVolumes() {
 
 }  // namespace platform
 
-class PathAndListHelpersTest : public QObject {
+class HelpersTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
     void initTestCase() {
         appGlobals = PreferencesDictionary::dictionary();
         appGlobals->setObjectForKey(true, PreferenceKeys::debugLogging);
+    }
+
+    void checksIPv4Addresses() {
+        const std::pair<std::optional<QString>, QString> rows[]{
+            {std::nullopt, u"illegal characters"_s},
+            {u"192.168.0.1"_s, {}},
+            {u"..."_s, {}},
+            {u"256.1.1.1"_s, u"invalid numeric component"_s},
+            {u"1.1.1.99999999999999999999"_s, u"invalid numeric component"_s},
+            {u"1.2.3"_s, u"wrong count of dots"_s},
+            {u"1.2.3.a"_s, u"invalid characters"_s},
+            {u"::1"_s, u"invalid characters, wrong count of dots"_s},
+            {u"1.2.3.ä"_s, u"illegal characters"_s},
+            {QString(252, u'0') + u"..."_s, {}},
+            {QString(253, u'0') + u"..."_s, u"illegal characters"_s}};
+        for (const auto& [address, problems] : rows) {
+            const QString shown = address.value_or(u"(null)"_s);
+            QStringList expected;
+            for (const QString& problem : problems.split(u", "_s, Qt::SkipEmptyParts))
+                expected += u"Addressstring: %1 is no valid IPv4 address, %2."_s.arg(shown, problem);
+            if (problems.isNull())
+                expected += u"Addressstring %1 is OK!"_s.arg(shown);
+            LogLines log;
+            QCOMPARE(isIPv4AddressString(address), problems.isNull());
+            QCOMPARE(withoutPrefixes(log.taken()), expected);
+        }
+    }
+
+    void escapesForUrls() {
+        const QString legal = u"aZ09-_.!~*'();/?:@=+$,"_s;
+        const QString other = u"& \"#%<>[]^`{|}\\ä"_s + QChar(0xDCE4);
+        const QString escaped = u"%26%20%22%23%25%3C%3E%5B%5D%5E%60%7B%7C%7D%5C%C3%A4%E4"_s;
+        QCOMPARE(urlencode(legal + other), legal + escaped);
+        QCOMPARE(urldecode(legal + escaped + u"%2f%g0%1"_s), legal + other + u"/%g0%1"_s);
     }
 
     void fillsInTheLoginName() {
@@ -59,13 +93,12 @@ class PathAndListHelpersTest : public QObject {
     }
 
     void leavesTextsOut_data() {
-        QTest::addColumn<QString>("withoutEqual");
-        QTest::addColumn<QString>("withoutContaining");
+        const Table<QString, QString> row("withoutEqual", "withoutContaining");
         const QString all = u"(a, , ab, B, 7, (a))"_s;
-        QTest::newRow("") << u"(a, ab, B, 7, (a))"_s << all;
-        QTest::newRow("a") << u"(, ab, B, 7, (a))"_s << u"(, B, 7, (a))"_s;
-        QTest::newRow("b") << all << u"(a, , B, 7, (a))"_s;
-        QTest::newRow("7") << all << all;
+        row("", u"(a, ab, B, 7, (a))"_s, all);
+        row("a", u"(, ab, B, 7, (a))"_s, u"(, B, 7, (a))"_s);
+        row("b", all, u"(a, , B, 7, (a))"_s);
+        row("7", all, all);
     }
     void leavesTextsOut() {
         const QString string = QString::fromLatin1(QTest::currentDataTag());
@@ -90,5 +123,5 @@ class PathAndListHelpersTest : public QObject {
     }
 };
 
-TAVLIN_TEST_MAIN(QCoreApplication, PathAndListHelpersTest)
-#include "tst_path_and_list_helpers.moc"
+TAVLIN_TEST_MAIN(QCoreApplication, HelpersTest)
+#include "tst_helpers.moc"

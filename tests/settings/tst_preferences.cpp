@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/UserDefaults.h"
+#include "platform/Image.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "settings/TavlinPreferencesWindowController.h"
@@ -9,7 +10,6 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using platform::UserDefaults;
@@ -17,6 +17,7 @@ namespace Keys = PreferenceKeys;
 
 namespace {
 
+const QString defaultsKey = u"PreferencesGlobals"_s;
 const QStringList settingKeys{Keys::debugLogging,          Keys::placesBrowserSort,
                               Keys::imageBrowserAnimation, Keys::imageBrowserRecursive,
                               Keys::imagesBrowserSort,     Keys::printGeneralMetadata,
@@ -37,30 +38,93 @@ QList<int> storeValues() {
 }
 
 QList<int> savedValues() {
-    const auto saved = UserDefaults::standardUserDefaults().dictionaryForKey(u"PreferencesGlobals"_s);
+    const auto saved = UserDefaults::standardUserDefaults().dictionaryForKey(defaultsKey);
     return saved ? values(*saved) : QList<int>();
 }
 
 }  // namespace
 
-class PreferencesWindowTest : public QObject {
+class PreferencesTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init() {
-        appGlobals = PreferencesDictionary::dictionary();
-        appGlobals->plausibilitaetsTest();
-    }
+    void init() { appGlobals = PreferencesDictionary::dictionary(); }
     void cleanup() {
         _controller.reset();
         delete std::exchange(appGlobals, nullptr);
     }
 
+    void givesEverySettingAValidValue_data() {
+        const Table<QVariant, QList<int>> row("stored", "expected");
+        row("first start", QVariant(), QList{0, 0, 1, 0, 0, 0, 1, 0});
+        row("true", QVariant(u"true"_s), QList{1, 1, 1, 1, 1, 0, 1, 0});
+        row("false", QVariant(u"false"_s), QList{0, 0, 0, 0, 0, 0, 0, 0});
+        row("5", QVariant(u"5"_s), QList{5, 5, 1, 5, 5, 0, 1, 0});
+        row("-1", QVariant(u"-1"_s), QList{-1, 0, 1, -1, 0, 0, 1, 0});
+        row("noise", QVariant(u"noise"_s), QList{0, 0, 0, 0, 0, 0, 0, 0});
+    }
+    void givesEverySettingAValidValue() {
+        QFETCH(QVariant, stored);
+        QVariantMap settings{{Keys::growlIsReady, true}};
+        for (const QString& key : settingKeys)
+            settings.insert(key, stored);
+        if (stored.isValid())
+            UserDefaults::standardUserDefaults().setDictionaryForKey(settings, defaultsKey);
+        const LogLines log;
+        appGlobals->setObjectForKey(8, u"xSetting"_s);
+        appGlobals->load();
+        QTEST(storeValues(), "expected");
+        QCOMPARE(appGlobals->objectForKey(u"xSetting"_s), QVariant(8));
+        QCOMPARE(appGlobals->keyEnumerator().size(), 9);
+        QVERIFY(stored.isValid() || !QFileInfo::exists(UserDefaults::standardUserDefaults().filePath()));
+    }
+
+    void savesEveryKeyWithSetting() {
+        appGlobals->plausibilitaetsTest();
+        appGlobals->setObjectForKey(QVariant::fromValue(std::make_shared<platform::Image>(QIcon())),
+                                    Keys::imageURL);
+        appGlobals->setObjectForKey(true, Keys::growlIsReady);
+        appGlobals->setObjectForKey(true, Keys::printEXIFMetadata);
+        appGlobals->setObjectForKey(1, u"mySetting"_s);
+        appGlobals->removeObjectForKey(Keys::debugLogging);
+        appGlobals->save();
+        UserDefaults::standardUserDefaults().synchronize();
+        const auto saved =
+            UserDefaults(UserDefaults::standardUserDefaults().filePath()).dictionaryForKey(defaultsKey);
+        QVERIFY(saved);
+        QStringList keys = settingKeys;
+        keys[0] = u"mySetting"_s;
+        keys.sort();
+        QCOMPARE(saved->keys(), keys);
+        QVERIFY(platform::boolReading(saved->value(Keys::printEXIFMetadata)));
+    }
+
+    void logsWithoutWaitingForItself() {
+        UserDefaults::standardUserDefaults().setDictionaryForKey({{Keys::debugLogging, true}, {u"x"_s, 1}},
+                                                                 defaultsKey);
+        appGlobals->setObjectForKey(true, Keys::debugLogging);
+        const QString before = u"{PreferencesDebugLoggingSettingKey = 1; }"_s;
+        const auto line = [](const char* text, const QString& rest) {
+            return QString::fromLatin1(text).prepend(u"-[PreferencesDictionary "_s) + rest;
+        };
+        LogLines log;
+        appGlobals->load();
+        const QString after = appGlobals->description();
+        appGlobals->save();
+        QCOMPARE(log.taken(), QStringList({line("load] (96): Loading _dict (complete global): ", before),
+                                           line("load] (100): Loading dictToLoad: ",
+                                                QString(before).insert(before.size() - 1, u"x = 1; "_s)),
+                                           line("plausibilitaetsTest] (153): 1 _dict: ", before),
+                                           line("plausibilitaetsTest] (209): 2 _dict: ", after),
+                                           line("plausibilitaetsTest] (210): foo", {}),
+                                           line("load] (120): Loading dictToLoad: ", before),
+                                           line("load] (121): Loading _dict (globals): ", after),
+                                           line("save] (129): Saving dict. Complete global _dict: ", after),
+                                           line("save] (147): Saving dictToSave: ", after)}));
+    }
+
     void everyControlIsItsSetting_data() {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<int>("setting");
-        QTest::addColumn<int>("stored");
-        QTest::addColumn<int>("chosen");
+        const Table<QString, int, int, int> columns("control", "setting", "stored", "chosen");
         const auto row = [](const char* control, int setting, int stored, int chosen) {
             QTest::newRow(control) << QString::fromLatin1(control) << setting << stored << chosen;
         };
@@ -81,6 +145,7 @@ class PreferencesWindowTest : public QObject {
         QFETCH(const int, setting);
         QFETCH(const int, stored);
         QFETCH(const int, chosen);
+        appGlobals->plausibilitaetsTest();
         appGlobals->setObjectForKey(stored, settingKeys[setting]);
         QList<int> expected = storeValues();
         const LogLines log;
@@ -98,6 +163,7 @@ class PreferencesWindowTest : public QObject {
 
     /// A sort that has no radio button leaves its group without a row; the next start mends it.
     void sortWithoutARowLastsOneRun() {
+        appGlobals->plausibilitaetsTest();
         appGlobals->setObjectForKey(5, settingKeys[1]);
         const LogLines log;
         open();
@@ -108,6 +174,7 @@ class PreferencesWindowTest : public QObject {
     }
 
     void logsItsLife() {
+        appGlobals->plausibilitaetsTest();
         appGlobals->setObjectForKey(true, Keys::debugLogging);
         LogLines log;
         open();
@@ -145,5 +212,5 @@ class PreferencesWindowTest : public QObject {
     std::unique_ptr<TavlinPreferencesWindowController> _controller;
 };
 
-TAVLIN_TEST_MAIN(QApplication, PreferencesWindowTest)
-#include "tst_preferences_window.moc"
+TAVLIN_TEST_MAIN(QApplication, PreferencesTest)
+#include "tst_preferences.moc"

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/views/GridLayout.h"
+#include "platform/views/GridSelection.h"
+#include "platform/views/IndexSetAlgebra.h"
 
 #include "testing/TestHome.h"
-
-#include <QCoreApplication>
-#include <QTest>
 
 #include <limits>
 
 using platform::GridLayout;
+using platform::GridSelection;
 using platform::GridStep;
 using platform::IndexSet;
+using Mode = GridSelection::Mode;
 
 namespace {
 
@@ -25,9 +26,16 @@ GridLayout makeLayout(QSize viewport, int side, std::size_t count,
     return layout;
 }
 
-}  // namespace
+struct Act {
+    std::size_t index;
+    Mode mode;
+};
+using Acts = std::vector<Act>;
 
-class GridLayoutTest : public QObject {
+}  // namespace
+Q_DECLARE_METATYPE(Acts)
+
+class GridRulesTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
@@ -86,26 +94,23 @@ class GridLayoutTest : public QObject {
     }
 
     void steps_data() {
-        QTest::addColumn<int>("from");
-        QTest::addColumn<GridStep>("step");
-        QTest::addColumn<int>("leftToRight");
-        QTest::addColumn<int>("rightToLeft");
+        const Table<int, GridStep, int, int> row("from", "step", "leftToRight", "rightToLeft");
         // 11 items in rows of 3, 2 rows a page.
-        QTest::newRow("right") << 4 << GridStep::right << 5 << 3;
-        QTest::newRow("right at a row's end") << 5 << GridStep::right << 6 << 4;
-        QTest::newRow("right at the end") << 10 << GridStep::right << 10 << 9;
-        QTest::newRow("left at the start") << 0 << GridStep::left << 0 << 1;
-        QTest::newRow("up") << 4 << GridStep::up << 1 << 1;
-        QTest::newRow("up in the first row") << 2 << GridStep::up << 2 << 2;
-        QTest::newRow("down") << 4 << GridStep::down << 7 << 7;
-        QTest::newRow("down beside the last row's end") << 8 << GridStep::down << 10 << 10;
-        QTest::newRow("down in the last row") << 9 << GridStep::down << 9 << 9;
-        QTest::newRow("page down") << 1 << GridStep::pageDown << 7 << 7;
-        QTest::newRow("page down beyond the end") << 7 << GridStep::pageDown << 10 << 10;
-        QTest::newRow("page up") << 10 << GridStep::pageUp << 4 << 4;
-        QTest::newRow("page up beyond the start") << 4 << GridStep::pageUp << 1 << 1;
-        QTest::newRow("first") << 7 << GridStep::first << 0 << 0;
-        QTest::newRow("last") << 7 << GridStep::last << 10 << 10;
+        row("right", 4, GridStep::right, 5, 3);
+        row("right at a row's end", 5, GridStep::right, 6, 4);
+        row("right at the end", 10, GridStep::right, 10, 9);
+        row("left at the start", 0, GridStep::left, 0, 1);
+        row("up", 4, GridStep::up, 1, 1);
+        row("up in the first row", 2, GridStep::up, 2, 2);
+        row("down", 4, GridStep::down, 7, 7);
+        row("down beside the last row's end", 8, GridStep::down, 10, 10);
+        row("down in the last row", 9, GridStep::down, 9, 9);
+        row("page down", 1, GridStep::pageDown, 7, 7);
+        row("page down beyond the end", 7, GridStep::pageDown, 10, 10);
+        row("page up", 10, GridStep::pageUp, 4, 4);
+        row("page up beyond the start", 4, GridStep::pageUp, 1, 1);
+        row("first", 7, GridStep::first, 0, 0);
+        row("last", 7, GridStep::last, 10, 10);
     }
     void steps() {
         QFETCH(int, from);
@@ -130,7 +135,33 @@ class GridLayoutTest : public QObject {
         QVERIFY(layout.cellRect(0, offset).bottom() < 0);
         QCOMPARE(layout.indexesBetween(layout.greatestOffset(), layout.contentHeight())->last, count - 1);
     }
+
+    void selects_data() {
+        const Table<Acts, QString, int> row("acts", "selected", "current");
+        row("range turns round its anchor", {{4, Mode::replace}, {7, Mode::range}, {2, Mode::range}},
+            QStringLiteral("(2-4)"), 2);
+        row("range without an anchor", {{4, Mode::range}}, QStringLiteral("(4)"), 4);
+        row("range drops what was picked before", {{1, Mode::replace}, {6, Mode::toggle}, {8, Mode::range}},
+            QStringLiteral("(6-8)"), 8);
+        row("moving on selects nothing", {{1, Mode::replace}, {4, Mode::moveCurrent}}, QStringLiteral("(1)"),
+            4);
+        row("moving on leaves the anchor", {{1, Mode::replace}, {4, Mode::moveCurrent}, {5, Mode::range}},
+            QStringLiteral("(1-5)"), 5);
+        row("beyond the end", {{1, Mode::replace}, {10, Mode::replace}}, QStringLiteral("(1)"), 1);
+    }
+    void selects() {
+        QFETCH(Acts, acts);
+        GridSelection selection;
+        selection.reset(10);
+        for (const Act& act : acts) {
+            const IndexSet before = selection.indexes();
+            const IndexSet changed = selection.select(act.index, act.mode);
+            QCOMPARE(changed, platform::symmetricDifferenceOf(before, selection.indexes()));
+        }
+        QTEST(selection.indexes().description(), "selected");
+        QTEST(int(selection.current().value()), "current");
+    }
 };
 
-TAVLIN_TEST_MAIN(QCoreApplication, GridLayoutTest)
-#include "tst_grid_layout.moc"
+TAVLIN_TEST_MAIN(QCoreApplication, GridRulesTest)
+#include "tst_grid_rules.moc"
