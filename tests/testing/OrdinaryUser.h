@@ -5,6 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <QtGlobal>
+
 /// Makes a test that root has started act as a user with no privileges, as root may do anything: so do the
 /// programs it starts. Root comes back for the mounts alone. A test that an ordinary user has started stays
 /// as it is.
@@ -56,11 +58,11 @@ class OrdinaryUser {
  private:
     /// By the bare calls, as the library's would change every thread.
     static void change(unsigned id) {
-        if (id == 0)
-            ::syscall(SYS_setresuid, 0, 0, 0);
-        ::syscall(SYS_setresgid, id, id, id);
-        if (id != 0)
-            ::syscall(SYS_setresuid, id, id, 0);
+        bool isDone = id != 0 || ::syscall(SYS_setresuid, 0, 0, 0) == 0;
+        isDone = ::syscall(SYS_setresgid, id, id, id) == 0 && isDone;
+        isDone = (id == 0 || ::syscall(SYS_setresuid, id, id, 0) == 0) && isDone;
+        if (!isDone)
+            qFatal("the test could not become user %u", id);
         ::prctl(PR_SET_DUMPABLE, 1);  // the leak checker looks into its own process
     }
 };

@@ -78,7 +78,7 @@ int selfTest(std::string_view option) {
             "usage: tavlin-decoder --self-test [--unconfined | --only-file-rights | "
             "--only-system-call-filter]\n",
             stderr);
-        return EXIT_FAILURE;
+        return kMisused;
     }
     if (!canBeConfined()) {
         std::puts("this decoder was built with a sanitizer and is not confined");

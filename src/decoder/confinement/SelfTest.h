@@ -5,19 +5,21 @@
 
 namespace decoder {
 
-inline constexpr int kCannotBeTested = 77;  ///< an exit code
+// Exit codes.
+inline constexpr int kCannotBeTested = 77;
+inline constexpr int kMisused = 64;  ///< EX_USAGE of sysexits(3)
 
 /// Tries whatever a decoder that was taken over might try, each in a process of its own that is confined as
 /// decoders are, and prints what became of it. `option` says what is tested:
 ///
 /// nothing                      all that is held against a decoder; EXIT_SUCCESS when every attempt fails
-/// --unconfined                 the same attempts with nothing held against them; fails, or the attempts are
-/// none
+/// --unconfined                 the same attempts with nothing held against them; fails, or they are none
 /// --only-file-rights           Landlock alone, by the attempts that it must foil in this kernel's version of
 /// it
 /// --only-system-call-filter    seccomp alone
 ///
-/// Answers the exit code: kCannotBeTested where the build or the kernel lacks what is to be tested.
+/// Answers the exit code: kCannotBeTested where the build or the kernel lacks what is to be tested, kMisused
+/// for an option that there is not.
 int selfTest(std::string_view option);
 
 }  // namespace decoder

@@ -46,19 +46,20 @@ constexpr int kMostRequests = 1000;
 constexpr std::uint64_t kMostMemory = std::uint64_t{256} << 20;  // bytes in memory between two pictures
 constexpr int kRequestsBetweenLooks = 16;                        // at the memory
 
-/// Says once in the program's life what its decoders are held by.
-void tellOf(decoder::Protections held) {
-    static std::once_flag said;
-    std::call_once(said, [held] {
+/// Says once in the program's life what its decoders of this role are held by.
+void tellOf(decoder::Protections held, Role role) {
+    static std::array<std::once_flag, 3> said;  // by role
+    std::call_once(said[static_cast<std::size_t>(role)], [held, name = decoder::roleName(role)] {
         if ((held & decoder::kAllProtections) == decoder::kAllProtections)
-            qCInfo(decoderLog, "the decoders are behind bars: Landlock and seccomp hold them");
+            qCInfo(decoderLog, "the decoders (%s) are behind bars: Landlock and seccomp hold them", name);
         else if ((held & decoder::kSystemCallFilter) != 0)
-            qCWarning(decoderLog, "no Landlock here: seccomp alone holds the decoders");
+            qCWarning(decoderLog, "no Landlock here: seccomp alone holds the decoders (%s)", name);
         else if ((held & decoder::kFileRights) != 0)
-            qCWarning(decoderLog, "no seccomp here: Landlock alone holds the decoders");
+            qCWarning(decoderLog, "no seccomp here: Landlock alone holds the decoders (%s)", name);
         else
             qCWarning(decoderLog,
-                      "neither Landlock nor seccomp holds the decoders: they are but processes apart");
+                      "neither Landlock nor seccomp holds the decoders (%s): they are but processes apart",
+                      name);
     });
 }
 
@@ -231,7 +232,7 @@ DecoderProcess::Private::Outcome DecoderProcess::Private::awaitAnswer(Worker& wo
             return answer;
         }
         worker.ready = true;
-        tellOf(answer.response.protections);
+        tellOf(answer.response.protections, static_cast<Role>(&worker - workers.data()));
     }
 }
 
