@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryFile>
@@ -52,8 +53,19 @@ struct OpenSettings {
     bool mayBeWritten = true;  ///< false where that would lose what cannot be parsed
 };
 
+/// Whether some value is one that the toolkit reads as a stream of bytes, which none of ours is: damaged ones
+/// have it ask for whatever memory they name.
+bool hasStreamedValue(const QString& path) {
+    static const QRegularExpression streamed(QStringLiteral(R"((@|\\x40)(Variant|DateTime)\()"));
+    return streamed.match(QString::fromLatin1(contents(path))).hasMatch();
+}
+
 OpenSettings openSettings(const QString& path) {
     bool mayBeWritten = true;
+    if (hasStreamedValue(path)) {
+        keepCorruptFile(path);
+        return {std::make_unique<QSettings>(QStringLiteral("/dev/null"), QSettings::IniFormat), false};
+    }
     auto settings = std::make_unique<QSettings>(path, QSettings::IniFormat);
     settings->allKeys();  // parses every group, which the constructor leaves for later
     if (settings->status() == QSettings::FormatError)
@@ -73,6 +85,8 @@ bool hasRoom(const QString& path) {
 }
 
 void writeSettings(const QString& path, const QMap<QString, QVariantMap>& dictionaries) {
+    if (hasStreamedValue(path) && keepCorruptFile(path))
+        QFile::remove(path);
     const auto [settings, mayBeWritten] = openSettings(path);
     if (!mayBeWritten)
         return;

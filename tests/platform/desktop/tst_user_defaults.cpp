@@ -76,6 +76,8 @@ class UserDefaultsTest : public QObject {
     void keepsACorruptFileOnce() {
         const QByteArray first("[PreferencesGlobals]\naSetting=true\nno equals sign\n");
         const QByteArray second("\x01\x02garbage\n");
+        // The toolkit's reader would ask for the list's 137 gigabytes.
+        const QByteArray third("[PreferencesGlobals]\naSetting=@Variant(\\0\\0\\0\\t\\x7f\\xff\\xff\\xff)\n");
         LogLines log;
         writeFile(_path, first);
         QCOMPARE(UserDefaults(_path).dictionaryForKey(_group)->size(), 1);
@@ -85,11 +87,17 @@ class UserDefaultsTest : public QObject {
         QVERIFY(readFile(_path).contains("bSetting=-5"));
         writeFile(_path, second);
         QVERIFY(!UserDefaults(_path).dictionaryForKey(_group));
+        writeFile(_path, third);
+        QVERIFY(!UserDefaults(_path).dictionaryForKey(_group));
+        QCOMPARE(readFile(_path), third);
+        UserDefaults(_path).setDictionaryForKey(_settings, _group);
+        QVERIFY(readFile(_path).contains("bSetting=-5"));
 
         QCOMPARE(readFile(_path + u".corrupt"_s), first);
         QCOMPARE(readFile(_path + u".corrupt.2"_s), second);
-        QVERIFY(!QFile::exists(_path + u".corrupt.3"_s));
-        QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 2);
+        QCOMPARE(readFile(_path + u".corrupt.3"_s), third);
+        QVERIFY(!QFile::exists(_path + u".corrupt.4"_s));
+        QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 3);
     }
 
     /// Whatever the fault, the run goes on with its own settings and the file keeps what it held.
