@@ -95,13 +95,13 @@ class DecodingTest : public QObject {
     void mendedPictures_data() {
         // expected: of the last pixel
         const Table<QByteArray, QColor> row("bytes", "expected");
-        const auto bmp = [](quint32 header, quint16 bits, const QByteArray& masks, const QByteArray& row) {
+        const auto bmp = [](quint32 header, quint16 bits, const QByteArray& masks, const QByteArray& line) {
             const QByteArray info = little(header) + little(2) + little(1) + little(quint16(1)) +
-                                    little(bits) + little(3) + little(quint32(row.size())) +
+                                    little(bits) + little(3) + little(quint32(line.size())) +
                                     QByteArray(16, '\0') + masks;
             const QByteArray padded = info.leftJustified(qsizetype(header), '\0');
-            return "BM" + little(quint32(14 + padded.size() + row.size())) + little(0) +
-                   little(quint32(14 + padded.size())) + padded + row;
+            return "BM" + little(quint32(14 + padded.size() + line.size())) + little(0) +
+                   little(quint32(14 + padded.size())) + padded + line;
         };
         const auto hex = [](const char* digits) {
             return QByteArray::fromHex(digits);
@@ -201,11 +201,8 @@ class DecodingTest : public QObject {
     }
 
     void manyDamagedBytes_data() {
-        QTest::addColumn<QByteArray>("bytes");
+        const Table<QByteArray> row("bytes");
         const QByteArray thumbnail = written(quadrants({32, 24}), "jpeg");
-        const auto row = [](const char* name, const QByteArray& bytes) {
-            QTest::newRow(name) << bytes;
-        };
         row("jpeg", withExifInJpeg(written(quadrants(), "jpeg"), exifBlock(6, thumbnail)));
         row("png", withExifInPng(written(quadrants(), "png", 0), exifBlock(3)));
         row("webp", withExifInWebp(written(quadrants(), "webp"), exifBlock(5)));

@@ -179,21 +179,19 @@ class ImageItemsTest : public QObject {
     void collects_data() {
         const Table<QByteArrayList, QByteArrayList, QByteArrayList> row("names", "flat", "recursive");
         row("hidden folders are entered, and shown by nothing",
-            QByteArrayList{".h/", ".h/in", ".h/.DS_Store", "sub/", "sub/deep/", "sub/deep/x", "y", ".z"},
-            QByteArrayList{"sub", "y"}, QByteArrayList{".h/in", "sub/deep/x", "y"});
+            {".h/", ".h/in", ".h/.DS_Store", "sub/", "sub/deep/", "sub/deep/x", "y", ".z"}, {"sub", "y"},
+            {".h/in", "sub/deep/x", "y"});
         const QByteArrayList odd{"\"quoted\" \\", "100%@", "new\nline", "\xff\xfe.jpg"};
         row("odd names", odd, odd, odd);
-        row("FIFO", QByteArrayList{"pipe|"}, QByteArrayList{"pipe"}, QByteArrayList{"pipe"});
-        row("links", QByteArrayList{"d/", "d/f", "to d>d", "to f>d/f", "nowhere>gone"},
-            QByteArrayList{"d", "nowhere", "to d", "to f"},
-            QByteArrayList{"d/f", "nowhere", "to d/f", "to f"});
-        row("a linked folder is entered once", QByteArrayList{"d/", "d/e/", "d/e/f", "d/one>e", "d/two>e"},
-            QByteArrayList{"d"}, QByteArrayList{"d/e/f", "d/one/f"});
-        row("links to what the walk is inside of", QByteArrayList{"a/", "a/f", "a/up>..", "a/self>."},
-            QByteArrayList{"a"}, QByteArrayList{"a/f"});
-        row("links to one another", QByteArrayList{"a/", "a/f", "b/", "b/g", "a/over>../b", "b/back>../a"},
-            QByteArrayList{"a", "b"}, QByteArrayList{"a/f", "a/over/g", "b/back/f", "b/g"});
-        row("nothing", QByteArrayList(), QByteArrayList(), QByteArrayList());
+        row("FIFO", {"pipe|"}, {"pipe"}, {"pipe"});
+        row("links", {"d/", "d/f", "to d>d", "to f>d/f", "nowhere>gone"}, {"d", "nowhere", "to d", "to f"},
+            {"d/f", "nowhere", "to d/f", "to f"});
+        row("a linked folder is entered once", {"d/", "d/e/", "d/e/f", "d/one>e", "d/two>e"}, {"d"},
+            {"d/e/f", "d/one/f"});
+        row("links to what the walk is inside of", {"a/", "a/f", "a/up>..", "a/self>."}, {"a"}, {"a/f"});
+        row("links to one another", {"a/", "a/f", "b/", "b/g", "a/over>../b", "b/back>../a"}, {"a", "b"},
+            {"a/f", "a/over/g", "b/back/f", "b/g"});
+        row("nothing", {}, {}, {});
     }
     void collects() {
         QFETCH(QByteArrayList, names);

@@ -233,12 +233,5 @@ class ImageRemovalTest : public QObject {
     int _number = 0;
 };
 
-int main(int argc, char** argv) {
-    MountSandbox::enter();
-    const TestHome home;
-    QApplication application(argc, argv);
-    ImageRemovalTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+TAVLIN_TEST_MAIN(QApplication, ImageRemovalTest, MountSandbox::enter())
 #include "tst_image_removal.moc"

@@ -44,9 +44,10 @@ class Journey : public QObject {
     if (!(name).problem().isEmpty()) \
     QSKIP(qPrintable((name).problem()))
 
-/// The main function of a journey.
-#define TAVLIN_JOURNEY_MAIN(JourneyClass)          \
+/// The main function of a journey, after what is to be done first.
+#define TAVLIN_JOURNEY_MAIN(JourneyClass, ...)     \
     int main(int argc, char** argv) {              \
+        __VA_ARGS__;                               \
         QGuiApplication application(argc, argv);   \
         JourneyClass journey;                      \
         return QTest::qExec(&journey, argc, argv); \

@@ -13,9 +13,10 @@ class VolumeJourney : public Journey {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init() {
+    void initTestCase() {
         if (!MountSandbox::problem().isEmpty())
             QSKIP(qPrintable(MountSandbox::problem()));
+        QVERIFY(MountSandbox::mountTmpfs(u"/media"_s, "mode=755"));
     }
     void comesAndGoes();
     void tornOffDuringALoad();
@@ -121,13 +122,5 @@ void VolumeJourney::tornOffDuringALoad() {
     QCOMPARE(program.terminate(), 0);
 }
 
-int main(int argc, char** argv) {
-    MountSandbox::enter();
-    if (MountSandbox::problem().isEmpty())
-        ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
-    const QGuiApplication application(argc, argv);
-    VolumeJourney journey;
-    return QTest::qExec(&journey, argc, argv);
-}
-
+TAVLIN_JOURNEY_MAIN(VolumeJourney, MountSandbox::enter())
 #include "tst_volume_journey.moc"

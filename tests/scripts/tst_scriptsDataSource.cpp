@@ -25,6 +25,12 @@ class ScriptsDataSourceTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
+    void initTestCase() {
+        qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin");
+        appGlobals = PreferencesDictionary::dictionary();
+        appGlobals->load();
+    }
+    void cleanupTestCase() { platform::removeTemporaryFolder(); }
     void init() {
         QDir(folder()).removeRecursively();
         _scripts = std::make_unique<ScriptsDataSource>();
@@ -82,16 +88,5 @@ class ScriptsDataSourceTest : public QObject {
     std::unique_ptr<ScriptsDataSource> _scripts;
 };
 
-int main(int argc, char** argv) {
-    const TestHome home;
-    qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin");
-    QApplication application(argc, argv);
-    appGlobals = PreferencesDictionary::dictionary();
-    appGlobals->load();
-    ScriptsDataSourceTest test;
-    const int status = QTest::qExec(&test, argc, argv);
-    platform::removeTemporaryFolder();
-    return status;
-}
-
+TAVLIN_TEST_MAIN(QApplication, ScriptsDataSourceTest)
 #include "tst_scriptsDataSource.moc"

@@ -38,6 +38,8 @@ class StockScriptsTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
+    void initTestCase() { qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin"); }
+    void cleanupTestCase() { platform::removeTemporaryFolder(); }
     void init() {
         _folder = qEnvironmentVariable("HOME") + u"/a \"b\" $c%1"_s.arg(++_number);
         QDir().mkpath(_folder);
@@ -219,14 +221,5 @@ void StockScriptsTest::makesZip() {
     QVERIFY(files().contains(u"Pictures "_s + today() + u" 2.zip"_s));
 }
 
-int main(int argc, char** argv) {
-    const TestHome home;
-    qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin");
-    QGuiApplication application(argc, argv);
-    StockScriptsTest test;
-    const int status = QTest::qExec(&test, argc, argv);
-    platform::removeTemporaryFolder();
-    return status;
-}
-
+TAVLIN_TEST_MAIN(QGuiApplication, StockScriptsTest)
 #include "tst_stockScripts.moc"

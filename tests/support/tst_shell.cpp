@@ -12,6 +12,10 @@ class ShellTest : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
+    // The program's own runner, as the program itself makes it found.
+    void initTestCase() { qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin"); }
+    void cleanupTestCase() { platform::removeTemporaryFolder(); }
+
     void temporaryPathsAreFixedAndPrivate() {
         const QString path = getNewTempFilePath(u"checkARDState"_s);
         QCOMPARE(path, platform::temporaryFolder() + u"tst_shell_checkARDState.tmp"_s);
@@ -85,17 +89,14 @@ class ShellTest : public QObject {
     void scripts_data() {
         // left: what it wrote into the file "left" of its own folder
         const Table<QString, QByteArray, int, QByteArray> row("name", "text", "exitStatus", "left");
-        row("sh by its first line", u"a.tool"_s, QByteArray("#!/bin/sh\npwd > left; echo $# >> left\n"), 0,
-            QByteArray("%HERE%\n1\n"));
-        row("interpreter with an argument", u"b"_s, QByteArray("#! /bin/sh -e\nfalse\necho no > left\n"), 1,
-            QByteArray());
-        row("sh by its type", u"c.sh"_s, QByteArray("printf %s \"$1\" > left; exit 7\n"), 7,
-            QByteArray("%PARAMETER%"));
-        row("python by its type", u"d.py"_s, QByteArray("import sys\nopen('left','w').write(sys.argv[1])\n"),
-            0, QByteArray("%PARAMETER%"));
-        row("blanks in the name", u"e f.sh"_s, QByteArray("echo ran > left\n"), 0, QByteArray("ran\n"));
-        row("nothing to run it by", u"g.applescript"_s, QByteArray("tell\n"), 126, QByteArray());
-        row("not there", u"missing.sh"_s, QByteArray(), 127, QByteArray());
+        row("sh by its first line", "a.tool", "#!/bin/sh\npwd > left; echo $# >> left\n", 0, "%HERE%\n1\n");
+        row("interpreter with an argument", "b", "#! /bin/sh -e\nfalse\necho no > left\n", 1, {});
+        row("sh by its type", "c.sh", "printf %s \"$1\" > left; exit 7\n", 7, "%PARAMETER%");
+        row("python by its type", "d.py", "import sys\nopen('left','w').write(sys.argv[1])\n", 0,
+            "%PARAMETER%");
+        row("blanks in the name", "e f.sh", "echo ran > left\n", 0, "ran\n");
+        row("nothing to run it by", "g.applescript", "tell\n", 126, {});
+        row("not there", "missing.sh", {}, 127, {});
     }
     void scripts() {
         QFETCH(const QString, name);
@@ -121,15 +122,5 @@ class ShellTest : public QObject {
     }
 };
 
-int main(int argc, char** argv) {
-    const TestHome home;
-    // The program's own runner, as the program itself makes it found.
-    qputenv("PATH", qgetenv("PATH") + ":" TAVLIN_BUILD_DIR "/libexec/tavlin");
-    QCoreApplication application(argc, argv);
-    ShellTest test;
-    const int status = QTest::qExec(&test, argc, argv);
-    platform::removeTemporaryFolder();
-    return status;
-}
-
+TAVLIN_TEST_MAIN(QCoreApplication, ShellTest)
 #include "tst_shell.moc"

@@ -44,11 +44,13 @@ class TestHome {
     QTemporaryDir _root;
 };
 
-/// The main function of a test class: a private home, then the application object, then the tests.
-#define TAVLIN_TEST_MAIN(ApplicationClass, TestClass) \
-    int main(int argc, char** argv) {                 \
-        const TestHome home;                          \
-        ApplicationClass application(argc, argv);     \
-        TestClass test;                               \
-        return QTest::qExec(&test, argc, argv);       \
+/// The main function of a test class: what is to be done first, a private home, then the application object,
+/// then the tests.
+#define TAVLIN_TEST_MAIN(ApplicationClass, TestClass, ...) \
+    int main(int argc, char** argv) {                      \
+        __VA_ARGS__;                                       \
+        const TestHome home;                               \
+        ApplicationClass application(argc, argv);          \
+        TestClass test;                                    \
+        return QTest::qExec(&test, argc, argv);            \
     }

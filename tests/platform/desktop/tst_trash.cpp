@@ -206,12 +206,5 @@ class TrashTest : public QObject {
     int _number = 0;
 };
 
-int main(int argc, char** argv) {
-    MountSandbox::enter();
-    const TestHome home;
-    QCoreApplication application(argc, argv);
-    TrashTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+TAVLIN_TEST_MAIN(QCoreApplication, TrashTest, MountSandbox::enter())
 #include "tst_trash.moc"

@@ -22,9 +22,10 @@ class TestVolumeMonitor : public QObject {
     Q_OBJECT
 
  private Q_SLOTS:
-    void init() {
+    void initTestCase() {
         if (!MountSandbox::problem().isEmpty())
             QSKIP(qPrintable(MountSandbox::problem()));
+        QVERIFY(MountSandbox::mountTmpfs(QStringLiteral("/media"), "mode=755"));
     }
 
     void cleanup() {
@@ -127,14 +128,5 @@ class TestVolumeMonitor : public QObject {
     QByteArrayList _mounted;
 };
 
-int main(int argc, char** argv) {
-    MountSandbox::enter();
-    const TestHome home;
-    if (MountSandbox::problem().isEmpty())
-        ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
-    const QCoreApplication application(argc, argv);
-    TestVolumeMonitor test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+TAVLIN_TEST_MAIN(QCoreApplication, TestVolumeMonitor, MountSandbox::enter())
 #include "tst_volume_monitor.moc"

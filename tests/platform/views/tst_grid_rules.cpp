@@ -138,16 +138,15 @@ class GridRulesTest : public QObject {
 
     void selects_data() {
         const Table<Acts, QString, int> row("acts", "selected", "current");
-        row("range turns round its anchor", {{4, Mode::replace}, {7, Mode::range}, {2, Mode::range}},
-            QStringLiteral("(2-4)"), 2);
-        row("range without an anchor", {{4, Mode::range}}, QStringLiteral("(4)"), 4);
+        row("range turns round its anchor", {{4, Mode::replace}, {7, Mode::range}, {2, Mode::range}}, "(2-4)",
+            2);
+        row("range without an anchor", {{4, Mode::range}}, "(4)", 4);
         row("range drops what was picked before", {{1, Mode::replace}, {6, Mode::toggle}, {8, Mode::range}},
-            QStringLiteral("(6-8)"), 8);
-        row("moving on selects nothing", {{1, Mode::replace}, {4, Mode::moveCurrent}}, QStringLiteral("(1)"),
-            4);
+            "(6-8)", 8);
+        row("moving on selects nothing", {{1, Mode::replace}, {4, Mode::moveCurrent}}, "(1)", 4);
         row("moving on leaves the anchor", {{1, Mode::replace}, {4, Mode::moveCurrent}, {5, Mode::range}},
-            QStringLiteral("(1-5)"), 5);
-        row("beyond the end", {{1, Mode::replace}, {10, Mode::replace}}, QStringLiteral("(1)"), 1);
+            "(1-5)", 5);
+        row("beyond the end", {{1, Mode::replace}, {10, Mode::replace}}, "(1)", 1);
     }
     void selects() {
         QFETCH(Acts, acts);
