@@ -3,6 +3,7 @@
 #include "app/TavlinAppDelegate.h"
 
 #include "app/Texts.h"
+#include "platform/desktop/Application.h"
 #include "platform/desktop/BusyPointer.h"
 #include "platform/printing/PrintInfo.h"
 #include "platform/printing/PrintOperation.h"
@@ -74,7 +75,7 @@ void TavlinAppDelegate::printingDialogDidClose(PrintPanel& /*panel*/, int return
     // The panel and the reading let other things happen: the window may go.
     std::optional<platform::PrintProgress> progress(std::in_place, *printed, text("PrintingProgress"));
     const auto goesOn = [&progress] {
-        return progress->goesOn();
+        return progress->goesOn() && !platform::Application::isTerminating();
     };
     platform::PrintPage* view = goesOn() ? printed->printView(goesOn) : nullptr;
     if (view == nullptr || !goesOn())

@@ -224,6 +224,10 @@ int Application::enterEventLoop() {
     return status;
 }
 
+bool Application::isTerminating() {
+    return sharedApplication != nullptr && sharedApplication->_d->isTerminating;
+}
+
 void Application::terminate() {
     _d->isTerminating = true;
     _d->instance->retire();

@@ -78,6 +78,8 @@ class Application : public QObject {
 
     /// Ends the event loop as soon as it runs.
     void terminate();
+    /// Whether it is about to end: work that lets other things happen meanwhile is to give up then.
+    static bool isTerminating();
 
  protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
