@@ -8,7 +8,7 @@
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
 #include "testing/SlowPlace.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QAction>
 #include <QLabel>

@@ -7,7 +7,7 @@
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
 #include "testing/PdfFile.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "viewer/ImageWindow.h"
 #include "viewer/ImageWindowController.h"
 

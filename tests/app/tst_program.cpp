@@ -2,7 +2,7 @@
 #include "app/WindowState.h"
 #include "platform/desktop/UserDefaults.h"
 #include "settings/PreferenceKeys.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QProcess>
 

@@ -4,7 +4,7 @@
 #include "corpus/CorpusTable.h"
 #include "corpus/Expectation.h"
 #include "decoder/TestPictures.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 

@@ -3,7 +3,7 @@
 
 #include "CommonRole.h"
 #include "testing/AnimatedGif.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "testing/TiledTiff.h"
 #include "TestPictures.h"
 

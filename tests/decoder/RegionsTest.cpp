@@ -6,7 +6,7 @@
 #include "decoder/regions/RegionSource.h"
 
 #include "CommonRole.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "testing/TiledTiff.h"
 #include "TestPictures.h"
 

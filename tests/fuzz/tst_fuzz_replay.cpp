@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fuzz/Target.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <random>
 

@@ -6,7 +6,7 @@
 #include "platform/views/GridTestParts.h"
 #include "settings/PreferencesDictionary.h"
 #include "support/Logging.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 #include <sys/syscall.h>

@@ -5,7 +5,7 @@
 #include "testing/BrowserPanes.h"
 #include "testing/LogLines.h"
 #include "testing/SlowPlace.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QApplication>
 #include <QRegularExpression>

@@ -6,7 +6,7 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QFile>
 #include <QRandomGenerator>

@@ -8,7 +8,7 @@
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -10,7 +10,7 @@
 #include "support/Logging.h"
 #include "testing/LogLines.h"
 #include "testing/SlowPlace.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>

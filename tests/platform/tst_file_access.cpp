@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -2,7 +2,7 @@
 #include "platform/FolderReader.h"
 #include "platform/VolumeWorkers.h"
 #include "testing/SlowPlace.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QElapsedTimer>
 

@@ -3,7 +3,7 @@
 #include "scripts/ScriptsDataSource.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QApplication>
 

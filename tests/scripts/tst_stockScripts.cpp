@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/TemporaryFolder.h"
 #include "support/Shell.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QDate>
 #include <QGuiApplication>

@@ -5,7 +5,7 @@
 #include "settings/PreferencesDictionary.h"
 #include "settings/TavlinPreferencesWindowController.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QAbstractButton>
 #include <QApplication>

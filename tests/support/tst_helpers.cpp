@@ -6,7 +6,7 @@
 #include "support/GeneralHelpers.h"
 #include "support/PathAndListHelpers.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QRegularExpression>
 

@@ -4,7 +4,7 @@
 #include "settings/PreferencesDictionary.h"
 #include "support/Logging.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <unistd.h>
 

@@ -2,7 +2,7 @@
 #include "platform/PathBytes.h"
 #include "platform/TemporaryFolder.h"
 #include "support/Shell.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <cstdlib>
 

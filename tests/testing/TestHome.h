@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "testing/Table.h"
-
-#include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <filesystem>
 #include <system_error>
 
 /// A home, settings, data and cache of the test's own, so that it neither sees nor touches the user's. Make
-/// it the first thing of main, before the application object: TAVLIN_TEST_MAIN does.
+/// it the first thing of main, before the application object.
 class TestHome {
  public:
     TestHome() {
@@ -43,14 +39,3 @@ class TestHome {
 
     QTemporaryDir _root;
 };
-
-/// The main function of a test class: what is to be done first, a private home, then the application object,
-/// then the tests.
-#define TAVLIN_TEST_MAIN(ApplicationClass, TestClass, ...) \
-    int main(int argc, char** argv) {                      \
-        __VA_ARGS__;                                       \
-        const TestHome home;                               \
-        ApplicationClass application(argc, argv);          \
-        TestClass test;                                    \
-        return QTest::qExec(&test, argc, argv);            \
-    }

@@ -2,7 +2,7 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "ui/ImageAndTextCell.h"
 #include "ui/SeparatorCell.h"
 

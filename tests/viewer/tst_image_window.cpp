@@ -4,7 +4,7 @@
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
 #include "testing/LogLines.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "viewer/ImageWindow.h"
 #include "viewer/ImageWindowController.h"
 #include "viewer/MetadataSection.h"

@@ -5,7 +5,7 @@
 #include "platform/desktop/UserDefaults.h"
 #include "platform/PathBytes.h"
 #include "testing/PrivateBus.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QCloseEvent>
 #include <QProcess>

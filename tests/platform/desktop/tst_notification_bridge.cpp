@@ -3,7 +3,7 @@
 #include "testing/Desktop.h"
 #include "testing/PrivateBus.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>

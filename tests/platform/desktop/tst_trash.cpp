@@ -4,7 +4,7 @@
 #include "platform/PathBytes.h"
 #include "testing/MountSandbox.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

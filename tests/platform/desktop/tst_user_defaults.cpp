@@ -3,7 +3,7 @@
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <pthread.h>
 

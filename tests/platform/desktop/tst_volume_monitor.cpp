@@ -2,7 +2,7 @@
 #include "platform/desktop/VolumeMonitor.h"
 #include "platform/PathBytes.h"
 #include "testing/MountSandbox.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <gio/gio.h>
 #include <sys/mount.h>

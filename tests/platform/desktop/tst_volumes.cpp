@@ -2,7 +2,7 @@
 #include "platform/desktop/Volumes.h"
 #include "platform/MountTable.h"
 #include "platform/PathBytes.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 using platform::MountEntry;
 using platform::Volume;

@@ -3,7 +3,7 @@
 #include "platform/imaging/DecoderHealth.h"
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QColorSpace>
 #include <QElapsedTimer>

@@ -2,7 +2,7 @@
 #include "decoder/protocol/PackedProperties.h"
 #include "platform/imaging/DecodeThreads.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QImage>
 #include <QProcess>

@@ -6,7 +6,7 @@
 #include "platform/imaging/ThumbnailStore.h"
 #include "platform/PathBytes.h"
 #include "testing/ProcessFigures.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -4,7 +4,7 @@
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <sys/stat.h>
 

@@ -3,7 +3,7 @@
 #include "platform/printing/PrintOperation.h"
 #include "platform/printing/PrintPage.h"
 #include "testing/PdfFile.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QApplication>
 #include <QFontDatabase>

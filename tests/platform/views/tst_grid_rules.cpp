@@ -3,7 +3,7 @@
 #include "platform/views/GridSelection.h"
 #include "platform/views/IndexSetAlgebra.h"
 
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <limits>
 

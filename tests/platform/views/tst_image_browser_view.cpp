@@ -2,7 +2,7 @@
 #include "platform/views/ImageBrowserView.h"
 
 #include "platform/views/GridTestParts.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>

@@ -3,7 +3,7 @@
 #include "platform/views/ImageView.h"
 #include "testing/AnimatedGif.h"
 #include "testing/TestFiles.h"
-#include "testing/TestHome.h"
+#include "testing/TestMain.h"
 #include "testing/TiledTiff.h"
 
 #include <QApplication>
