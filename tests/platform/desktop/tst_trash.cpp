@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QProcess>
+
 #include <filesystem>
 #include <functional>
 
@@ -198,6 +200,23 @@ class TrashTest : public QObject {
         const QDir can(_volume + u"/.Trash-%1/info"_s.arg(::getuid()));
         QVERIFY(can.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot));
     }
+    void foreignFileStays() {
+        if (::geteuid() != 0)
+            QSKIP("acting as another user needs root");
+        // Another user, who may not touch root's file in root's folder.
+        const QByteArray path = home("foreign.jpg");
+        writeFile(path, content);
+        ::chmod(qgetenv("HOME").constData(), 0755);
+        QProcess child;
+        child.setProcessChannelMode(QProcess::MergedChannels);
+        child.start(u"setpriv"_s, {u"--reuid=65534"_s, u"--regid=65534"_s, u"--clear-groups"_s,
+                                   QCoreApplication::arguments().constFirst(), u"--trash"_s,
+                                   platform::pathFromBytes(path)});
+        QVERIFY(child.waitForFinished());
+        const QByteArray said = child.readAll();
+        QVERIFY2(said.contains("failure") || said.contains("ermission denied"), said.constData());
+        QCOMPARE(read(path), content);
+    }
 
  private:
     QByteArray home(const char* name) const { return qgetenv("HOME") + '/' + name; }
@@ -206,5 +225,14 @@ class TrashTest : public QObject {
     int _number = 0;
 };
 
-TAVLIN_TEST_MAIN(QCoreApplication, TrashTest, MountSandbox::enter())
+/// As another user, told to remove one file.
+static int trashAlone(const char* path) {
+    const TestHome home;
+    std::puts(trash(path) ? "trashed" : "failure");
+    return 0;
+}
+
+TAVLIN_TEST_MAIN(QCoreApplication, TrashTest,
+                 if (argc == 3 && qstrcmp(argv[1], "--trash") == 0) return trashAlone(argv[2]);
+                 MountSandbox::enter())
 #include "tst_trash.moc"
