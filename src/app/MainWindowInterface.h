@@ -34,6 +34,7 @@ class MainWindowInterface : public platform::MainInterface {
 
     ImageBrowserDataSource& images() { return _images; }
     FileBrowserDataSource& places() { return _places; }
+    platform::ThumbnailQueue& thumbnails() { return _thumbnails; }
 
  private:
     MainWindowInterface();
