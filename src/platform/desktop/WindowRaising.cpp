@@ -56,7 +56,7 @@ class XWindow {
         const Answer<xcb_intern_atom_reply_t> answer(
             xcb_intern_atom_reply(_connection, xcb_intern_atom(_connection, 0, length, name.data()), nullptr),
             &std::free);
-        return answer != nullptr ? answer->atom : XCB_ATOM_NONE;
+        return answer != nullptr ? answer->atom : xcb_atom_t{XCB_ATOM_NONE};
     }
     xcb_client_message_event_t message(xcb_atom_t type, uint8_t format) const {
         xcb_client_message_event_t event = {};
