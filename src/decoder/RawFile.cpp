@@ -29,7 +29,9 @@ qint64 area(QSize size) {
 
 TiffFile::Source sourceOf(const InputDevice& device, std::uint64_t base = 0) {
     return [&device, base](std::uint64_t offset, qsizetype bytes) {
-        return device.bytesAt(qint64(base) + qint64(offset), bytes);
+        const auto size = static_cast<std::uint64_t>(device.size());
+        const bool isWithin = base <= size && offset <= size - base;
+        return isWithin ? device.bytesAt(qint64(base + offset), bytes) : QByteArray();
     };
 }
 
@@ -61,7 +63,7 @@ class DirectoryWalk {
     RawFile run() {
         add(_file.firstDirectory());
         while (!_waiting.empty()) {
-            const std::uint32_t offset = _waiting.front();
+            const std::uint64_t offset = _waiting.front();
             _waiting.pop_front();
             if (const auto directory = _file.directory(offset))
                 visit(*directory, offset == _file.firstDirectory());
@@ -71,7 +73,7 @@ class DirectoryWalk {
     bool sawSensorData() const { return _sawSensorData; }
 
  private:
-    void add(std::uint32_t offset) {
+    void add(std::uint64_t offset) {
         if (offset != 0 && _seen.size() < kMaximumDirectories && _seen.insert(offset).second)
             _waiting.push_back(offset);
     }
@@ -86,7 +88,7 @@ class DirectoryWalk {
         notePreview(directory);
         noteOlympusPreview(directory);
         if (const auto* entry = directory.find(tiffTag::kSubDirectories)) {
-            for (const std::uint32_t offset : _file.numbers(*entry, kMaximumSubDirectories))
+            for (const std::uint64_t offset : _file.numbers(*entry, kMaximumSubDirectories))
                 add(offset);
         }
         add(directory.next);
@@ -153,8 +155,8 @@ class DirectoryWalk {
     const InputDevice& _device;
     const TiffFile& _file;
     RawFile _raw;
-    std::deque<std::uint32_t> _waiting;
-    std::set<std::uint32_t> _seen;
+    std::deque<std::uint64_t> _waiting;
+    std::set<std::uint64_t> _seen;
     bool _sawSensorData = false;
 };
 

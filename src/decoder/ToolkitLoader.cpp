@@ -3,6 +3,7 @@
 
 #include "decoder/DeclaredSize.h"
 #include "decoder/Finish.h"
+#include "decoder/IconDirectory.h"
 #include "decoder/LoaderMessages.h"
 
 #include <QBuffer>
@@ -31,22 +32,6 @@ bool isTooLarge(QSize size, Format format, QImage::Format pixels) {
         return count > kMaximumPixels;
     const int bits = pixels == QImage::Format_Invalid ? 32 : QImage::toPixelFormat(pixels).bitsPerPixel();
     return count > kMaximumPixelBytes / std::max(4, bits / 8);
-}
-
-/// Of an icon's several pictures the smallest that is large enough, or the largest.
-void selectIcon(QImageReader& reader, int pixelSize) {
-    int best = 0;
-    int bestSide = 0;
-    const int count = std::min(reader.imageCount(), 256);
-    for (int i = 0; i < count && reader.jumpToImage(i); ++i) {
-        const int side = std::max(reader.size().width(), reader.size().height());
-        const bool better = bestSide < pixelSize ? side > bestSide : side >= pixelSize && side < bestSide;
-        if (better) {
-            best = i;
-            bestSide = side;
-        }
-    }
-    reader.jumpToImage(best);
 }
 
 }  // namespace
@@ -98,7 +83,7 @@ Result loadWithToolkit(QIODevice& device, Format format, const LoadOptions& opti
     reader.setAutoDetectImageFormat(false);
     reader.setAutoTransform(false);
     if (format == Format::ico)
-        selectIcon(reader, options.pixelSize);
+        reader.jumpToImage(iconPictureFor(device.peek(kHeadBytes), options.pixelSize).index);
     const QSize fullSize = sizeToBeRead(reader, format);
     // One look through the file, which the toolkit takes for the size as well.
     const int frameCount = format == Format::gif || format == Format::webp ? reader.imageCount() : 1;

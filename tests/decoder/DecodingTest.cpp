@@ -8,6 +8,7 @@
 #include "TestPictures.h"
 
 #include <QColorSpace>
+#include <QPainter>
 #include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
@@ -47,10 +48,16 @@ const char* shown(int orientation) {
 }
 
 QByteArray fileOfFormat(const QByteArray& format) {
-    if (format == "ico") {
-        QByteArray png = written(quadrants(), "png");
-        return QByteArray::fromHex("00000100010040300000010020") + QByteArray(1, '\0') +
-               little(quint32(png.size())) + little(quint32(22)) + png;
+    if (format == "ico") {  // two pictures of one size, the deeper one to be shown
+        constexpr quint32 kDirectory = 38;
+        const QByteArray flat = written(QImage(64, 48, QImage::Format_Mono), "png");
+        const QByteArray deep = written(quadrants(), "png");
+        const auto entry = [](quint16 depth, const QByteArray& png, quint32 at) {
+            return QByteArray::fromHex("403000000100") + little(depth) + little(quint32(png.size())) +
+                   little(at);
+        };
+        return QByteArray::fromHex("000001000200") + entry(1, flat, kDirectory) +
+               entry(32, deep, kDirectory + quint32(flat.size())) + flat + deep;
     }
     if (format == "gif")  // 2 × 2 pixels, a table of red, green, blue, yellow
         return QByteArray::fromHex(
@@ -259,12 +266,8 @@ class DecodingTest : public QObject {
         const auto letterboxed = [](QSize content, QColor bars) {
             QImage image(160, 120, QImage::Format_RGB32);
             image.fill(bars);
-            const QImage inner = quadrants(content);
-            for (int y = 0; y < content.height(); ++y) {
-                for (int x = 0; x < content.width(); ++x)
-                    image.setPixel(x + (160 - content.width()) / 2, y + (120 - content.height()) / 2,
-                                   inner.pixel(x, y));
-            }
+            QPainter(&image).drawImage((160 - content.width()) / 2, (120 - content.height()) / 2,
+                                       quadrants(content));
             return written(image, "jpeg");
         };
         const auto row = [](const char* name, const QByteArray& bytes, QSize size = {},

@@ -2,12 +2,14 @@
 #include "decoder/properties/Header.h"
 
 #include "decoder/DeclaredSize.h"
+#include "decoder/IconDirectory.h"
 
 #include <QStringList>
 #include <QXmlStreamReader>
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <span>
 
 namespace decoder {
@@ -58,7 +60,7 @@ Header headerOfJpeg(const FileReader& reader) {
 /// Source: PNG, third edition, 11.2.1, 11.3.1.1 and 11.3.4.3.
 Header headerOfPng(const FileReader& reader) {
     Header header;
-    header.size = headerSize(reader.u32(16).value_or(0), reader.u32(20).value_or(0));
+    header.size = declaredSize(Format::png, reader.bytes(0, kHeadBytes));
     const int colourType = reader.u8(25).value_or(0);
     header.depth = colourType == 3 ? 8 : reader.u8(24).value_or(0);
     header.colorModel = (colourType & 2) != 0 ? "RGB" : "Gray";
@@ -80,8 +82,8 @@ Header headerOfPng(const FileReader& reader) {
 
 /// Source: GIF 89a, 18 and 23.
 Header headerOfGif(const FileReader& reader) {
-    constexpr qsizetype kHeadBytes = qsizetype{64} * 1024;
-    const QByteArray head = reader.bytes(0, kHeadBytes);
+    constexpr qsizetype kMostBefore = qsizetype{64} * 1024;
+    const QByteArray head = reader.bytes(0, kMostBefore);
     const qsizetype control = head.indexOf(QByteArrayView("\x21\xf9\x04"));
     Header header{declaredSize(Format::gif, head), 8, "RGB", false};
     if (control >= 0 && control + 3 < head.size())
@@ -172,15 +174,6 @@ Header headerOfPortableMap(QByteArrayView file) {
             isColoured ? "RGB" : "Gray", false};
 }
 
-/// The first picture's. A side of 256 is written as 0.
-Header headerOfIcon(const FileReader& reader) {
-    const auto side = [&](std::uint64_t at) {
-        const int written = reader.u8(at).value_or(0);
-        return static_cast<std::uint64_t>(written == 0 ? 256 : written);
-    };
-    return {headerSize(side(6), side(7)), 8, "RGB"};
-}
-
 /// Its own size, or that of its coordinates. Source: SVG 1.1, 7.2 and 7.7.
 Header headerOfSvg(const QByteArray& head) {
     QXmlStreamReader xml(head);
@@ -222,7 +215,7 @@ Header headerOfFormat(const FileReader& file) {
     if (head.startsWith("\xff\x0a") || head.mid(4, 4) == "JXL ")
         return readJpegXlHeader(file);
     if (little.u32(0) == 0x10000 && little.u8(9) == 0)
-        return headerOfIcon(little);
+        return {iconPictureFor(head, std::numeric_limits<int>::max()).size, 8, "RGB"};  // the largest
     if (head.size() > 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6' && head[2] <= ' ')
         return headerOfPortableMap(head);
     return head.contains("<svg") ? headerOfSvg(head) : Header();

@@ -44,7 +44,7 @@ QString profileName(QByteArrayView profile) {
         const auto signature = reader.part(at, 4);
         const auto tag = reader.part(reader.u32(at + 4).value_or(0), reader.u32(at + 8).value_or(0));
         if (signature && *signature == "desc" && tag)
-            return describedProfile(ByteReader(*tag)).trimmed();
+            return describedProfile(ByteReader(*tag)).simplified();
     }
     return {};
 }

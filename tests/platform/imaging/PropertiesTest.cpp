@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/protocol/PackedProperties.h"
 #include "platform/imaging/DecodeThreads.h"
+#include "testing/LogLines.h"
+#include "testing/NoThreads.h"
+#include "testing/ProcessFigures.h"
 #include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
 #include <QImage>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QStandardPaths>
 
-#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -104,21 +105,17 @@ class PropertiesTest : public QObject {
     void releasedFiles() {
         const QString folder = path(u"volume"_s);
         QVERIFY(QDir().mkdir(folder));
-        DecodeThreads threads(hostile("hangs"), 1);
+        QVERIFY(QFile::link(QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder"),
+                            path(u"hangs"_s)));
+        DecodeThreads threads(path(u"hangs"_s), 1);
         std::vector<std::unique_ptr<DecodeTask>> tasks;
         for (const QString& name : {u"volume/running"_s, u"volume/waiting"_s, u"volume 2"_s}) {
             writeFile(path(name), {});
             tasks.push_back(std::make_unique<DecodeTask>(threads, path(name), kProperties, kPatience));
         }
-        const auto isOpen = [&] {
-            const QStringList descriptors = QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System);
-            return std::ranges::any_of(descriptors, [&](const QString& each) {
-                return QFile::symLinkTarget(u"/proc/self/fd/"_s + each).startsWith(folder + u'/');
-            });
-        };
-        QTRY_VERIFY(isOpen());
+        QTRY_COMPARE(ProcessFigures::openFilesBelow(folder), 1);
         DecodeThreads::releaseFilesBelow(folder, std::chrono::steady_clock::now() + 40ms);
-        QTRY_VERIFY(!isOpen());
+        QTRY_COMPARE(ProcessFigures::openFilesBelow(folder), 0);
         for (const std::size_t dropped : {0, 1}) {
             QVERIFY(tasks[dropped]->waitFor(kPatience));
             QCOMPARE(std::get<DecodeFailure>(tasks[dropped]->takeResult()).error, DecodeError::cancelled);
@@ -126,25 +123,21 @@ class PropertiesTest : public QObject {
         QVERIFY(!tasks[2]->isFinished());
     }
 
-    void lyingDecoders_data() {
-        QTest::addColumn<DecodeError>("expected");
-        QTest::newRow("right") << DecodeError::badAnswer;  // for a picture, which this is not
-        for (const char* mode : {"garbled-properties", "huge-properties", "unsealed-properties"})
-            QTest::newRow(mode) << DecodeError::badAnswer;
-        QTest::newRow("hangs") << DecodeError::timedOut;
-    }
-    void lyingDecoders() {
-        QFETCH(DecodeError, expected);
-        const QByteArray mode = QTest::currentDataTag();
-        DecodeThreads threads(hostile(mode.constData()), 1);
-        DecodeTask task(threads, QCoreApplication::applicationFilePath(), kProperties,
-                        mode == "hangs" ? 300ms : std::chrono::milliseconds(kPatience));
-        QSignalSpy finished(&task, &DecodeTask::finished);
-        QVERIFY(task.waitFor(kPatience));
-        const DecodeResult result = task.takeResult();
-        QVERIFY(std::holds_alternative<DecodeFailure>(result));
-        QCOMPARE(std::get<DecodeFailure>(result).error, expected);
-        QTRY_COMPARE(finished.count(), 1);
+    /// Each question is answered, and one line tells why; with a thread again, they are served.
+    void askedWithoutThreads() {
+        writeFile(path(u"text"_s), "no picture");
+        LogLines log;
+        auto none = std::make_unique<NoThreads>();
+        DecodeThreads threads(QStringLiteral(TAVLIN_BUILD_DIR "/libexec/tavlin/tavlin-decoder"), 1);
+        for (const auto expected :
+             {DecodeError::unavailable, DecodeError::unavailable, DecodeError::notImage}) {
+            if (expected == DecodeError::notImage)
+                none.reset();
+            DecodeTask task(threads, path(u"text"_s), kProperties, kPatience);
+            QVERIFY(task.waitFor(kPatience));
+            QCOMPARE(std::get<DecodeFailure>(task.takeResult()).error, expected);
+        }
+        QCOMPARE(log.taken().filter(u"no thread to decode"_s).size(), 1);
     }
 
     void ofRealFiles_data() {
@@ -212,11 +205,6 @@ class PropertiesTest : public QObject {
 
  private:
     QString path(const QString& name) const { return _folder.filePath(name); }
-    QString hostile(const char* mode) const {
-        QFile::link(QStringLiteral(TAVLIN_BUILD_DIR "/tests/platform/imaging/hostile_decoder"),
-                    path(QString::fromLatin1(mode)));
-        return path(QString::fromLatin1(mode));
-    }
     QTemporaryDir _folder;
 };
 
