@@ -46,7 +46,7 @@ template <typename Address>
 ScopedFileDescriptor listener(int family, const Address& address, socklen_t size) {
     ScopedFileDescriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (::bind(socket.get(), generic(address), size) != 0 || ::listen(socket.get(), 8) != 0)
-        std::abort();
+        return ScopedFileDescriptor();
     return socket;
 }
 
@@ -175,16 +175,32 @@ constexpr std::array kAttempts{
 
 }  // namespace
 
+std::unique_ptr<const Stage> Stage::make() {
+    constexpr std::size_t kLongest = 64;  // so that a socket's address has room for a name in it
+    const char* wanted = std::getenv("TMPDIR");
+    const bool isUsable = wanted && *wanted == '/' && std::strlen(wanted) <= kLongest;
+    const std::string place = isUsable ? wanted : "/tmp";
+    std::unique_ptr<Stage> stage(new Stage);
+    if (stage->makeFolder(place) && stage->listen())
+        return stage;
+    std::perror(("tavlin-decoder: the test has no place in " + place).c_str());
+    return nullptr;
+}
+
 Stage::Stage() : process(::getpid()) {
-    std::string name = "/tmp/tavlin-decoder-XXXXXX";
+}
+
+bool Stage::makeFolder(const std::string& place) {
+    std::string name = place + "/tavlin-decoder-XXXXXX";
     if (!::mkdtemp(name.data()))
-        std::abort();
+        return false;
     folder = name;
     file = folder + "/file";
     const ScopedFileDescriptor made(::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    if (::write(made.get(), "content", 7) != 7)
-        std::abort();
+    return ::write(made.get(), "content", 7) == 7;
+}
 
+bool Stage::listen() {
     tcp.sin_family = AF_INET;
     tcp.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     _tcpListener = listener(AF_INET, tcp, sizeof tcp);
@@ -195,9 +211,12 @@ Stage::Stage() : process(::getpid()) {
     _namedListener = listener(AF_UNIX, named.address, named.size);
     abstract = unixAddress('\0' + folder);
     _abstractListener = listener(AF_UNIX, abstract.address, abstract.size);
+    return _tcpListener.isValid() && _namedListener.isValid() && _abstractListener.isValid();
 }
 
 Stage::~Stage() {
+    if (folder.empty())
+        return;
     for (const char* name : {"/file", "/file2", "/new", "/socket"})
         ::unlink((folder + name).c_str());
     ::rmdir((folder + "/sub").c_str());

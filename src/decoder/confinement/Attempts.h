@@ -10,6 +10,7 @@
 
 #include <netinet/in.h>
 
+#include <memory>
 #include <span>
 #include <string>
 
@@ -19,7 +20,9 @@ namespace decoder {
 /// Removed by the destructor.
 class Stage {
  public:
-    Stage();
+    /// In TMPDIR, or in /tmp where that is no usable name. Null where it cannot be, which standard error
+    /// says.
+    static std::unique_ptr<const Stage> make();
     ~Stage();
     Stage(const Stage&) = delete;
     Stage& operator=(const Stage&) = delete;
@@ -38,6 +41,10 @@ class Stage {
     UnixAddress abstract;  ///< without a file
 
  private:
+    Stage();
+    bool makeFolder(const std::string& place);
+    bool listen();
+
     platform::ScopedFileDescriptor _tcpListener;
     platform::ScopedFileDescriptor _namedListener;
     platform::ScopedFileDescriptor _abstractListener;

@@ -84,12 +84,14 @@ int selfTest(std::string_view option) {
         std::puts("this decoder was built with a sanitizer and is not confined");
         return kCannotBeTested;
     }
-    const Stage stage;
+    const auto stage = Stage::make();
+    if (!stage)
+        return kNoPlace;
     int wrong = 0;
     for (const Attempt& attempt : allAttempts()) {
         if (!counts(attempt, *hold))
             continue;
-        const Outcome outcome = outcomeOf(attempt, *hold, stage);
+        const Outcome outcome = outcomeOf(attempt, *hold, *stage);
         if (outcome == Outcome::notHeld) {
             std::puts("the kernel lacks what is to be tested");
             return kCannotBeTested;
