@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "journeys/Journey.h"
+#include "testing/ProcessFigures.h"
 
 #include <csignal>
 
@@ -62,6 +63,10 @@ class BrowseJourney : public Journey {
         QVERIFY(bus.find(u"label"_s, u"1 of 61 selected"_s).isValid());
         desktop.key(u"Home"_s);
         QTRY_VERIFY(cells(bus).contains(u"000 new.jpg"_s));
+
+        // Nothing has brought the toolkit's own decoders into the program.
+        const QByteArray inMemory = ProcessFigures::contentsOf(u"/proc/%1/maps"_s.arg(program.processId()));
+        QVERIFY(inMemory.contains("libQt6Gui") && !inMemory.contains("libqjpeg"));
 
         desktop.key(u"ctrl+q"_s);
         QCOMPARE(program.waitForEnd(), 0);

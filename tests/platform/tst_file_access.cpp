@@ -52,6 +52,14 @@ class FileAccessTest : public QObject {
         QVERIFY(keeps);
     }
 
+    void goesUpWhereALinkLeads() {
+        const QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(u"data/trip"_s));
+        QVERIFY(QFile::link(folder.filePath(u"data/trip"_s), folder.filePath(u"link"_s)));
+        const QString real = QFileInfo(folder.path()).canonicalFilePath();
+        QCOMPARE(plainPath(folder.filePath(u"link//.././x.jpg"_s)), real + u"/data/x.jpg"_s);
+    }
+
     void showsWhatItKeeps_data() {
         const Table<QByteArray, QString> row("bytes", "shown");
         row("UTF-8", QByteArray("/\xc3\xa4\xf0\x9f\x92\xaf"), u"/ä\U0001F4AF"_s);

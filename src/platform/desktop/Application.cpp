@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Application.h"
 
+#include "platform/DescriptorLimit.h"
 #include "platform/desktop/Bundle.h"
 #include "platform/desktop/CommandLine.h"
 #include "platform/desktop/InstallPrefix.h"
@@ -18,6 +19,7 @@
 #include <QApplication>
 #include <QSessionManager>
 #include <QTimer>
+#include <QtPlugin>
 
 #include <unistd.h>
 #include <algorithm>
@@ -28,6 +30,8 @@
 #include <cstdlib>
 #include <optional>
 #include <span>
+
+Q_IMPORT_PLUGIN(PngReading)
 
 namespace platform {
 
@@ -40,6 +44,7 @@ Application* sharedApplication = nullptr;
 constexpr int statusNoDisplay = 1;
 constexpr int statusMisuse = 2;
 constexpr int statusNoInterface = 1;
+constexpr int statusNothingThere = 1;
 /// A session that still runs this long after it announced its end has been called off.
 constexpr auto sessionEndLasts = 60s;
 /// The bus starts the program for a request, which it sends as soon as the program has its name.
@@ -75,6 +80,13 @@ std::optional<int> answerWithoutDisplay(const CommandLine& commandLine, std::spa
         return statusNoDisplay;
     }
     return std::nullopt;
+}
+
+/// Where the running program has been given the rest.
+int endOfOtherStart(const QStringList& missing) {
+    for (const QString& path : missing)
+        print(stderr, nothingThereText(path));
+    return missing.isEmpty() ? EXIT_SUCCESS : statusNothingThere;
 }
 
 QString currentFolder() {
@@ -119,12 +131,13 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
         return *status;
     leaveCurrentFolder();
     putHelpersOnSearchPath();
+    raiseDescriptorLimit();
     QCoreApplication::setApplicationName(QStringLiteral("tavlin"));
     settleSessionBusAddress();
     installSystemLog();
-    auto instance = RunningInstance::become({commandLine.paths, ActivationToken::ofThisStart()});
+    auto [instance, missing] = RunningInstance::become({commandLine.paths, ActivationToken::ofThisStart()});
     if (instance == nullptr)
-        return EXIT_SUCCESS;
+        return endOfOtherStart(missing);
 
     // Menus belong to the windows here; asking for a global menu would wait for the bus before the first
     // frame.
@@ -138,7 +151,6 @@ int Application::run(int argc, char** argv, const MainInterfaceFactory& mainInte
     auto d = std::make_unique<Private>();
     d->instance = std::move(instance);
     Bundle::mainBundle().installTranslators();
-    QGuiApplication::setWindowIcon(Bundle::mainBundle().applicationIcon());
     d->windowOrder = std::make_unique<WindowOrder>(application);
     d->interface = guarded("mainInterface", std::unique_ptr<MainInterface>(), mainInterface);
     if (d->interface == nullptr)
@@ -157,6 +169,7 @@ Application::Application(std::unique_ptr<Private> d) : _d(std::move(d)) {
         qApp, &QGuiApplication::commitDataRequest, this,
         [this] {
             saveAndSendWillTerminate();
+            UserDefaults::standardUserDefaults().synchronize();  // the session may go as soon as this returns
             QTimer::singleShot(sessionEndLasts, this, [this] { _d->hasTerminated = false; });
         },
         Qt::DirectConnection);

@@ -62,7 +62,8 @@ class Application : public QObject {
     /// did-finish-launching, the command line's paths, activation; then the event loop, and at its end the
     /// delegate's applicationWillTerminate once. Where the program runs already, that one comes to the front
     /// with the paths, and this start ends (see RunningInstance.h). Answers the exit status: 0, 1 without a
-    /// display or an interface, 2 for a command line that is not understood.
+    /// display or an interface, or where nothing is at a path that was to be handed over, 2 for a command
+    /// line that is not understood.
     ///
     /// The program ends when its last window closes, by terminate(), by SIGTERM, SIGINT or SIGHUP, and with
     /// the session. Ending closes no window by event.

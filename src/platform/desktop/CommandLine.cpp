@@ -109,4 +109,8 @@ QByteArray usageText() {
            "The toolkit's own options, such as -style and -platform, are understood as well.\n";
 }
 
+QByteArray nothingThereText(const QString& path) {
+    return "tavlin: there is no file or folder \"" + displayablePath(path).toUtf8() + "\"\n";
+}
+
 }  // namespace platform

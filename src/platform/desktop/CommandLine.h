@@ -28,4 +28,7 @@ struct CommandLine {
 /// The text of --help.
 QByteArray usageText();
 
+/// What is said of a path that nothing is at.
+QByteArray nothingThereText(const QString& path);
+
 }  // namespace platform

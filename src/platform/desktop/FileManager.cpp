@@ -1,18 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/FileManager.h"
 
+#include "platform/DescriptorLimit.h"
 #include "platform/desktop/Workspace.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gio.h>
 
+#include <QCoreApplication>
 #include <QLoggingCategory>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace platform {
 
 namespace {
+
+using namespace std::chrono_literals;
 
 Q_LOGGING_CATEGORY(fileManagerLog, "tavlin.filemanager")
 
@@ -25,7 +33,13 @@ bool report(const char* what, GError* error) {
     return true;
 }
 
-void didLaunch(GObject* program, GAsyncResult* result, void* /*data*/) {
+using LimitOfChild = std::shared_ptr<std::optional<InheritedDescriptorLimit>>;
+/// A program that the bus starts is no child, and may be long in answering.
+constexpr auto childIsMadeWithin = 1s;
+
+void didLaunch(GObject* program, GAsyncResult* result, void* data) {
+    const std::unique_ptr<LimitOfChild> limit(static_cast<LimitOfChild*>(data));
+    (*limit)->reset();
     GError* error = nullptr;
     g_app_info_launch_uris_finish(G_APP_INFO(program), result, &error);
     if (report("a program could not be started", error))
@@ -95,7 +109,10 @@ void launch(_GAppInfo* program, const QByteArrayList& uris) {
     GList* list = nullptr;
     for (auto uri = uris.rbegin(); uri != uris.rend(); ++uri)
         list = g_list_prepend(list, const_cast<char*>(uri->constData()));
-    g_app_info_launch_uris_async(program, list, nullptr, nullptr, didLaunch, nullptr);
+    // The child is made in a later turn of the event loop.
+    const auto limit = std::make_shared<std::optional<InheritedDescriptorLimit>>(std::in_place);
+    QTimer::singleShot(childIsMadeWithin, QCoreApplication::instance(), [limit] { limit->reset(); });
+    g_app_info_launch_uris_async(program, list, nullptr, nullptr, didLaunch, new LimitOfChild(limit));
     g_list_free(list);
 }
 

@@ -72,7 +72,7 @@ NotificationBridge::NotificationBridge(QObject* parent) : QObject(parent) {
 NotificationBridge::~NotificationBridge() = default;
 
 void NotificationBridge::connectToService() {
-    if (_bus || qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
+    if (_bus)
         return;
     _bus = QDBusConnection::sessionBus();
     if (!_bus->isConnected()) {

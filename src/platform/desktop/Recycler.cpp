@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Recycler.h"
 
+#include "platform/FileAccess.h"
 #include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <iterator>
 #include <utility>
 
 namespace platform {
@@ -21,6 +23,12 @@ Q_LOGGING_CATEGORY(trashLog, "tavlin.trash")
 constexpr std::chrono::milliseconds patienceWithVolume(1000);
 
 const TrashFailure silence{ETIMEDOUT, QStringLiteral("its volume does not answer")};
+
+/// Its trash is there, and does not hold it.
+bool isGoneFromTrash(const TrashedItem& item) {
+    return !fileStatus(item.trashedPath(), FollowLinks::no) &&
+           isExistingFolder(pathByDeletingLastComponent(item.trashedPath()));
+}
 
 void report(const QString& path, const char* fate, const TrashFailure& failure) {
     qCWarning(trashLog, "\"%s\" %s: %s", qUtf8Printable(displayablePath(path)), fate,
@@ -40,7 +48,7 @@ Recycler::Batch::~Batch() {
     if (_recycler._openBatch.empty())
         return;
     syncMoves(_recycler._openBatch);
-    _recycler._batches.push_back(std::exchange(_recycler._openBatch, {}));
+    _recycler._steps.push_back({std::exchange(_recycler._openBatch, {})});
 }
 
 /// What follows blocks the main thread: a volume that has fallen silent would hold it for ever.
@@ -62,22 +70,42 @@ int Recycler::recycle(const QString& path) {
     return 0;
 }
 
-QStringList Recycler::undo() {
-    QStringList restored;
-    if (_batches.empty())
-        return restored;
-    const Items items = std::move(_batches.back());
-    _batches.pop_back();
+Restoring Recycler::undo() {
+    Restoring restoring;
+    std::vector<Step> left;
+    bool goesOn = !_steps.empty();
+    while (goesOn) {
+        const Step step = std::move(_steps.back());
+        _steps.pop_back();
+        Items items = restore(step.items, restoring);
+        goesOn = step.hasFailed && items.size() == step.items.size() && !_steps.empty();
+        if (!items.empty())
+            left.push_back({std::move(items), true});
+    }
+    std::move(left.rbegin(), left.rend(), std::back_inserter(_steps));
+    _answering.clear();
+    return restoring;
+}
+
+/// Answers what is still in the trash.
+Recycler::Items Recycler::restore(const Items& items, Restoring& restoring) {
+    Items left;
     for (auto item = items.rbegin(); item != items.rend(); ++item) {
         const bool answer = answers(pathByDeletingLastComponent(item->originalPath));
         const auto result = answer ? restoreFromTrash(*item) : silence;
-        if (const auto* failure = std::get_if<TrashFailure>(&result))
-            report(item->originalPath, "stays in the trash", *failure);
-        else
-            restored += item->originalPath;
+        const auto* failure = std::get_if<TrashFailure>(&result);
+        if (failure == nullptr) {
+            restoring.restored += item->originalPath;
+            continue;
+        }
+        const bool isGone = answer && isGoneFromTrash(*item);
+        report(item->originalPath, isGone ? "is no longer in the trash" : "stays in the trash", *failure);
+        restoring.failed.push_back({item->originalPath, failure->error, !isGone});
+        if (!isGone)
+            left.push_back(*item);
     }
-    _answering.clear();
-    return restored;
+    std::reverse(left.begin(), left.end());
+    return left;
 }
 
 }  // namespace platform

@@ -11,6 +11,19 @@
 
 namespace platform {
 
+/// A file that could not be brought back.
+struct NotRestored {
+    QString path;   ///< where it was
+    int error = 0;  ///< an errno value
+    bool isInTrash = true;
+};
+
+/// What an undo did, the last file first.
+struct Restoring {
+    QStringList restored;
+    std::vector<NotRestored> failed;
+};
+
 /// Moves files to the trash, and back again: it remembers what went together, for as long as the program
 /// runs. Both wait for the disk. What could not be moved is logged (tavlin.trash). Main thread only.
 class Recycler {
@@ -31,16 +44,22 @@ class Recycler {
     /// volume does not answer in time.
     int recycle(const QString& path);
 
-    bool canUndo() const { return !_batches.empty(); }
-    /// Brings the last batch back, the last file first, and answers the paths that are back. Never over an
-    /// existing file: such a one stays in the trash, and is forgotten here.
-    QStringList undo();
+    bool canUndo() const { return !_steps.empty(); }
+    /// Brings the last batch back, the last file first, and never over an existing file. What has to stay in
+    /// the trash can be tried again: it is the last batch then. A batch of which nothing comes back, and not
+    /// for the first time, does not hold up the one before it, which is brought back as well.
+    Restoring undo();
 
  private:
     using Items = std::vector<TrashedItem>;
+    struct Step {
+        Items items;  ///< never empty
+        bool hasFailed = false;
+    };
     bool answers(const QString& folder);
+    Items restore(const Items& items, Restoring& restoring);
 
-    std::vector<Items> _batches;  ///< none is empty
+    std::vector<Step> _steps;
     Items _openBatch;
     int _openDepth = 0;
     QHash<QString, bool> _answering;  ///< by folder, while a batch is open or undone

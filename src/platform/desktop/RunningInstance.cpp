@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/RunningInstance.h"
 
-#include "platform/FileAccess.h"
+#include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
 
 #include <gio/gio.h>
 
+#include <QDir>
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -27,6 +28,8 @@ using Bus = std::shared_ptr<GDBusConnection>;
 /// How long a start may take to come to terms with the bus and the program that runs already.
 constexpr auto patience = 5s;
 constexpr auto retryAfter = 20ms;
+/// What is named beyond this time is handed over unasked.
+constexpr auto examiningTakes = 1s;
 /// A request is taken until so long before its start gives up, or its answer might come when nobody waits.
 constexpr auto answerTakes = 200ms;
 
@@ -160,6 +163,26 @@ GVariant* uriList(const QStringList& paths) {
     return g_variant_builder_end(&uris);
 }
 
+/// A request without the paths that nothing is at.
+struct ExaminedRequest {
+    StartRequest rest;
+    QStringList missing;
+    bool isVain() const { return rest.paths.isEmpty() && !missing.isEmpty(); }
+};
+
+/// Asks with a reader of its own, as this start may still become the program.
+ExaminedRequest examine(const StartRequest& request) {
+    const auto until = Clock::now() + examiningTakes;
+    FolderReader reader;
+    ExaminedRequest examined{{{}, request.activation}, {}};
+    for (const QString& path : request.paths) {
+        const auto status = Clock::now() < until ? reader.contents(path, FolderDetail::status) : std::nullopt;
+        const bool isMissing = status && !status->modificationTime;
+        (isMissing ? examined.missing : examined.rest.paths).append(path);
+    }
+    return examined;
+}
+
 /// Whether the running program has taken the request.
 bool handOver(GDBusConnection* bus, const StartRequest& request, Clock::time_point deadline) {
     GVariant* data = platformData(request.activation, deadline);
@@ -203,35 +226,39 @@ QStringList pathsFrom(GVariant* uris) {
         if (path.isNull())
             qCWarning(instanceLog, "not a file of this computer: \"%s\"", uri);
         else
-            paths += plainPath(path);
+            paths += QDir::cleanPath(path);  // a start of ours has resolved links before ".."
     }
     return paths;
 }
 
 }  // namespace
 
-std::unique_ptr<RunningInstance> RunningInstance::become(const StartRequest& request) {
+RunningInstance::Outcome RunningInstance::become(const StartRequest& request) {
     std::unique_ptr<RunningInstance> instance(new RunningInstance);
     // Requests come by GLib's loop alone.
     if (!qEnvironmentVariableIsEmpty("QT_NO_GLIB"))
-        return instance;
+        return {std::move(instance), {}};
     const auto deadline = Clock::now() + patience;
     const Bus bus = connectToBus(deadline);
     if (bus == nullptr)
-        return instance;
+        return {std::move(instance), {}};
     instance->serve(bus);
+    std::optional<ExaminedRequest> examined;
     for (;;) {
         const Ownership ownership = requestName(bus.get(), deadline);
         if (ownership == Ownership::first)
-            return instance;
-        if (ownership == Ownership::later && handOver(bus.get(), request, deadline))
-            return nullptr;
+            return {std::move(instance), {}};
+        if (ownership == Ownership::later && !examined)
+            examined = examine(request);
+        if (ownership == Ownership::later &&
+            (examined->isVain() || handOver(bus.get(), examined->rest, deadline)))
+            return {nullptr, examined->missing};
         if (ownership == Ownership::later && Clock::now() >= deadline)
             qCWarning(instanceLog,
                       "The program that runs already does not answer; this one runs on its own.");
         if (ownership == Ownership::refused || Clock::now() >= deadline) {
             instance->retire();
-            return instance;
+            return {std::move(instance), {}};
         }
         // The running program is about to end, or has just done so.
         std::this_thread::sleep_for(retryAfter);

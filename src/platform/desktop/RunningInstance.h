@@ -29,9 +29,16 @@ class RunningInstance : public QObject {
     Q_OBJECT
 
  public:
-    /// Hands the request to the program that runs already: nothing is answered then, and this start is to
-    /// end. Otherwise this is the running program from now on. Needs no application object.
-    static std::unique_ptr<RunningInstance> become(const StartRequest& request);
+    /// What became of a start.
+    struct Outcome {
+        std::unique_ptr<RunningInstance> instance;  ///< null: another program runs, and this start is to end
+        QStringList missing;  ///< what was not handed over to that one, as nothing is there
+    };
+
+    /// Hands the request to the program that runs already, unless nothing is at any of its paths; a place
+    /// that does not answer in time may well hold what is named. Without such a program this is the running
+    /// one from now on, whatever the paths. Needs no application object.
+    static Outcome become(const StartRequest& request);
 
     ~RunningInstance() override;
 

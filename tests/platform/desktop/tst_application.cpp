@@ -5,10 +5,13 @@
 #include "platform/desktop/UserDefaults.h"
 #include "platform/PathBytes.h"
 #include "testing/PrivateBus.h"
+#include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
 #include <QCloseEvent>
 #include <QProcess>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <csignal>
@@ -163,51 +166,61 @@ class TestApplication : public QObject {
     void laterStartsHandOverTheirPaths() {
         const PrivateBus bus;
         QVERIFY(!bus.address().isEmpty());
+        const QTemporaryDir folder;
+        const QString at = folder.path() + u'/';
+        const QByteArray odd = QFile::encodeName(at) + "x\xFFy\nz";
+        const auto removeOdd = qScopeGuard([&] { std::remove(odd.constData()); });
+        writeFile(odd, {});
+        for (const char* name : {"one", "two", "%C3", "alone", "three", "four"})
+            writeFile(at + QString::fromLatin1(name), {});
         QProcess starts[2];
-        start(starts[0], "signal", {u"/one"_s}, bus.address());
-        start(starts[1], "signal", {u"/two"_s}, bus.address());
+        start(starts[0], "signal", {at + u"one"_s}, bus.address());
+        start(starts[1], "signal", {at + u"two"_s}, bus.address());
         QTRY_VERIFY_WITH_TIMEOUT(
             (starts[0].state() == QProcess::NotRunning) != (starts[1].state() == QProcess::NotRunning),
             20000);
         QProcess& first = starts[starts[0].state() == QProcess::NotRunning ? 1 : 0];
         QCOMPARE(starts[&first == &starts[0] ? 1 : 0].exitCode(), 0);
         QByteArray output;
-        const auto hears = [&](const char* line) {
+        const auto opens = [&](const char* names) {
+            const QByteArray line =
+                QByteArray("open @").append(names).replace('@', QFile::encodeName(at)) + '\n';
             return QTest::qWaitFor([&] { return (output += first.readAllStandardOutput()).contains(line); },
                                    20000);
         };
-        QVERIFY(hears("open /one\n") && hears("open /two\n"));
+        QVERIFY(opens("one") && opens("two"));
 
         QProcess later;
-        start(later, "signal", {u"-style"_s, u"fusion"_s, u"/a b/../%C3"_s, u"file:///x%FFy%0Az/"_s},
+        start(later, "signal",
+              {u"-style"_s, u"fusion"_s, at + u"a b/../%C3"_s, u"file://"_s + at + u"x%FFy%0Az/"_s},
               bus.address());
         QVERIFY(endsWell(later));
         QVERIFY(later.readAllStandardOutput().isEmpty());
-        QVERIFY(hears("open /%C3, /x\xFFy\nz\n"));
+        QVERIFY(opens("%C3, @x\xFFy\nz"));
 
         // Where the running program does not answer the next start runs alone; where it dies, in its place.
         ::kill(static_cast<pid_t>(first.processId()), SIGSTOP);
         QProcess alone;
-        start(alone, "terminate", {u"/alone"_s}, bus.address());
+        start(alone, "terminate", {at + u"alone"_s}, bus.address());
         QVERIFY(alone.waitForFinished());
-        QVERIFY(alone.readAllStandardOutput().contains("open /alone\n"));
+        QVERIFY(alone.readAllStandardOutput().contains(QFile::encodeName(u"open "_s + at + u"alone\n"_s)));
         QVERIFY(alone.readAllStandardError().contains("this one runs on its own"));
         // Nor does the running program open it as well when it wakes: requests come in their order.
         ::kill(static_cast<pid_t>(first.processId()), SIGCONT);
         QProcess afterwards;
-        start(afterwards, "signal", {u"/four"_s}, bus.address());
+        start(afterwards, "signal", {at + u"four"_s}, bus.address());
         QVERIFY(endsWell(afterwards));
-        QVERIFY(hears("open /four\n"));
+        QVERIFY(opens("four"));
         QVERIFY(!output.contains("/alone"));
 
         ::kill(static_cast<pid_t>(first.processId()), SIGSTOP);
         QProcess heir;
-        start(heir, "terminate", {u"/three"_s}, bus.address());
+        start(heir, "terminate", {at + u"three"_s}, bus.address());
         QVERIFY(!heir.waitForReadyRead(500));
         first.kill();
         QVERIFY(first.waitForFinished());
         QVERIFY(heir.waitForFinished());
-        QVERIFY(heir.readAllStandardOutput().contains("open /three\n"));
+        QVERIFY(heir.readAllStandardOutput().contains(QFile::encodeName(u"open "_s + at + u"three\n"_s)));
     }
 
     void answersOnTheCommandLine_data() {

@@ -153,7 +153,7 @@ class NotificationBridgeTest : public QObject {
 
     void misbehaviour_data() {
         QTest::addColumn<QString>("mood");
-        for (const char* mood : {"no bus", "absent", "hangs", "goes away", "comes back"})
+        for (const char* mood : {"absent", "hangs", "goes away", "comes back"})
             QTest::newRow(mood) << QString::fromLatin1(mood);
     }
     /// The program is neither held up nor told anything, and the next notification arrives where one can.
@@ -161,9 +161,7 @@ class NotificationBridgeTest : public QObject {
         QFETCH(const QString, mood);
         Service service(serviceBus());
         service.hangs = mood == u"hangs";
-        const bool isThere = mood != u"no bus" && mood != u"absent";
-        if (mood == u"no bus")
-            qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        const bool isThere = mood != u"absent";
         QVERIFY(!isThere || service.appear());
         _bridge->setPatience(200);
         _bridge->connectToService();
@@ -189,7 +187,7 @@ class NotificationBridgeTest : public QObject {
             QTest::qWait(200);
         QCOMPARE(service.received.isEmpty(), !arrives);
         QCOMPARE(_delegate->heard.size(), isThere ? 1 : 0);
-        QVERIFY(mood != u"no bus" || !_bridge->isGrowlInstalled());
+        QVERIFY(isThere || !_bridge->isGrowlInstalled());
     }
 
  private:
