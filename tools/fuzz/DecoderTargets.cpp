@@ -118,7 +118,11 @@ void examineRaw(const QByteArray& bytes) {
 }
 
 std::vector<QByteArray> tiffSeeds() {
-    return {exifBlock(6, "thumbnail"), tiffHeader() + tiffDirectory({{0x100, 3, 64}, {0x8769, 4, 8}}, 8)};
+    const QByteArray ofWideOffsets = "II" + little(quint16(43)) + little(quint32(8)) + little(quint64(16)) +
+                                     little(quint64(1)) + little(quint16(0x100)) + little(quint16(16)) +
+                                     little(quint64(1)) + little(quint64(64)) + little(quint64(16));
+    return {exifBlock(6, "thumbnail"), tiffHeader() + tiffDirectory({{0x100, 3, 64}, {0x8769, 4, 8}}, 8),
+            ofWideOffsets};
 }
 
 void examineTiff(const QByteArray& bytes) {
@@ -135,6 +139,9 @@ void examineTiff(const QByteArray& bytes) {
         for (const auto& entry : directory->entries)
             require(file->numbers(entry, 16).size() <= 16, "no more numbers come than were asked for");
         file->number(*directory, decoder::tiffTag::kOrientation);
+        file->fraction(*directory, decoder::tiffTag::kXResolution);
+        require(file->bytes(*directory, decoder::tiffTag::kColorProfile, 16).size() <= 16,
+                "no more bytes come than were asked for");
         at = directory->next;
     }
 }

@@ -16,6 +16,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 
 using fuzzing::require;
@@ -27,7 +29,18 @@ std::vector<QByteArray> settingsSeeds() {
         "[PreferencesGlobals]\nPreferencesDebugLoggingSettingKey=true\n"
         "PreferencesImagesBrowserSortSettingKey=-1\n",
         "[PreferencesGlobals]\nSetting=@Variant(\\0\\0\\0\\t\\0\\0\\0\\0)\nA=@ByteArray(\\xff)\n",
+        "[PreferencesGlobals]\nSetting=\\x40\"V\"\\141riant(\\0\\0\\0\\x2\\0\\0\\0\\x5)\n",
         "[General]\na=1e999\nb=\" -07y\"\nc=@Rect(1 2 3 4)\n"};
+}
+
+/// Whether the toolkit reads it without its reader of streams.
+bool isPlain(const QVariant& value) {
+    if (value.typeId() == QMetaType::QVariantList)
+        return std::ranges::all_of(value.toList(), isPlain);
+    constexpr std::array plain{QMetaType::UnknownType, QMetaType::QString, QMetaType::QStringList,
+                               QMetaType::QByteArray,  QMetaType::QRect,   QMetaType::QSize,
+                               QMetaType::QPoint};
+    return std::ranges::find(plain, value.typeId()) != plain.end();
 }
 
 /// The bytes are the settings file, and a value as well.
@@ -45,8 +58,10 @@ void examineSettings(const QByteArray& bytes) {
     }
     platform::UserDefaults defaults(filePath);
     const std::unique_ptr<PreferencesDictionary> store(PreferencesDictionary::dictionary());
-    if (const auto kept = defaults.dictionaryForKey(QStringLiteral("PreferencesGlobals")))
+    if (const auto kept = defaults.dictionaryForKey(QStringLiteral("PreferencesGlobals"))) {
+        require(std::ranges::all_of(*kept, isPlain), "no value is read as a stream");
         store->addEntriesFromDictionary(*kept);
+    }
     store->plausibilitaetsTest();
     store->description();
     for (const QString* key : {&PreferenceKeys::debugLogging, &PreferenceKeys::placesBrowserSort,

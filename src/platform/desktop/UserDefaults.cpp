@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryFile>
@@ -53,11 +52,50 @@ struct OpenSettings {
     bool mayBeWritten = true;  ///< false where that would lose what cannot be parsed
 };
 
+/// 16 and more for what is none.
+unsigned digitOf(char character) {
+    const auto lower = static_cast<unsigned char>(character | 0x20);
+    if (character >= '0' && character <= '9')
+        return lower - unsigned{'0'};
+    return lower >= 'a' && lower <= 'f' ? lower - unsigned{'a'} + 10 : 16;
+}
+
+/// The number at `at`, which is moved behind it: as many digits as there are, of which 16 bits count.
+char16_t numberOf(const QByteArray& bytes, qsizetype& at, unsigned base) {
+    char16_t number = 0;
+    for (; at < bytes.size() && digitOf(bytes[at]) < base; ++at)
+        number = static_cast<char16_t>(number * base + digitOf(bytes[at]));
+    return number;
+}
+
+/// What an escape stands for, whose letter or first digit is at `at`, which is moved behind it; 0 for what no
+/// number gives.
+char16_t unescaped(const QByteArray& bytes, qsizetype& at) {
+    if (digitOf(bytes[at]) < 8)
+        return numberOf(bytes, at, 8);
+    return bytes[at++] == 'x' ? numberOf(bytes, at, 16) : u'\0';
+}
+
+/// All that stands in a settings file as the toolkit reads values: escapes and quotes are resolved, and lines
+/// joined that a backslash continues. Only what is visible and ASCII is kept, as the rest may fall away on
+/// the toolkit's way too: blanks behind quotes, what is not UTF-8.
+QByteArray visibleText(const QByteArray& settings) {
+    QByteArray text;
+    for (qsizetype at = 0; at < settings.size();) {
+        auto character = static_cast<char16_t>(static_cast<unsigned char>(settings[at++]));
+        if (character == u'\\' && at < settings.size())
+            character = unescaped(settings, at);
+        if (character > u' ' && character < 0x7f && character != u'"')
+            text += static_cast<char>(character);
+    }
+    return text;
+}
+
 /// Whether some value is one that the toolkit reads as a stream of bytes, which none of ours is: damaged ones
 /// have it ask for whatever memory they name.
 bool hasStreamedValue(const QString& path) {
-    static const QRegularExpression streamed(QStringLiteral(R"((@|\\x40)(Variant|DateTime)\()"));
-    return streamed.match(QString::fromLatin1(contents(path))).hasMatch();
+    const QByteArray text = visibleText(contents(path));
+    return text.contains("@Variant(") || text.contains("@DateTime(");
 }
 
 OpenSettings openSettings(const QString& path) {

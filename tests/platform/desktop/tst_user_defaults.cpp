@@ -2,13 +2,13 @@
 #include "platform/desktop/UserDefaults.h"
 #include "testing/LogLines.h"
 #include "testing/MountSandbox.h"
+#include "testing/NoThreads.h"
 #include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
-#include <pthread.h>
-
 #include <QProcess>
 #include <QScopeGuard>
+#include <QSettings>
 #include <QTest>
 
 #include <limits>
@@ -100,6 +100,36 @@ class UserDefaultsTest : public QObject {
         QCOMPARE(log.taken().filter(u"it is kept as"_s).size(), 3);
     }
 
+    void readsNoStreams_data() {
+        const Table<QByteArray, bool> row("value", "isText");
+        const QByteArray number(R"((\0\0\0\x2\0\0\0\x5))");
+        row("plain", "@Variant" + number, false);
+        row("escaped letter", R"(@V\x61rian\164)" + number, false);
+        row("escaped sign", R"(\x40Variant)" + number, false);
+        row("escaped sign of 20 bits", R"(\x10040Variant)" + number, false);
+        row("octal sign", R"(\100Variant)" + number, false);
+        row("empty escapes", R"(@\xV\cariant)" + number, false);
+        row("quoted sign", R"("@"Variant)" + number, false);
+        row("blanks behind a quote", R"("@"  Variant)" + number, false);
+        row("broken line", "@Vari\\\r\nant" + number, false);
+        row("byte order mark", "\xef\xbb\xbf@Variant" + number, false);
+        row("in a list", "a, @Variant" + number, false);
+        row("time", R"("@Date"Time(\0\0\0\x10\0\0\0\0\0%\x87\xb4\0\0\0\0\0))", false);
+        row("doubled sign", "@@x", true);
+        row("bytes", "@ByteArray(x)", true);
+        row("address", "anna@example.org Variant(x)", true);
+    }
+    /// However it is spelt, what the toolkit reads as a stream of bytes does not come to it.
+    void readsNoStreams() {
+        QFETCH(const QByteArray, value);
+        writeFile(_path, "[PreferencesGlobals]\naSetting=" + value + '\n');
+        const auto read = QSettings(_path, QSettings::IniFormat).value(u"PreferencesGlobals/aSetting"_s);
+        const QList<int> texts{QMetaType::QString, QMetaType::QByteArray};
+        QTEST(texts.contains(read.typeId()), "isText");
+        LogLines log;
+        QTEST(UserDefaults(_path).dictionaryForKey(_group).has_value(), "isText");
+    }
+
     /// Whatever the fault, the run goes on with its own settings and the file keeps what it held.
     void faultsHarmNothing_data() {
         QTest::addColumn<QString>("fault");
@@ -177,13 +207,8 @@ class UserDefaultsTest : public QObject {
     }
 
     void writesWithoutAThread() {
-        pthread_attr_t usual;
-        QCOMPARE(::pthread_getattr_default_np(&usual), 0);
-        pthread_attr_t impossible = usual;
-        QCOMPARE(::pthread_attr_setstacksize(&impossible, std::size_t{1} << 50), 0);
         UserDefaults defaults(_path);
-        QCOMPARE(::pthread_setattr_default_np(&impossible), 0);
-        const auto restore = qScopeGuard([&] { ::pthread_setattr_default_np(&usual); });
+        const NoThreads none;
         defaults.setDictionaryForKey(_settings, _group);
         QVERIFY(readFile(_path).contains("bSetting=-5"));
     }
