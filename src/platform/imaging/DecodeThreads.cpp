@@ -5,13 +5,17 @@
 #include "platform/Guard.h"
 #include "platform/PathBytes.h"
 
+#include <QLoggingCategory>
+
 #include <algorithm>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -19,6 +23,8 @@ namespace platform {
 namespace {
 
 using namespace std::chrono_literals;
+
+Q_LOGGING_CATEGORY(decodeThreadsLog, "tavlin.decoder")
 
 constexpr auto patienceAtEnd = 1s;
 
@@ -49,6 +55,7 @@ struct DecodeThreads::Job {
         : path(std::move(filePath)), request(asked), deadline(limit), receiver(task) {}
 
     void run(DecoderProcess& decoder);
+    void answer(DecodeResult with);
     void withdraw();
     void drop();
     bool isBelow(const QString& folder) const { return isBelowFolder(path, folder); }
@@ -69,15 +76,19 @@ std::optional<DecodeResult> DecodeThreads::Job::begin(DecoderProcess& decoder) {
 
 /// Decodes outside the lock, so that a withdrawal never waits for it.
 void DecodeThreads::Job::run(DecoderProcess& decoder) {
-    std::optional<DecodeResult> answer = begin(decoder);
-    if (!answer)
-        answer = guarded("decoding", DecodeResult(DecodeFailure{DecodeError::unavailable, {}}),
-                         [&] { return decodeFile(decoder, path, request, deadline); });
+    std::optional<DecodeResult> outcome = begin(decoder);
+    if (!outcome)
+        outcome = guarded("decoding", DecodeResult(DecodeFailure{DecodeError::unavailable, {}}),
+                          [&] { return decodeFile(decoder, path, request, deadline); });
+    answer(std::move(*outcome));
+}
+
+void DecodeThreads::Job::answer(DecodeResult with) {
     const std::scoped_lock lock(mutex);
     process = nullptr;
     if (!receiver)
         return;
-    result = std::move(answer);
+    result = std::move(with);
     answered.notify_all();
     QMetaObject::invokeMethod(static_cast<DecodeTask*>(receiver), &DecodeTask::finished,
                               Qt::QueuedConnection);
@@ -111,6 +122,18 @@ struct DecodeThreads::Shared {
     void run(const QString& program);
 };
 
+/// Where the system has no thread left, the next question tries again. With the lock held.
+void DecodeThreads::startMissing() {
+    try {
+        while (_shared->threads.size() < _wanted)
+            _shared->threads.emplace_back([shared = _shared, program = _program] { shared->run(program); });
+        _lacksThreads = false;
+    } catch (const std::system_error& e) {
+        if (!std::exchange(_lacksThreads, true))
+            qCWarning(decodeThreadsLog, "no thread to decode: %s", e.what());
+    }
+}
+
 void DecodeThreads::Shared::run(const QString& program) {
     {
         DecoderProcess process(program);
@@ -135,9 +158,11 @@ void DecodeThreads::Shared::run(const QString& program) {
 }
 
 DecodeThreads::DecodeThreads(const QString& program, std::size_t threads)
-    : _shared(std::make_shared<Shared>()) {
-    for (std::size_t i = 0; i < threads; ++i)
-        _shared->threads.emplace_back([shared = _shared, program] { shared->run(program); });
+    : _program(program), _wanted(threads), _shared(std::make_shared<Shared>()) {
+    {
+        const std::scoped_lock lock(_shared->mutex);
+        startMissing();
+    }
     all().push_back(this);
 }
 
@@ -214,6 +239,11 @@ void DecodeThreads::waitUntilNoneRunsBelow(const QString& folder,
 
 void DecodeThreads::post(const std::shared_ptr<Job>& job) {
     const std::scoped_lock lock(_shared->mutex);
+    startMissing();
+    if (_shared->threads.empty()) {
+        job->answer(DecodeFailure{DecodeError::unavailable, {}});
+        return;
+    }
     _shared->jobs.push_back(job);
     _shared->work.notify_one();
 }

@@ -14,7 +14,8 @@ namespace platform {
 
 /// A few threads with a decoder each, which serve whoever asks, in the order of asking. Called on the main
 /// thread. The destructor stops the decoders and joins; only a thread that hangs in a system call (a dead
-/// network volume) is left behind after a second, with nothing of ours but its own shared state.
+/// network volume) is left behind after a second, with nothing of ours but its own shared state. While the
+/// system has no thread at all, questions are answered with DecodeError::unavailable.
 class DecodeThreads {
  public:
     DecodeThreads(const QString& decoderProgram, std::size_t threads);
@@ -41,11 +42,15 @@ class DecodeThreads {
     friend class DecodeTask;
     struct Job;
     struct Shared;
+    void startMissing();
     void post(const std::shared_ptr<Job>& job);
     void dropBelow(const QString& folder);
     void waitUntilNoneRunsBelow(const QString& folder, std::chrono::steady_clock::time_point deadline);
     static std::vector<DecodeThreads*>& all();
 
+    const QString _program;
+    const std::size_t _wanted;
+    bool _lacksThreads = false;  ///< which has been told
     std::shared_ptr<Shared> _shared;
 };
 

@@ -59,6 +59,12 @@ void ThumbnailCache::insert(const QString& path, Entry entry, ThumbnailRank rank
     trim();
 }
 
+void ThumbnailCache::noteChecked(const QString& path, const FileVersion& version, std::uint64_t wishes) {
+    const auto found = _places.find(path);
+    if (found != _places.end() && found->entry.version == version)
+        found->entry.checkedFor = std::max(found->entry.checkedFor, wishes);
+}
+
 void ThumbnailCache::remove(const QString& path) {
     const auto found = _places.find(path);
     if (found == _places.end())

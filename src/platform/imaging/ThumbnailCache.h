@@ -36,9 +36,11 @@ class ThumbnailCache {
     struct Entry {
         Thumbnail thumbnail;
         FileVersion version;
-        int pixelSize = 0;     ///< what was asked for
-        bool isWhole = false;  ///< the picture has no more pixels than these
-        bool mayPass = false;  ///< a failure that says nothing of the file
+        int pixelSize = 0;             ///< what was asked for
+        bool isWhole = false;          ///< the picture has no more pixels than these
+        bool mayPass = false;          ///< a failure that says nothing of the file
+        bool isUnasked = false;        ///< no decoder could be had: to be tried again soon
+        std::uint64_t checkedFor = 0;  ///< the wishes for which the file was last looked at
 
         /// Whether it answers a wish of this size.
         bool serves(int wantedSize) const;
@@ -49,6 +51,8 @@ class ThumbnailCache {
     void rank(const QString& path, ThumbnailRank rank);
     /// Replaces what is there for `path`; drops what no longer fits, possibly this very entry.
     void insert(const QString& path, Entry entry, ThumbnailRank rank);
+    /// The file was looked at for these wishes: it is of this version still.
+    void noteChecked(const QString& path, const FileVersion& version, std::uint64_t wishes);
     void remove(const QString& path);
 
     void setLimit(std::size_t bytes);

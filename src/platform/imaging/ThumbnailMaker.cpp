@@ -68,6 +68,16 @@ ThumbnailCache::Entry entryOf(Thumbnail::State state, const FileVersion& version
     return entry;
 }
 
+/// What is no file that can be opened is no picture; a link that leads to nothing is broken.
+ThumbnailCache::Entry unopenedEntry(const QString& path, int pixelSize) {
+    const auto own = fileStatus(path, FollowLinks::no);
+    const bool leadsNowhere = own && own->kind == EntryKind::link && !fileStatus(path);
+    auto entry = entryOf(leadsNowhere ? Thumbnail::State::failed : Thumbnail::State::notImage, {}, pixelSize);
+    if (leadsNowhere)
+        entry.thumbnail.failure = QStringLiteral("the link leads to nothing");
+    return entry;
+}
+
 ThumbnailMaker::Outcome answered(const ThumbnailJob& job, ThumbnailCache::Entry entry) {
     ThumbnailMaker::Outcome outcome;
     outcome.answer = ThumbnailAnswer{job.request, job.rank, std::move(entry)};
@@ -97,7 +107,7 @@ ThumbnailMaker::Outcome ThumbnailMaker::work(const ThumbnailJob& job) {
     const auto status =
         file.descriptor.isValid() ? fileStatusOfDescriptor(file.descriptor.get()) : std::nullopt;
     if (!status)
-        return answered(job, entryOf(Thumbnail::State::notImage, {}, pixelSize));
+        return answered(job, unopenedEntry(job.request.path, pixelSize));
     file.version = versionOf(*status);
     file.original = _store.originalOf(job.request.path, file.descriptor.get());
     if (auto stored = fromStore(file, pixelSize))
@@ -189,6 +199,7 @@ ThumbnailMaker::Outcome ThumbnailMaker::fromDecoder(const ThumbnailJob& job, con
         entryOf(isNone ? Thumbnail::State::notImage : Thumbnail::State::failed, file.version, pixelSize);
     entry.thumbnail.failure = isNone ? QString() : reasonOf(failure);
     entry.mayPass = !isNone && !isFilesOwn(failure.error);
+    entry.isUnasked = failure.error == DecodeError::unavailable;
     Outcome outcome = answered(job, std::move(entry));
     if (file.original && isSame && !isNone && isFilesOwn(failure.error))
         outcome.write = ThumbnailWrite{*file.original, {}, 0, {}, reasonOf(failure)};

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <utility>
 
 namespace platform {
 
@@ -20,10 +21,15 @@ namespace {
 
 /// The longest that reports keep the main thread in one turn of its loop.
 constexpr qint64 turnMilliseconds = 4;
+// Where decoders rest, or there is no thread, what stands is wished again: first after so long, then after
+// twice as long each time.
+constexpr std::chrono::milliseconds asksAgainAfter{1500};
+constexpr std::chrono::milliseconds asksAgainAtLeastEvery{60'000};
 
 struct Wish {
     int pixelSize = 0;
     ThumbnailRank rank;
+    bool isVisible = false;
     bool isAnswered = false;
 };
 
@@ -33,16 +39,24 @@ struct ThumbnailQueue::Private {
     ThumbnailQueue* queue;
     ThumbnailCache cache;
     QHash<QString, Wish> wishes;
+    bool isVisibleOpen = false;  ///< visibleAnswered() is due
     std::uint64_t wishesCount = 0;
+    std::uint64_t checkFrom = 0;  ///< what was looked at for earlier wishes is looked at again
     std::deque<QString> changed;  ///< to be reported
     std::unique_ptr<ThumbnailWorkers> workers;
     QTimer unwantedTimer;  ///< runs out once the wishes have stood for a while
+    QTimer unaskedTimer;   ///< runs where some of them found no decoder, or nobody to ask one
 
     void makeWorkers();
-    void addWish(ThumbnailRequest request, bool isVisible, bool checkAgain, std::vector<ThumbnailJob>& jobs);
+    void replaceWishes(const std::vector<ThumbnailRequest>& visible,
+                       const std::vector<ThumbnailRequest>& near);
+    void addWish(ThumbnailRequest request, bool isVisible, std::vector<ThumbnailJob>& jobs);
     void absorbAnswers();
     void absorb(ThumbnailAnswer& answer);
+    void askAgain();
+    void losePatience();
     void report();
+    void tellOfVisible();
 };
 
 void ThumbnailQueue::Private::makeWorkers() {
@@ -52,8 +66,28 @@ void ThumbnailQueue::Private::makeWorkers() {
         });
 }
 
+void ThumbnailQueue::Private::replaceWishes(const std::vector<ThumbnailRequest>& visible,
+                                            const std::vector<ThumbnailRequest>& near) {
+    absorbAnswers();
+    wishes.clear();
+    ++wishesCount;
+    std::vector<ThumbnailJob> visibleJobs;
+    for (const ThumbnailRequest& request : visible)
+        addWish(request, true, visibleJobs);
+    std::vector<ThumbnailJob> nearJobs;
+    for (const ThumbnailRequest& request : near)
+        addWish(request, false, nearJobs);
+    if (!workers && visibleJobs.empty() && nearJobs.empty())
+        return;
+    isVisibleOpen = isVisibleOpen || !visibleJobs.empty();
+    makeWorkers();
+    if (!workers->setJobs(std::move(visibleJobs), std::move(nearJobs)))
+        unaskedTimer.start();
+    unwantedTimer.start();
+}
+
 /// Notes the wish, unless a more urgent one stands for the path, and what work it makes.
-void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, bool checkAgain,
+void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible,
                                       std::vector<ThumbnailJob>& jobs) {
     if (request.path.isEmpty() || wishes.contains(request.path))
         return;
@@ -61,13 +95,14 @@ void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible, 
     const ThumbnailRank rank{wishesCount, static_cast<std::size_t>(wishes.size())};
     cache.rank(request.path, rank);
     const ThumbnailCache::Entry* entry = cache.find(request.path);
-    const bool isServed = entry && entry->serves(request.pixelSize);
-    wishes.insert(request.path, Wish{request.pixelSize, rank, isServed && !checkAgain});
-    if (isServed && !checkAgain)
+    const bool isAtHand = entry && entry->serves(request.pixelSize) && !entry->isUnasked;
+    const bool isServed = isAtHand && entry->checkedFor >= checkFrom;
+    wishes.insert(request.path, Wish{request.pixelSize, rank, isVisible, isServed});
+    if (isServed)
         return;
 
     ThumbnailJob job{std::move(request), rank, ThumbnailJob::Effort::whole, {}, !entry};
-    if (isServed && !entry->mayPass)
+    if (isAtHand && !entry->mayPass)
         job.atHand = entry->version;
     const bool hasPreview = entry && entry->thumbnail.state == Thumbnail::State::preview;
     if (isVisible && !hasPreview)
@@ -92,14 +127,43 @@ void ThumbnailQueue::Private::absorb(ThumbnailAnswer& answer) {
     const bool isShown = old && old->thumbnail.state != Thumbnail::State::preview;
     const Thumbnail::State state = answer.entry.thumbnail.state;
 
+    if (state == Thumbnail::State::complete)
+        losePatience();
     const bool isFinal = state != Thumbnail::State::preview;
     if (stands && isFinal)
         wish->isAnswered = true;
-    if (state == Thumbnail::State::unknown || (!stands && isShown) || (!isFinal && old))
+    answer.entry.checkedFor = answer.rank.wishes;
+    if (state == Thumbnail::State::unknown)
+        return cache.noteChecked(path, answer.entry.version, answer.rank.wishes);
+    if ((!stands && isShown) || (!isFinal && old))
         return;
+    if (stands && answer.entry.isUnasked && !unaskedTimer.isActive())
+        unaskedTimer.start();
     cache.insert(path, std::move(answer.entry), stands ? wish->rank : answer.rank);
     if (stands && std::find(changed.begin(), changed.end(), path) == changed.end())
         changed.push_back(path);
+}
+
+/// Wishes the same once more, in the same order: what has been served makes no work.
+void ThumbnailQueue::Private::askAgain() {
+    unaskedTimer.setInterval(
+        std::min<std::chrono::milliseconds>(unaskedTimer.intervalAsDuration() * 2, asksAgainAtLeastEvery));
+    QStringList paths = wishes.keys();
+    std::sort(paths.begin(), paths.end(),
+              [this](const QString& a, const QString& b) { return wishes[a].rank < wishes[b].rank; });
+    std::vector<ThumbnailRequest> visible;
+    std::vector<ThumbnailRequest> near;
+    for (const QString& path : paths) {
+        const Wish& wish = wishes[path];
+        (wish.isVisible ? visible : near).push_back({path, wish.pixelSize});
+    }
+    replaceWishes(visible, near);
+}
+
+/// Decoders serve again, or somebody looks: what found none does not wait for long any more.
+void ThumbnailQueue::Private::losePatience() {
+    if (unaskedTimer.intervalAsDuration() != asksAgainAfter)
+        unaskedTimer.setInterval(asksAgainAfter);  // also of one that runs
 }
 
 void ThumbnailQueue::Private::report() {
@@ -115,6 +179,18 @@ void ThumbnailQueue::Private::report() {
     if (!changed.empty())
         QMetaObject::invokeMethod(
             queue, [this] { report(); }, Qt::QueuedConnection);
+    else
+        tellOfVisible();
+}
+
+void ThumbnailQueue::Private::tellOfVisible() {
+    const auto isOpen = [](const Wish& wish) {
+        return wish.isVisible && !wish.isAnswered;
+    };
+    if (!isVisibleOpen || std::any_of(wishes.cbegin(), wishes.cend(), isOpen))
+        return;
+    isVisibleOpen = false;
+    Q_EMIT queue->visibleAnswered();
 }
 
 ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_unique<Private>()) {
@@ -122,7 +198,9 @@ ThumbnailQueue::ThumbnailQueue(QObject* parent) : QObject(parent), _d(std::make_
     _d->unwantedTimer.setSingleShot(true);
     _d->unwantedTimer.setTimerType(Qt::PreciseTimer);
     _d->unwantedTimer.setInterval(ThumbnailWorkers::patienceWithUnwanted);
-    QMetaObject::invokeMethod(this, &ThumbnailQueue::warmUp, Qt::QueuedConnection);
+    _d->unaskedTimer.setSingleShot(true);
+    _d->unaskedTimer.setInterval(asksAgainAfter);
+    connect(&_d->unaskedTimer, &QTimer::timeout, this, [this] { _d->askAgain(); });
     connect(&_d->unwantedTimer, &QTimer::timeout, this, [this] { _d->workers->cancelUnwanted(); });
 }
 
@@ -141,20 +219,10 @@ void ThumbnailQueue::report() {
 
 void ThumbnailQueue::setWanted(const std::vector<ThumbnailRequest>& visible,
                                const std::vector<ThumbnailRequest>& near, bool checkAgain) {
-    _d->absorbAnswers();
-    _d->wishes.clear();
-    ++_d->wishesCount;
-    std::vector<ThumbnailJob> visibleJobs;
-    for (const ThumbnailRequest& request : visible)
-        _d->addWish(request, true, checkAgain, visibleJobs);
-    std::vector<ThumbnailJob> nearJobs;
-    for (const ThumbnailRequest& request : near)
-        _d->addWish(request, false, checkAgain, nearJobs);
-    if (!_d->workers && visibleJobs.empty() && nearJobs.empty())
-        return;
-    _d->makeWorkers();
-    _d->workers->setJobs(std::move(visibleJobs), std::move(nearJobs));
-    _d->unwantedTimer.start();
+    _d->losePatience();
+    if (checkAgain)
+        _d->checkFrom = _d->wishesCount + 1;
+    _d->replaceWishes(visible, near);
 }
 
 Thumbnail ThumbnailQueue::thumbnail(const QString& path) const {

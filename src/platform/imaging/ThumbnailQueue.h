@@ -35,8 +35,8 @@ struct Thumbnail {
 
 /// Thumbnails for a grid: visible first, then near, then nothing. Lives on the main thread; the work is done
 /// by a pool of threads with one decoder process each (joined by the destructor). Decoded thumbnails are kept
-/// up to a number of bytes, least recently wanted going first. The first decoder is started once the event
-/// loop runs, so that it is ready when the first wish comes.
+/// up to a number of bytes, least recently wanted going first. warmUp() starts the first decoder, to be
+/// ready when the first wish comes.
 ///
 /// Contract: setWanted() replaces all earlier wishes; what no longer stands in it is dropped before it
 /// starts, and an answer that comes too late is kept if it fits, and not reported. Every wish that stands is
@@ -51,8 +51,10 @@ class ThumbnailQueue : public QObject {
     explicit ThumbnailQueue(QObject* parent = nullptr);
     ~ThumbnailQueue() override;
 
+    void warmUp();
     /// What is wanted now, most urgent first: the visible cells, then those near. `checkAgain`: files may
-    /// have changed on the disk; thumbnails at hand stay shown until a newer one is there.
+    /// have changed on the disk, also those that are wanted later; thumbnails at hand stay shown until a
+    /// newer one is there.
     void setWanted(const std::vector<ThumbnailRequest>& visible, const std::vector<ThumbnailRequest>& near,
                    bool checkAgain = false);
     /// What is at hand now, without waiting; possibly of another size than wanted.
@@ -66,10 +68,11 @@ class ThumbnailQueue : public QObject {
 
  Q_SIGNALS:
     void thumbnailChanged(const QString& path);
+    /// All visible wishes that made work have their final answers, which are reported.
+    void visibleAnswered();
 
  private:
     struct Private;
-    void warmUp();
     void report();
     std::unique_ptr<Private> _d;
 };

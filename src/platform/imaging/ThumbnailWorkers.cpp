@@ -12,6 +12,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <variant>
 
 namespace platform {
@@ -216,10 +217,12 @@ void ThumbnailWorkers::startThreads(std::size_t wanted) {
         try {
             worker->thread = std::thread([shared = _shared, own = worker.get()] { shared->run(*own); });
         } catch (const std::system_error& e) {
-            qCWarning(thumbnailLog, "no thread for thumbnails: %s", e.what());
+            if (!std::exchange(_lacksThreads, true))
+                qCWarning(thumbnailLog, "no thread for thumbnails: %s", e.what());
             return;
         }
         shared.workers.push_back(std::move(worker));
+        _lacksThreads = false;
     }
 }
 
@@ -228,7 +231,7 @@ void ThumbnailWorkers::warmUp() {
     startThreads(1);
 }
 
-void ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near) {
+bool ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near) {
     Shared& shared = *_shared;
     const std::lock_guard lock(shared.mutex);
     shared.firstSights.clear();
@@ -246,8 +249,10 @@ void ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<Th
         if (!shared.adopt(job, false))
             shared.near.push_back(std::move(job));
     shared.cancelUnwanted();
-    startThreads(visible.size() + near.size());
+    const std::size_t count = visible.size() + near.size();
+    startThreads(count);
     shared.work.notify_all();
+    return count == 0 || !shared.workers.empty();
 }
 
 void ThumbnailWorkers::cancelUnwanted() {

@@ -31,8 +31,9 @@ class ThumbnailWorkers {
     void warmUp();
     /// Replaces the work that has not begun. Work under way goes on: a job that asks for the same as one
     /// under way, and does not check a version, is that one. What is no longer wanted and takes long is
-    /// cancelled.
-    void setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near);
+    /// cancelled. False where the system has no thread for it at all: nothing is done then before the next
+    /// call.
+    bool setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near);
     /// To be called once that long after the last setJobs(): cancels what was too young for that then.
     void cancelUnwanted();
     static constexpr std::chrono::milliseconds patienceWithUnwanted{300};
@@ -47,6 +48,7 @@ class ThumbnailWorkers {
     void startThreads(std::size_t wanted);
 
     std::shared_ptr<Shared> _shared;
+    bool _lacksThreads = false;  ///< which has been told
 };
 
 }  // namespace platform

@@ -66,6 +66,8 @@ ImageBrowserView::ImageBrowserView(QWidget* parent)
         _d->shownZoom = value.toDouble();
         _d->relayout();
     });
+    // It may outlast the settling, and its last steps change nothing.
+    connect(&d.glide, &QVariantAnimation::finished, this, [this] { _d->askForThumbnails(); });
     connect(&d.narrowing, &QTimer::timeout, this, [this] { _d->narrowNow(); });
     connect(&d.bandScrolling, &QTimer::timeout, this, [this] { _d->scrollBand(); });
     connect(&d.fades, &GridFades::stepped, this,
@@ -151,7 +153,7 @@ void ImageBrowserView::reloadData() {
     d.askForThumbnails();
     d.currentMayHaveChanged(found.current);
     if (d.selection.indexes().count() != d.toldSelectionCount)
-        d.selectionChanged(d.selection.indexes());
+        d.tellSelection(d.selection.indexes());
 }
 
 void ImageBrowserView::Private::repaintAfterReload(const GridLayout& before, qint64 offsetBefore) {
@@ -292,9 +294,14 @@ void ImageBrowserView::Private::act(std::size_t index, GridSelection::Mode mode)
 }
 
 void ImageBrowserView::Private::selectionChanged(const IndexSet& changed) {
-    const std::size_t count = selection.indexes().count();
-    if (changed.isEmpty() && count == toldSelectionCount)
+    if (changed.isEmpty() && selection.indexes().count() == toldSelectionCount)
         return;
+    tellSelection(changed);
+    Q_EMIT q.selectedAnew();
+}
+
+void ImageBrowserView::Private::tellSelection(const IndexSet& changed) {
+    const std::size_t count = selection.indexes().count();
     updateCells(changed);
     if (std::exchange(toldSelectionCount, count) != count)
         Q_EMIT q.selectionCountChanged(count);

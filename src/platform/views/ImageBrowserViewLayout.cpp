@@ -36,7 +36,8 @@ void ImageBrowserView::Private::zoomTo(double wanted, std::optional<QPoint> arou
     glide.stop();
     if (zoom == shownZoom)
         return;
-    zoomSettling.start();
+    if (q.isVisible())
+        zoomSettling.start();
     if (animates && q.isVisible()) {
         glide.setStartValue(shownZoom);
         glide.setEndValue(zoom);

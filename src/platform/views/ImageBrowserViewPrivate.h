@@ -58,6 +58,8 @@ struct ImageBrowserView::Private {
     void act(std::size_t index, GridSelection::Mode mode);
     /// Repaints and tells of what a selection's operation changed.
     void selectionChanged(const IndexSet& changed);
+    /// The same for what a reload has left of it.
+    void tellSelection(const IndexSet& changed);
     void setCurrent(std::optional<std::size_t> index);
     /// The current item was `before` and may be another now.
     void currentMayHaveChanged(std::optional<std::size_t> before);

@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "decoder/confinement/Confinement.h"
+#include "decoder/confinement/FileRights.h"
+#include "decoder/protocol/SocketMessage.h"
 #include "platform/FileAccess.h"
+#include "platform/imaging/ChildProcess.h"
 #include "platform/imaging/DecoderHealth.h"
 #include "platform/imaging/DecoderProcess.h"
+#include "platform/PathBytes.h"
+#include "testing/ProcessFigures.h"
 #include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
 #include <QColorSpace>
 #include <QElapsedTimer>
 
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <thread>
@@ -29,14 +35,6 @@ bool isPicture(const DecodeResult& result) {
 DecodeError errorOf(const DecodeResult& result) {
     const auto* failure = std::get_if<DecodeFailure>(&result);
     return failure ? failure->error : DecodeError(255);
-}
-
-QStringList openDescriptors() {
-    return QDir(u"/proc/self/fd"_s).entryList(QDir::System | QDir::Files | QDir::Dirs);
-}
-
-bool hasChild() {
-    return ::waitid(P_ALL, 0, nullptr, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 /// A 64 × 48 picture: red, green / blue, yellow.
@@ -86,13 +84,15 @@ class DecoderProcessTest : public QObject {
         for (const char* mode :
              {"wrong-stride", "huge-stride", "negative-size", "ready-again", "answers-unasked", "huge-width",
               "larger-than-asked", "unknown-status", "wrong-id", "huge-texts", "garbled-texts", "garbage",
-              "ordinary-file", "small-memory", "no-seals"})
+              "ordinary-file", "small-memory", "no-seals", "right for properties", "garbled-properties",
+              "huge-properties", "unsealed-properties"})
             row(mode, DecodeError::badAnswer);
     }
     void misbehaviour() {
         QFETCH(std::optional<DecodeError>, expected);
         const QByteArray mode = QTest::currentDataTag();
-        const QString program = mode == "there-is-none" ? path("there-is-none") : hostile(mode.constData());
+        const QString program =
+            mode == "there-is-none" ? path("there-is-none") : hostile(mode.split(' ')[0].constData());
         QFile::remove(path("seen"));
         QVERIFY(QFile::copy(path("picture.png"), path("seen")));
         const auto file = open("seen");
@@ -100,8 +100,10 @@ class DecoderProcessTest : public QObject {
         const bool hangs = mode == "hangs" || mode == "silent";
         QElapsedTimer timer;
         timer.start();
-        const auto result = process->decode({DecodeRequest::Kind::thumbnail, file.get(), 256},
-                                            hangs ? 300ms : std::chrono::milliseconds(kPatience));
+        using Kind = DecodeRequest::Kind;
+        const Kind kind = mode.endsWith("properties") ? Kind::properties : Kind::thumbnail;
+        const auto result =
+            process->decode({kind, file.get(), 256}, hangs ? 300ms : std::chrono::milliseconds(kPatience));
         QVERIFY(std::chrono::milliseconds(timer.elapsed()) < kPatience);
         if (!expected) {
             QVERIFY(isPicture(result));
@@ -113,7 +115,25 @@ class DecoderProcessTest : public QObject {
         QCOMPARE(errorOf(result), *expected);
         QCOMPARE(process->processId(), 0);
         process.reset();
-        QVERIFY2(!hasChild(), "a zombie stays");
+        QVERIFY2(ProcessFigures::of(::getpid()).children.isEmpty(), "a zombie stays");
+    }
+
+    /// The texts beside a picture come back whole or not at all, and no more of them than there may be.
+    void texts() {
+        decoder::Texts texts{{"empty", ""}, {"", "keyless"}, {"bytes", QByteArray("\0\xff", 2)}};
+        QCOMPARE(decoder::unpackTexts(decoder::packTexts(texts)), std::optional(texts));
+        QCOMPARE(decoder::unpackTexts({}), std::optional(decoder::Texts()));
+        const QByteArray whole = decoder::packTexts({{"key", "value"}});
+        for (qsizetype length = 1; length < whole.size(); ++length)
+            QVERIFY(!decoder::unpackTexts(QByteArrayView(whole).first(length)));
+        QVERIFY(!decoder::unpackTexts(whole + '\0'));
+
+        texts = {{"long", QByteArray(decoder::kMaximumTextBytes, 'x')}};
+        QCOMPARE(decoder::unpackTexts(decoder::packTexts(texts)), std::optional(decoder::Texts()));
+        for (int i = 0; i < 100; ++i)
+            texts.insert(QByteArray::number(i), "text");
+        const auto packed = decoder::unpackTexts(decoder::packTexts(texts));
+        QCOMPARE(packed.value_or(decoder::Texts()).size(), qsizetype(decoder::kMaximumTexts));
     }
 
     /// A region's size is known before the answer; what is no region is not even asked for.
@@ -262,6 +282,20 @@ class DecoderProcessTest : public QObject {
         QVERIFY(isPicture(decode(process, file.get(), 256)));
     }
 
+    void eachRoleIsHeld() {
+        if (!decoder::canBeConfined())
+            QSKIP("the sanitizers need what the confinement takes");
+        for (const auto role : {decoder::Role::common, decoder::Role::rare, decoder::Role::properties}) {
+            const auto child = ChildProcess::start(
+                bytesFromPath(_decoder), {"--role", decoder::roleName(role)}, decoder::kSocketDescriptor);
+            decoder::Response ready;
+            decoder::receiveMessage(child->socket(), &ready, sizeof ready, decoder::Waiting::yes);
+            QCOMPARE(ready.status, decoder::Status::ready);
+            QCOMPARE(ready.protections, decoder::fileRightsVersion() > 0 ? decoder::kAllProtections
+                                                                         : decoder::kSystemCallFilter);
+        }
+    }
+
     void restsWhereAllDie_data() {
         QTest::addColumn<int>("tries");
         QTest::newRow("dies") << 10;
@@ -293,7 +327,7 @@ class DecoderProcessTest : public QObject {
     void nothingLeaks() {
         const auto file = open("picture.png");
         const auto broken = open("broken.png");
-        const QStringList before = openDescriptors();
+        const auto before = ProcessFigures::of(::getpid());
         {
             DecoderProcess process(_decoder);
             for (int i = 0; i < 200; ++i) {
@@ -304,8 +338,9 @@ class DecoderProcessTest : public QObject {
                     ::kill(process.processId(), SIGKILL);
             }
         }
-        QCOMPARE(openDescriptors(), before);
-        QVERIFY2(!hasChild(), "a zombie stays");
+        const auto after = ProcessFigures::of(::getpid());
+        QCOMPARE(after.descriptors, before.descriptors);
+        QVERIFY2(after.children.isEmpty(), "a zombie stays");
     }
 
  private:

@@ -154,10 +154,8 @@ class ImageBrowserViewTest : public QObject {
     void typeAheadOverAMillionHoldsNothingUp() {
         Grid grid(1'000'000);
         grid.source.items.back()->path = u"/p/last.jpg"_s;
-        QElapsedTimer clock;
-        clock.start();
         QTest::keyClicks(&grid.view, u"l"_s);
-        QVERIFY2(clock.elapsed() < 50, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(grid.current() != 999'999, "the key's handler went through all of them");
         QTRY_COMPARE(grid.current(), 999'999);
     }
 
@@ -174,12 +172,14 @@ class ImageBrowserViewTest : public QObject {
             grid.view.setSelectionIndexes({100, 102, 140}, false);
             grid.view.setCurrentIndex(grid.at(102));
             QSignalSpy counts(&grid.view, &ImageBrowserView::selectionCountChanged);
+            QSignalSpy anew(&grid.view, &ImageBrowserView::selectedAnew);
             grid.reload([first = removeFirst, count = removeCount](GridTestSource& source) {
                 source.remove(first, count);
             });
             QCOMPARE(grid.selected(), selected);
             QCOMPARE(grid.current(), current);
             QCOMPARE(counts.count(), selected.count(u',') == 2 ? 0 : 1);
+            QCOMPARE(anew.count(), 0);
         }
     }
 
@@ -223,6 +223,21 @@ class ImageBrowserViewTest : public QObject {
         for (const int width : {640, 333, 560}) {
             grid.view.resize(width, 400);
             QCOMPARE(grid.cell(first).top(), top);
+        }
+    }
+
+    /// Also where the last of a gliding zoom changes nothing any more.
+    void wishesForWhatAZoomEndsIn() {
+        Grid grid;
+        const QueueScript& script = QueueScript::shared();
+        grid.view.setAnimates(true);
+        for (const float zoom : {0.02F, 0.0F}) {
+            grid.view.setZoomValue(zoom);
+            const auto isWhole = [&] {
+                const int visible = int(script.visible.size());
+                return visible > 0 && grid.cell(visible).top() >= 398;
+            };
+            QTRY_VERIFY(grid.cell(1).width() < 100 && isWhole());
         }
     }
 
