@@ -8,9 +8,7 @@
 #include <QBuffer>
 #include <QPainter>
 #include <QPdfWriter>
-
-#include <cairo-ps.h>
-#include <memory>
+#include <QtMath>
 
 namespace platform {
 
@@ -18,33 +16,30 @@ namespace {
 
 constexpr qreal epsScale = 3;  // pixels of the document for one of the screen
 
-struct Destroy {
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using Surface = std::unique_ptr<cairo_surface_t, Destroy>;
-using Context = std::unique_ptr<cairo_t, Destroy>;
+/// The pixels on a page of that size, from its lower left corner on (PostScript Language Reference, third
+/// edition, 4.10; Encapsulated PostScript File Format 3.0).
+QByteArray epsOf(const QImage& pixels, const QSizeF& points) {
+    const QImage image = pixels.convertToFormat(QImage::Format_RGB888);
+    const QByteArray width = QByteArray::number(image.width());
+    const QByteArray height = QByteArray::number(image.height());
+    QByteArray samples;
+    for (int y = 0; y < image.height(); ++y)
+        samples.append(reinterpret_cast<const char*>(image.constScanLine(y)), qsizetype{3} * image.width());
+    constexpr qsizetype lengthBefore = 4;  // which qCompress() puts before what zlib makes
+    const QByteArray digits = qCompress(samples).mid(lengthBefore).toHex();
 
-cairo_status_t append(void* data, const unsigned char* bytes, unsigned int length) {
-    static_cast<QByteArray*>(data)->append(reinterpret_cast<const char*>(bytes), length);
-    return CAIRO_STATUS_SUCCESS;
-}
-
-QByteArray epsOf(QImage& pixels, const QSizeF& points) {
-    QByteArray result;
-    {
-        const Surface page(
-            cairo_ps_surface_create_for_stream(append, &result, points.width(), points.height()));
-        cairo_ps_surface_set_eps(page.get(), 1);
-        const Surface source(cairo_image_surface_create_for_data(
-            pixels.bits(), CAIRO_FORMAT_RGB24, pixels.width(), pixels.height(), int(pixels.bytesPerLine())));
-        const Context context(cairo_create(page.get()));
-        cairo_scale(context.get(), points.width() / pixels.width(), points.height() / pixels.height());
-        cairo_set_source_surface(context.get(), source.get(), 0, 0);
-        cairo_paint(context.get());
-        cairo_surface_finish(page.get());
-    }
-    return result;
+    QByteArray result =
+        "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 " + QByteArray::number(qCeil(points.width())) + ' ' +
+        QByteArray::number(qCeil(points.height())) + "\n%%LanguageLevel: 3\n%%EndComments\ngsave\n" +
+        QByteArray::number(points.width()) + ' ' + QByteArray::number(points.height()) +
+        " scale\n/DeviceRGB setcolorspace\n<< /ImageType 1 /BitsPerComponent 8 /Width " + width +
+        " /Height " + height + " /ImageMatrix [" + width + " 0 0 -" + height + " 0 " + height +
+        "] /Decode [0 1 0 1 0 1]\n/DataSource currentfile /ASCIIHexDecode filter /FlateDecode "
+        "filter >> image\n";
+    constexpr qsizetype longestLine = 128;
+    for (qsizetype at = 0; at < digits.size(); at += longestLine)
+        result += digits.mid(at, longestLine) + '\n';
+    return result + ">\ngrestore\n%%EOF\n";
 }
 
 }  // namespace
