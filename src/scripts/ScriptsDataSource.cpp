@@ -307,7 +307,9 @@ void ScriptsDataSource::runScript(const ScriptEntry& script, const QString& path
     const QString name = script.objectForKey(u"ScriptNameKey").value_or(QString());
     const platform::BusyPointer busy;
     _runBegins(name);
-    _runEnds(name, runScriptWithParameter(path, parameter));
+    QString errors;
+    const int status = runScriptWithParameter(path, parameter, &errors);
+    _runEnds(name, status, errors);
 }
 
 void ScriptsDataSource::doubleClickOnRow(std::uint32_t row) {

@@ -28,8 +28,8 @@ class ScriptsDataSource : public platform::TableViewDataSource {
         imageBrowserDataSource = dataSource;
     }
     using RunBegins = std::function<void(const QString& scriptName)>;
-    /// `status`: the shell's, as wait() answers it.
-    using RunEnds = std::function<void(const QString& scriptName, int status)>;
+    /// `status`: the shell's, as wait() answers it. `errors`: the beginning of its error output.
+    using RunEnds = std::function<void(const QString& scriptName, int status, const QString& errors)>;
     /// Told right before a script blocks the program, and right after.
     void setRunObservers(RunBegins begins, RunEnds ends) {
         _runBegins = std::move(begins);
@@ -102,6 +102,6 @@ class ScriptsDataSource : public platform::TableViewDataSource {
     bool _didAwake = false;
     RunBegins _runBegins = [](const QString&) {
     };
-    RunEnds _runEnds = [](const QString&, int) {
+    RunEnds _runEnds = [](const QString&, int, const QString&) {
     };
 };

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Shell.h"
 
+#include "platform/DescriptorLimit.h"
 #include "platform/FileAccess.h"
 #include "platform/PathBytes.h"
 #include "platform/TemporaryFolder.h"
+#include "support/ErrorOutput.h"
 #include "support/Logging.h"
 
 #include <fcntl.h>
@@ -24,8 +26,21 @@ std::optional<QByteArray> asciiCommand(const QString& command) {
 }
 
 /// Without a command nothing runs; the answer then says whether there is a shell.
-int runInShell(const std::optional<QByteArray>& command) {
-    return std::system(command ? command->constData() : nullptr);
+int runInShell(const std::optional<QByteArray>& command, const QByteArray& redirection = {}) {
+    if (!command)
+        return std::system(nullptr);
+    // For the command alone, which may take its time.
+    const auto limit = platform::inheritedDescriptorLimit();
+    const QByteArray prefix =
+        limit ? "ulimit -Sn " + QByteArray::number(qulonglong(*limit)) + "\n" : QByteArray();
+    return std::system((prefix + redirection + *command).constData());
+}
+
+int runAndCatchErrors(const std::optional<QByteArray>& command, QString& errors) {
+    ErrorOutput output;
+    const int status = runInShell(command, output.redirection());
+    errors = QString::fromLocal8Bit(output.take());
+    return status;
 }
 
 std::optional<QByteArray> readWhole(const QString& path) {
@@ -129,7 +144,7 @@ std::optional<QStringList> createFolder(const QString& path) {
         QStringLiteral("test ! -d \"%1\" && mkdir \"%1\"").replace(QStringLiteral("%1"), path));
 }
 
-int runScriptWithParameter(const QString& scriptPath, const QString& parameter) {
+int runScriptWithParameter(const QString& scriptPath, const QString& parameter, QString* errors) {
     constexpr auto method = "runScriptWithParameter";
     logWithMethodName(method, currentLine(), u"Running script %@ from bundle's folder...", scriptPath);
     logWithMethodName(method, currentLine(), u"args: %@", parameter);
@@ -138,7 +153,7 @@ int runScriptWithParameter(const QString& scriptPath, const QString& parameter) 
                             parameter + QStringLiteral("\" > \"") + output + u'"';
     const auto ascii = asciiCommand(command);
     logWithMethodName(method, currentLine(), u"command: %s", ascii ? ascii->constData() : "(null)");
-    const int status = runInShell(ascii);
+    const int status = errors == nullptr ? runInShell(ascii) : runAndCatchErrors(ascii, *errors);
     logWithMethodName(method, currentLine(), u"commandResult: %i", status);
     // The output may be huge: it is read back only for a log that wants it.
     logWithMethodName(method, currentLine(), u"resultString: %@",

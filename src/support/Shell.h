@@ -35,5 +35,6 @@ std::optional<QStringList> executeScriptAndCollectOutput(const QString& command)
 /// Makes one folder where there is none.
 std::optional<QStringList> createFolder(const QString& path);
 
-/// Runs a script with one parameter by osascript and answers the shell's status.
-int runScriptWithParameter(const QString& scriptPath, const QString& parameter);
+/// Runs a script with one parameter by osascript and answers the shell's status. Its error output goes to the
+/// program's own, and its beginning to `errors` as well where that is asked for.
+int runScriptWithParameter(const QString& scriptPath, const QString& parameter, QString* errors = nullptr);

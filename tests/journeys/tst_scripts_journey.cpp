@@ -18,7 +18,8 @@ class ScriptsJourney : public Journey {
                   "# Keeps what it is given, makes a picture, and fails where it was given nothing.\n"
                   "while [ ! -e go ]; do sleep 0.05; done\n"
                   "cp -- \"$1\" unfinished && size=$(wc -c < unfinished) && echo \"$1\" > where\n"
-                  "cp ~/*/000.jpg \"$(echo ~/*ü)/made.jpg\" && mv unfinished kept && test $size -gt 2\n");
+                  "cp ~/*/000.jpg \"$(echo ~/*ü)/made.jpg\" && mv unfinished kept\n"
+                  "test $size -gt 2 || { echo \"$(basename \"$0\"): given nothing\" >&2; exit 1; }\n");
 
         RunningProgram program(desktop, {folder});
         const AccessibilityBus bus(desktop);
@@ -54,7 +55,8 @@ class ScriptsJourney : public Journey {
         writeFile(scripts(desktop) + u"/go"_s, {});
         QVERIFY(QTest::qWaitFor(runs, 10000));
         QCOMPARE(seen, paths({}));
-        QVERIFY(says("0 keep: failed (exit 1), see the log"));
+        QVERIFY(says("0 keep: failed (exit 1): given nothing"));
+        QVERIFY(program.log().contains(u"0 keep.sh: given nothing"_s));
         QVERIFY(bus.find(u"list item"_s, u"made.jpg"_s).isValid());
 
         desktop.click(cell("005.jpg"));
@@ -78,6 +80,13 @@ class ScriptsJourney : public Journey {
             QTRY_COMPARE(QChar(QChar::ByteOrderMark) + desktop.run(u"xclip"_s, paste),
                          paths({"000.jpg", "002.jpg", "005.jpg"}));
         }
+
+        // What is said of a run gives way to the next selection, also of as many.
+        desktop.click(cell("004.jpg"));
+        desktop.click(row("0 keep.sh"), 2);
+        QVERIFY(says("0 keep: done"));
+        desktop.click(cell("003.jpg"));
+        QVERIFY(says("1 of 9 selected"));
 
         // Beside the rows a double-click brings nothing down.
         const QRect table = bus.find(u"table"_s, u"Scripts"_s).extents;

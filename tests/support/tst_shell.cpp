@@ -1,10 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/DescriptorLimit.h"
 #include "platform/PathBytes.h"
+#include "platform/ScopedFileDescriptor.h"
 #include "platform/TemporaryFolder.h"
 #include "support/Shell.h"
+#include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <QTemporaryFile>
+
 #include <cstdlib>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -86,23 +96,61 @@ class ShellTest : public QObject {
         QVERIFY(!QFileInfo::exists(folder + u"/missing"_s));
     }
 
+    /// More than the program was started with is its own; a command has what it would have from a shell, and
+    /// other programs too, unless the program could make none any more then.
+    void childrenKeepTheirDescriptorLimit() {
+        const auto limitNow = [] {
+            rlimit limits{};
+            ::getrlimit(RLIMIT_NOFILE, &limits);
+            return limits.rlim_cur;
+        };
+        const auto limitOfAChild = [&] {
+            const platform::InheritedDescriptorLimit child;
+            return limitNow();
+        };
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        const rlimit started{256, before.rlim_max};
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &started), 0);
+        platform::raiseDescriptorLimit();
+        const auto lines = executeScriptAndCollectOutput(u"ulimit -Sn"_s);
+        const rlim_t raised = limitNow();
+        const rlim_t ofAChild = limitOfAChild();
+        std::vector<platform::ScopedFileDescriptor> open;
+        while (open.size() < started.rlim_cur)
+            open.emplace_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        const rlim_t ofALateChild = limitOfAChild();
+        open.clear();
+        ::setrlimit(RLIMIT_NOFILE, &before);
+        QCOMPARE(raised, before.rlim_max);
+        QCOMPARE(ofAChild, started.rlim_cur);
+        QCOMPARE(ofALateChild, before.rlim_max);
+        QVERIFY(lines && !lines->isEmpty());
+        QCOMPARE(lines->constFirst(), QString::number(started.rlim_cur));
+    }
+
     void scripts_data() {
         // left: what it wrote into the file "left" of its own folder
-        const Table<QString, QByteArray, int, QByteArray> row("name", "text", "exitStatus", "left");
-        row("sh by its first line", "a.tool", "#!/bin/sh\npwd > left; echo $# >> left\n", 0, "%HERE%\n1\n");
-        row("interpreter with an argument", "b", "#! /bin/sh -e\nfalse\necho no > left\n", 1, {});
-        row("sh by its type", "c.sh", "printf %s \"$1\" > left; exit 7\n", 7, "%PARAMETER%");
+        // part: of what comes on standard error
+        const Table<QString, QByteArray, int, QByteArray, QString> row("name", "text", "exitStatus", "left",
+                                                                       "part");
+        row("sh by its first line", "a.tool", "#!/bin/sh\npwd > left; echo $# >> left\n", 0, "%HERE%\n1\n",
+            "");
+        row("interpreter with an argument", "b", "#! /bin/sh -e\nfalse\necho no > left\n", 1, {}, "");
+        row("sh by its type", "c.sh", "printf %s \"$1\" > left; echo why >&2; echo of it >&2; exit 7\n", 7,
+            "%PARAMETER%", "why\nof it\n");
         row("python by its type", "d.py", "import sys\nopen('left','w').write(sys.argv[1])\n", 0,
-            "%PARAMETER%");
-        row("blanks in the name", "e f.sh", "echo ran > left\n", 0, "ran\n");
-        row("nothing to run it by", "g.applescript", "tell\n", 126, {});
-        row("not there", "missing.sh", {}, 127, {});
+            "%PARAMETER%", "");
+        row("blanks in the name", "e f.sh", "echo ran > left\n", 0, "ran\n", "");
+        row("nothing to run it by", "g.applescript", "tell\n", 126, {}, "g.applescript: this system cannot");
+        row("not there", "missing.sh", {}, 127, {}, "missing.sh: No such file");
     }
     void scripts() {
         QFETCH(const QString, name);
         QFETCH(const QByteArray, text);
         QFETCH(const int, exitStatus);
         QFETCH(QByteArray, left);
+        QFETCH(const QString, part);
         QTemporaryDir folder;
         const QString script = folder.filePath(name);
         if (!text.isEmpty()) {
@@ -111,9 +159,17 @@ class ShellTest : public QObject {
             file.write(text);
         }
         const QString parameter = folder.filePath(u"para meter"_s);
-        const int status = runScriptWithParameter(script, parameter);
+        QTemporaryFile ownErrors;
+        QVERIFY(ownErrors.open());
+        const platform::ScopedFileDescriptor before(::dup(STDERR_FILENO));
+        ::dup2(ownErrors.handle(), STDERR_FILENO);
+        QString errors;
+        const int status = runScriptWithParameter(script, parameter, &errors);
+        ::dup2(before.get(), STDERR_FILENO);
         QVERIFY(WIFEXITED(status));
         QCOMPARE(WEXITSTATUS(status), exitStatus);
+        QVERIFY2(part.isEmpty() ? errors.isEmpty() : errors.contains(part), qPrintable(errors));
+        QCOMPARE(readFile(ownErrors.fileName()), errors.toUtf8());
         QFile written(folder.filePath(u"left"_s));
         const QByteArray content = written.open(QFile::ReadOnly) ? written.readAll() : QByteArray();
         left.replace("%HERE%", QFile::encodeName(QFileInfo(folder.path()).canonicalFilePath()));
