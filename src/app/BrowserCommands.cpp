@@ -247,6 +247,7 @@ void BrowserCommands::goToParentFolder() {
 }
 
 void BrowserCommands::reloadFolder() {
+    _outlets.places.listSelectedAgain();
     if (const FileSystemItem* place = selectedPlace())
         _outlets.images.reloadWithPath(place->fullPath());
 }

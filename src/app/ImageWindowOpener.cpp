@@ -1,19 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/ImageWindowOpener.h"
 
-#include <QCoreApplication>
+#include "app/Texts.h"
+
+#include <QApplication>
 #include <QKeyEvent>
+#include <QLocale>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
-#include <QWidget>
+
+#include <utility>
 
 ImageWindowOpener::ImageWindowOpener(QObject* parent) : QObject(parent), _turn(new QTimer(this)) {
     connect(_turn, &QTimer::timeout, this, &ImageWindowOpener::openNext);
 }
 
 void ImageWindowOpener::open(const QString& nibName, QObject& sender, const QString& path) {
+    if (_question != nullptr) {
+        // The question is of those that wait, not of this.
+        openNow({nibName, &sender, path});
+        return;
+    }
     _waiting.push_back({nibName, &sender, path});
     if (_turn->isActive())
         return;
+    _openedUnasked = 0;
+    start();
+}
+
+void ImageWindowOpener::start() {
     _turn->start();
     QCoreApplication::instance()->installEventFilter(this);
 }
@@ -21,8 +37,36 @@ void ImageWindowOpener::open(const QString& nibName, QObject& sender, const QStr
 void ImageWindowOpener::openNext() {
     const platform::WindowRequest request = _waiting.front();
     _waiting.pop_front();
-    stopIfDone();
+    if (_waiting.empty())
+        stop();
     openNow(request);
+    if (!_waiting.empty() && ++_openedUnasked == mostUnasked)
+        ask();
+}
+
+/// Escape is the question's own meanwhile.
+void ImageWindowOpener::ask() {
+    stop();
+    const QLocale locale;
+    _question = new QMessageBox(
+        QMessageBox::Question, QGuiApplication::applicationDisplayName(),
+        text("OpenManyQuestion")
+            .arg(locale.toString(mostUnasked), locale.toString(static_cast<qulonglong>(_waiting.size()))),
+        QMessageBox::Cancel, QApplication::activeWindow());
+    _question->setInformativeText(text("OpenManyHint"));
+    _question->setAttribute(Qt::WA_DeleteOnClose);
+    _question->setDefaultButton(QMessageBox::Cancel);
+    const auto* goOn = _question->addButton(text("OpenManyGoOn"), QMessageBox::AcceptRole);
+    connect(_question, &QMessageBox::finished, this, [this, goOn] {
+        // It lives on until it is deleted; what is asked for meanwhile is not to wait for its answer.
+        const bool goesOn = std::exchange(_question, nullptr)->clickedButton() == goOn;
+        if (goesOn)
+            start();
+        else
+            _waiting.clear();
+    });
+    _question->setWindowModality(Qt::ApplicationModal);
+    _question->show();
 }
 
 bool ImageWindowOpener::openNow(const platform::WindowRequest& request) {
@@ -44,9 +88,7 @@ void ImageWindowOpener::openInPlaceOf(QWidget& window, const platform::WindowReq
         window.close();
 }
 
-void ImageWindowOpener::stopIfDone() {
-    if (!_waiting.empty())
-        return;
+void ImageWindowOpener::stop() {
     _turn->stop();
     QCoreApplication::instance()->removeEventFilter(this);
 }
@@ -57,7 +99,7 @@ bool ImageWindowOpener::eventFilter(QObject* watched, QEvent* event) {
     if (!isKey || static_cast<QKeyEvent*>(event)->key() != Qt::Key_Escape)
         return QObject::eventFilter(watched, event);
     _waiting.clear();
-    stopIfDone();
+    stop();
     event->accept();
     return true;
 }

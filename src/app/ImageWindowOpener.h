@@ -4,19 +4,24 @@
 #include "platform/desktop/WindowController.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <deque>
 
+class QMessageBox;
 class QTimer;
 
 /// Opens image windows, one per turn of the event loop, so that the program stays usable while many are asked
-/// for; Escape drops those that wait. Each window belongs to itself alone, lives until it is closed, and ends
-/// with the opener at the latest. Main thread only.
+/// for; Escape drops those that wait. Where it is very many, which may be a slip and takes megabytes each,
+/// the user is asked in between whether to go on. Each window belongs to itself alone, lives until it is
+/// closed, and ends with the opener at the latest. Main thread only.
 class ImageWindowOpener : public QObject {
     Q_OBJECT
 
  public:
+    static constexpr int mostUnasked = 50;
+
     explicit ImageWindowOpener(QObject* parent = nullptr);
 
     void open(const QString& nibName, QObject& sender, const QString& path);
@@ -33,8 +38,12 @@ class ImageWindowOpener : public QObject {
  private:
     void openNext();
     bool openNow(const platform::WindowRequest& request);
-    void stopIfDone();
+    void start();
+    void stop();
+    void ask();
 
     std::deque<platform::WindowRequest> _waiting;
     QTimer* _turn;
+    int _openedUnasked = 0;
+    QPointer<QMessageBox> _question;
 };

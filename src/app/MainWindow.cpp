@@ -2,17 +2,16 @@
 #include "app/MainWindow.h"
 
 #include "app/Texts.h"
-#include "platform/PathBytes.h"
 #include "ui/ImageAndTextCell.h"
 #include "ui_MainWindow.h"
 
 #include <QLocale>
 #include <QScreen>
+#include <QTextDocument>
 #include <QTimer>
 
-#include <sys/wait.h>
-
 #include <chrono>
+#include <utility>
 
 namespace {
 
@@ -23,12 +22,6 @@ constexpr int firstPlacesWidth = 240;
 constexpr int firstScriptsHeight = 172;
 /// A load that is over sooner than this shows no sign of being busy, which would only flicker.
 constexpr auto busyDelay = 250ms;
-
-/// A script's name as people say it.
-QString spokenName(const QString& scriptName) {
-    const qsizetype dot = scriptName.lastIndexOf(u'.');
-    return platform::displayablePath(dot > 0 ? scriptName.first(dot) : scriptName);
-}
 
 QString number(std::size_t count) {
     return QLocale().toString(static_cast<qulonglong>(count));
@@ -106,11 +99,10 @@ void MainWindow::restore(const WindowState& state) {
         zoomSlider().setFloatValue(*state.zoom);
 }
 
-void MainWindow::setShownFolder(const QString& name) {
-    const QString title = name.isEmpty() ? QStringLiteral("Tavlin") : name;
-    if (title != windowTitle())
-        _message.clear();
-    setWindowTitle(title);
+void MainWindow::setShownFolder(const QString& path, const QString& name) {
+    setWindowTitle(name.isEmpty() ? QStringLiteral("Tavlin") : name);
+    if (std::exchange(_shownFolder, path) != path)
+        clearMessage();
 }
 
 void MainWindow::setItemCount(std::size_t count) {
@@ -120,8 +112,11 @@ void MainWindow::setItemCount(std::size_t count) {
 
 void MainWindow::setSelectionCount(std::size_t count) {
     _selectionCount = count;
-    _message.clear();
     updateStatus();
+}
+
+void MainWindow::clearMessage() {
+    showMessage({});
 }
 
 void MainWindow::setEmptyReason(EmptyReason reason) {
@@ -145,31 +140,25 @@ void MainWindow::setNumberFound(std::size_t count) {
 }
 
 void MainWindow::showScriptRunning(const QString& scriptName) {
-    _message = text("MainWindowStatusScriptRunning").arg(spokenName(scriptName));
-    updateStatus();
+    showMessage(scriptRunningMessage(scriptName));
     _ui->_statusLabel->repaint();
 }
 
-void MainWindow::showScriptEnded(const QString& scriptName, int status) {
-    const QString name = spokenName(scriptName);
-    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    _message = code == 0 ? text("MainWindowStatusScriptDone").arg(name)
-                         : text("MainWindowStatusScriptFailed").arg(name, QString::number(code));
-    updateStatus();
-}
-
-void MainWindow::showOpeningFailed() {
-    _message = text("MainWindowStatusOpeningFailed");
+void MainWindow::showMessage(const StatusMessage& message) {
+    _message = message;
     updateStatus();
 }
 
 void MainWindow::updateStatus() {
     const bool showsBusy = _isLoading && !_busyDelay->isActive();
     _ui->_busyIndicator->setVisible(showsBusy);
+    _ui->_statusLabel->setToolTip(showsBusy || _message.details.isEmpty()
+                                      ? QString()
+                                      : Qt::convertFromPlainText(_message.details, Qt::WhiteSpaceNormal));
     if (showsBusy)
         _ui->_statusLabel->setText(text("MainWindowStatusFound").arg(number(_numberFound)));
-    else if (!_message.isEmpty())
-        _ui->_statusLabel->setText(_message);
+    else if (!_message.text.isEmpty())
+        _ui->_statusLabel->setText(_message.text);
     else if (_selectionCount > 0)
         _ui->_statusLabel->setText(
             text("MainWindowStatusSelected").arg(number(_selectionCount), number(_itemCount)));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/StatusMessage.h"
 #include "app/WindowState.h"
 
 #include <QMainWindow>
@@ -45,10 +46,12 @@ class MainWindow : public QMainWindow {
     WindowState state() const;
     void restore(const WindowState& state);
 
-    /// The shown folder's display name, for the title; empty for none.
-    void setShownFolder(const QString& name);
+    /// The shown folder, and its display name for the title; empty for none.
+    void setShownFolder(const QString& path, const QString& name);
     void setItemCount(std::size_t count);
     void setSelectionCount(std::size_t count);
+    /// What was done last is said no longer.
+    void clearMessage();
     /// What the grid says while it shows nothing; until the first reason it says nothing.
     void setEmptyReason(EmptyReason reason);
     void setLoading(bool isLoading);
@@ -56,10 +59,8 @@ class MainWindow : public QMainWindow {
     void setNumberFound(std::size_t count);
     /// Says so at once, as the program is blocked until the script has ended.
     void showScriptRunning(const QString& scriptName);
-    /// Stays until the user selects something else. `status`: as wait() answers it.
-    void showScriptEnded(const QString& scriptName, int status);
-    /// No other program has opened or shown a file. Stays as long.
-    void showOpeningFailed();
+    /// Of what was done last: stays until the user does or selects something else.
+    void showMessage(const StatusMessage& message);
 
  Q_SIGNALS:
     void zoomInAsked();
@@ -77,6 +78,7 @@ class MainWindow : public QMainWindow {
     std::size_t _selectionCount = 0;
     std::size_t _numberFound = 0;
     bool _isLoading = false;
-    QString _message;  ///< of what was done last; stays until the user selects something else
+    StatusMessage _message;
+    QString _shownFolder;
     std::optional<EmptyReason> _emptyReason;
 };

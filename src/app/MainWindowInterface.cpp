@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/MainWindowInterface.h"
 
-#include "app/FirstFrame.h"
+#include "app/NextPaint.h"
 #include "app/PictureCommands.h"
+#include "app/StatusMessage.h"
+#include "app/Texts.h"
 #include "app/ZoomSlider.h"
 #include "images/ImageLoad.h"
 #include "platform/desktop/Bundle.h"
@@ -21,8 +23,10 @@
 #include "viewer/ImageWindow.h"
 #include "viewer/ImageWindowController.h"
 
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QSignalBlocker>
+#include <QTimer>
 
 #include <chrono>
 
@@ -33,6 +37,11 @@ Q_LOGGING_CATEGORY(stateCategory, "tavlin.state")
 namespace {
 
 using namespace std::chrono_literals;
+
+/// The scripts, which list themselves by shell commands, wait for the first pictures no longer than this.
+constexpr auto scriptsWaitAtMost = 400ms;
+/// What waits for the first frame waits no longer than this.
+constexpr auto firstFrameWaitAtMost = 1500ms;
 
 /// That all decoders together may take to let go of a volume's files.
 constexpr auto patienceAtRelease = 40ms;
@@ -130,13 +139,15 @@ void MainWindowInterface::connectOutlets() {
     _scripts.setMainWindow(&_window);
     _scripts.setImageBrowserDataSource(&_images);
     _scripts.setRunObservers([this](const QString& name) { _window.showScriptRunning(name); },
-                             [this](const QString& name, int status) {
-                                 _window.showScriptEnded(name, status);
+                             [this](const QString& name, int status, const QString& errors) {
+                                 _window.showMessage(scriptEndedMessage(name, status, errors));
                                  // The grid shows what the script made once the run is over.
                                  QMetaObject::invokeMethod(&_commands, &BrowserCommands::reloadFolder,
                                                            Qt::QueuedConnection);
                              });
 
+    QObject::connect(&_images, &ImageBrowserDataSource::folderEntered, &_window,
+                     [this](const QString& path) { followIntoFolder(path); });
     QObject::connect(&_window.scriptsTable(), &platform::TableView::contextMenuAsked, &_commands,
                      &BrowserCommands::showScriptMenu);
     QObject::connect(&grid, &platform::ImageBrowserView::contextMenuAsked, &_commands,
@@ -157,21 +168,41 @@ void MainWindowInterface::connectZoom() {
 }
 
 void MainWindowInterface::connectStatus() {
-    QObject::connect(&_images, &ImageBrowserDataSource::itemsChanged, &_window, [this] {
-        _window.setItemCount(_images.numberOfImages());
-        const FileSystemItem* place = _commands.selectedPlace();
-        _window.setShownFolder(place == nullptr ? QString() : platform::displayablePath(place->name()));
-        if (place != nullptr && _images.numberOfImages() == 0)
-            _window.setEmptyReason(isListed(place->fullPath()) ? EmptyReason::nothingInIt
-                                                               : EmptyReason::unreadable);
-    });
+    QObject::connect(&_images, &ImageBrowserDataSource::itemsChanged, &_window,
+                     [this] { showWhatIsShown(); });
+    QObject::connect(&_images, &ImageBrowserDataSource::removalsChanged, &_window, &MainWindow::clearMessage);
+    QObject::connect(&_images, &ImageBrowserDataSource::restoringFailed, &_window,
+                     [this](const auto& files) { _window.showMessage(notRestoredMessage(files)); });
     QObject::connect(&_images, &ImageBrowserDataSource::loadingChanged, &_window, &MainWindow::setLoading);
     QObject::connect(&_images, &ImageBrowserDataSource::numberFoundChanged, &_window,
                      &MainWindow::setNumberFound);
     QObject::connect(&_window.grid(), &platform::ImageBrowserView::selectionCountChanged, &_window,
                      &MainWindow::setSelectionCount);
+    QObject::connect(&_window.grid(), &platform::ImageBrowserView::selectedAnew, &_window,
+                     &MainWindow::clearMessage);
     QObject::connect(&platform::Workspace::sharedWorkspace(), &platform::Workspace::openingFailed, &_window,
-                     &MainWindow::showOpeningFailed);
+                     [this] {
+                         _window.showMessage({text("MainWindowStatusOpeningFailed"), {}});
+                     });
+}
+
+/// That may be another folder than the selected one, which is still being loaded, or has no row for it.
+void MainWindowInterface::showWhatIsShown() {
+    _window.setItemCount(_images.numberOfImages());
+    const QString folder = _images.shownPath().value_or(QString());
+    const FileSystemItem* place = _commands.selectedPlace();
+    const bool isSelected = place != nullptr && place->fullPath() == folder;
+    const QString name = isSelected ? place->name() : platform::lastPathComponent(folder);
+    _window.setShownFolder(folder, platform::displayablePath(name));
+    if (!folder.isNull() && _images.numberOfImages() == 0)
+        _window.setEmptyReason(isListed(folder) ? EmptyReason::nothingInIt : EmptyReason::unreadable);
+}
+
+/// A folder that was made since its own folder was listed has no row yet when it is entered.
+void MainWindowInterface::followIntoFolder(const QString& path) {
+    const FileSystemItem* place = _commands.selectedPlace();
+    if (place == nullptr || place->fullPath() != path)
+        _places.revealFolder(path);
 }
 
 /// Before the delegate's own handlers, which are connected at the launch.
@@ -206,12 +237,30 @@ void MainWindowInterface::saveState() {
 
 void MainWindowInterface::awake() {
     _images.awakeFromNib();
-    new FirstFrame(_window, [this] {
-        _notifications.connectToService();
-        platform::guarded("awakeFromNib", [this] {
-            _window.scriptsTable().setDataSource(&_scripts);
-            _scripts.awakeFromNib();
-        });
+    new NextPaint(_window, [this] { comeToLife(); });
+    // Minimised, it is not painted.
+    QTimer::singleShot(firstFrameWaitAtMost, &_window, [this] { comeToLife(); });
+    QObject::connect(
+        &_thumbnails, &platform::ThumbnailQueue::visibleAnswered, &_window,
+        [this] { new NextPaint(*_window.grid().viewport(), [this] { wakeScripts(); }); },
+        Qt::SingleShotConnection);
+}
+
+void MainWindowInterface::comeToLife() {
+    if (std::exchange(_isAlive, true))
+        return;
+    _thumbnails.warmUp();
+    QGuiApplication::setWindowIcon(platform::Bundle::mainBundle().applicationIcon());
+    _notifications.connectToService();
+    QTimer::singleShot(scriptsWaitAtMost, &_window, [this] { wakeScripts(); });
+}
+
+void MainWindowInterface::wakeScripts() {
+    if (std::exchange(_areScriptsAwake, true))
+        return;
+    platform::guarded("awakeFromNib", [this] {
+        _window.scriptsTable().setDataSource(&_scripts);
+        _scripts.awakeFromNib();
     });
 }
 

@@ -27,7 +27,8 @@ class MainWindowInterface : public platform::MainInterface {
     platform::MainMenu& mainMenu() override { return _menu; }
     void restoreState() override;
     void saveState() override;
-    /// The scripts wake after the first frame, as they run shell commands, and the bus is asked then.
+    /// A decoder is started, and the bus asked, after the first frame; the scripts wake, as they run shell
+    /// commands, once the first pictures are shown.
     void awake() override;
     void openPaths(const QStringList& paths) override;
     bool hasDetachedWork() const override;
@@ -42,6 +43,10 @@ class MainWindowInterface : public platform::MainInterface {
     void connectZoom();
     void connectStatus();
     void connectVolumes();
+    void showWhatIsShown();
+    void followIntoFolder(const QString& path);
+    void comeToLife();
+    void wakeScripts();
 
     platform::MainMenu _menu;
     platform::ThumbnailQueue _thumbnails;
@@ -55,5 +60,7 @@ class MainWindowInterface : public platform::MainInterface {
     BrowserCommands _commands;
     PathsOpener _pathsOpener;
     bool _isFirstOpening = true;
+    bool _isAlive = false;  ///< with what comes after the first frame
+    bool _areScriptsAwake = false;
     QString _lastFolder;  ///< of the run before
 };

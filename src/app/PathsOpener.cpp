@@ -4,6 +4,7 @@
 #include "app/ImageWindowOpener.h"
 #include "images/ImageBrowserDataSource.h"
 #include "places/FileBrowserDataSource.h"
+#include "platform/desktop/CommandLine.h"
 #include "platform/FolderReader.h"
 #include "platform/PathBytes.h"
 
@@ -39,8 +40,7 @@ bool PathsOpener::open(const QStringList& paths) {
 
 bool PathsOpener::openFile(const QString& path, const FolderContents& status) {
     if (!status.modificationTime) {
-        std::fprintf(stderr, "tavlin: there is no file or folder \"%s\"\n",
-                     platform::displayablePath(path).toUtf8().constData());
+        std::fputs(platform::nothingThereText(path).constData(), stderr);
         return false;
     }
     if (!status.isFolder)

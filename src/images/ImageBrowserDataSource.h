@@ -4,6 +4,7 @@
 #include "images/ImageMerge.h"
 #include "images/ImageObject.h"
 
+#include "platform/desktop/Recycler.h"
 #include "platform/IndexSet.h"
 #include "platform/views/ImageBrowserView.h"
 
@@ -13,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class FileBrowserDataSource;
 class FileSystemItem;
@@ -87,6 +89,8 @@ class ImageBrowserDataSource : public QObject,
     platform::IndexSet selectedItems() const;
     std::size_t numberOfImages() const { return _images->size(); }
 
+    /// The place whose items are shown; nothing before the first load.
+    const std::optional<QString>& shownPath() const { return _shownPath; }
     /// Whether a load that will be merged is under way, and how many items it has found.
     bool isLoading() const { return _load != nullptr; }
     std::size_t numberFound() const;
@@ -111,7 +115,7 @@ class ImageBrowserDataSource : public QObject,
     void imageBrowserSelectionDidChange(platform::ImageBrowserView& view) override;
 
     /// Brings the files of the last removal back, and those that belong to the shown place into the view,
-    /// selected.
+    /// selected. What could not be brought back can be tried again.
     void undoRemoval();
     bool canUndoRemoval() const;
 
@@ -129,8 +133,12 @@ class ImageBrowserDataSource : public QObject,
     void numberFoundChanged(std::size_t numberFound);
     /// There is more, or less, to undo.
     void removalsChanged();
+    /// These are not back; said last of all that an undo tells.
+    void restoringFailed(const std::vector<platform::NotRestored>& files);
     /// The view has been given a new list.
     void itemsChanged();
+    /// The user went into a folder of the view, whose row is selected now if the outline knows it.
+    void folderEntered(const QString& path);
 
  private:
     void startLoad(const QString& path);

@@ -36,6 +36,7 @@ void ImageBrowserDataSource::openFolderOfItem(std::size_t index, FileSystemItem*
     _fileBrowserOutlineView->expandItem(_fileBrowserOutlineView->itemAtRow(row));
     _fileBrowserOutlineView->selectRow(row, false);
     reloadWithPath(path);
+    Q_EMIT folderEntered(path);
 }
 
 void ImageBrowserDataSource::openSelectedFiles() {

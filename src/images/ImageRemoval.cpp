@@ -99,7 +99,8 @@ void ImageBrowserDataSource::undoRemoval() {
     const platform::BusyPointer busy;
     ImageList come;
     bool needsWalk = false;
-    for (const QString& path : platform::Workspace::sharedWorkspace().recycler().undo()) {
+    const platform::Restoring restoring = platform::Workspace::sharedWorkspace().recycler().undo();
+    for (const QString& path : restoring.restored) {
         come.emplace_back(new ImageObject);
         come.back()->setPath(path);
         needsWalk = needsWalk || (isRecursive() && platform::FolderReader::shared().isFolder(path));
@@ -110,6 +111,8 @@ void ImageBrowserDataSource::undoRemoval() {
     reloadCurrentlyViewedContents();
     if (needsWalk && !isLoading())
         reloadWithPath(_shownPath);
+    if (!restoring.failed.empty())
+        Q_EMIT restoringFailed(restoring.failed);
 }
 
 void ImageBrowserDataSource::showChanges(const ImageList& gone, const ImageList& come) {

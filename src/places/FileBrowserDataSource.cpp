@@ -317,8 +317,19 @@ bool FileBrowserDataSource::revealFolder(const QString& path) {
     if (_fileBrowserOutlineView == nullptr || topLevelItemContaining(folder) == nullptr)
         return false;
     _folderToReveal = folder;
+    _hasListedAgain = false;
     continueReveal();
     return true;
+}
+
+void FileBrowserDataSource::listSelectedAgain() {
+    if (FileSystemItem* item = selectedItem())
+        listAgain(*item);
+}
+
+void FileBrowserDataSource::listAgain(FileSystemItem& item) {
+    item.forgetChildren();
+    _fileBrowserOutlineView->reloadItem(&item, true);
 }
 
 void FileBrowserDataSource::continueReveal() {
@@ -329,9 +340,13 @@ void FileBrowserDataSource::continueReveal() {
         FileSystemItem* child = childContaining(*item, *_folderToReveal);
         if (item->isAwaitingChildren())
             return;
-        if (child == nullptr)
+        if (child == nullptr && std::exchange(_hasListedAgain, true))
             break;
-        item = child;
+        if (child != nullptr) {
+            item = child;
+            continue;
+        }
+        listAgain(*item);  // it may have been made since
     }
     _folderToReveal.reset();
     if (item == nullptr)

@@ -64,12 +64,15 @@ class FileBrowserDataSource : public platform::OutlineViewDataSource, public pla
     /// waits for slow places between turns of the event loop until the user selects something. False when no
     /// top-level place contains the folder.
     bool revealFolder(const QString& path);
+    /// The subfolders of the selected place as they are now.
+    void listSelectedAgain();
 
  private:
     platform::ImageRef iconOfItem(FileSystemItem& item) const;
     bool isUserFolder(const QString& path) const;
     void childrenArrived(FileSystemItem& item);
     FileSystemItem* topLevelItemContaining(const QString& path) const;
+    void listAgain(FileSystemItem& item);
     void continueReveal();
 
     ImageBrowserDataSource* _imageBrowserDataSource = nullptr;
@@ -78,5 +81,6 @@ class FileBrowserDataSource : public platform::OutlineViewDataSource, public pla
 
     std::shared_ptr<FileSystemItem::ChildrenArrived> _childrenArrived;
     std::optional<QString> _folderToReveal;
+    bool _hasListedAgain = false;  ///< a folder, while revealing one that it did not hold
     bool _isSelectingRevealed = false;
 };

@@ -211,6 +211,10 @@ void FileSystemItem::sortChildren(List& list) const {
                      [](const auto& a, const auto& b) { return a->compareModificationTimeStamp(*b) < 0; });
 }
 
+void FileSystemItem::forgetChildren() {
+    _children = NotLoaded();
+}
+
 int FileSystemItem::numberOfChildren() {
     const List* list = std::get_if<List>(&children());
     return list == nullptr ? -1 : static_cast<int>(list->size());

@@ -52,6 +52,8 @@ class FileSystemItem : public platform::OutlineItem, public std::enable_shared_f
 
     /// A list or NotAFolder, never NotLoaded.
     const Children& children();
+    /// They are listed anew at the next demand. The outline has to be told.
+    void forgetChildren();
     /// -1 when this is not a folder, 0 for an empty or unreadable one.
     int numberOfChildren();
     bool isLeaf();

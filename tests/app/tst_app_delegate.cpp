@@ -3,6 +3,7 @@
 #include "images/ImageLoad.h"
 #include "platform/desktop/UserDefaults.h"
 #include "platform/desktop/Workspace.h"
+#include "platform/PathBytes.h"
 #include "platform/views/OutlineView.h"
 #include "settings/PreferenceKeys.h"
 #include "settings/PreferencesDictionary.h"
@@ -179,6 +180,20 @@ class TestAppDelegate : public QObject {
         QTRY_COMPARE(arrived.size(), 1);
         QCOMPARE(arrived[0][0].toString(), folder);
         QVERIFY(*arrived[0][1].value<platform::ImageRef>() == *known);
+    }
+
+    void aFolderIsEnteredThatHasNoRowYet() {
+        const QString home = qEnvironmentVariable("HOME");
+        const QString fresh = home + u"/fresh"_s;
+        ImageBrowserDataSource& images = mainInterface->images();
+        mainInterface->places().revealFolder(home);
+        QTRY_COMPARE(window().windowTitle(), platform::lastPathComponent(home));
+        QVERIFY(QDir().mkdir(fresh));
+        images.reloadWithPath(home);
+        QTRY_VERIFY(images.indexOfPath(fresh));
+        images.imageBrowserCellWasDoubleClickedAtIndex(window().grid(), *images.indexOfPath(fresh));
+        QTRY_COMPARE(window().windowTitle(), u"fresh"_s);
+        QCOMPARE(selectedPath(), fresh);
     }
 
     void mountSelectsAndExpandsBesideTheSelection() {

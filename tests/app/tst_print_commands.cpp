@@ -15,6 +15,7 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPrintDialog>
+#include <QProcess>
 #include <QProgressDialog>
 #include <QRegularExpression>
 #include <QTimer>
@@ -44,6 +45,16 @@ class PrintCommandsTest : public QObject {
     }
     static QStringList messages(LogLines& log) {
         return log.taken().replaceInStrings(QRegularExpression(u" \\(\\d+\\)"_s), QString());
+    }
+    /// At 96 pixels an inch, 4 for 3 points.
+    static QImage drawnByGhostscript(const QByteArray& eps) {
+        QProcess process;
+        process.start(u"gs"_s, {u"-q"_s, u"-dBATCH"_s, u"-dNOPAUSE"_s, u"-dEPSCrop"_s, u"-sDEVICE=png16m"_s,
+                                u"-r96"_s, u"-sOutputFile=-"_s, u"-"_s});
+        process.write(eps);
+        process.closeWriteChannel();
+        process.waitForFinished();
+        return QImage::fromData(process.readAllStandardOutput());
     }
 
  private Q_SLOTS:
@@ -147,7 +158,12 @@ class PrintCommandsTest : public QObject {
                  QStringList({u"-[ImageWindow dataWithEPSInsideRect:]: Yo!"_s,
                               u"-[ImageWindow dataWithPDFInsideRect:]: Yo!"_s,
                               u"-[ImageWindow frame]: Narf!"_s, u"-[ImageWindow print:]: Yo!"_s}));
-        QVERIFY(eps.startsWith("%!PS-Adobe-3.0 EPSF-3.0\n") && eps.contains("%%BoundingBox: 0 0 450 225\n"));
+        QVERIFY(eps.contains("%%BoundingBox: 0 0 450 225\n"));
+        const QImage drawn = drawnByGhostscript(eps);
+        QCOMPARE(drawn.size(), QSize(600, 300));
+        const QImage shown = window().grab({0, 0, 600, 300}).toImage();
+        for (const QPoint point : {QPoint(20, 40), QPoint(100, 150), QPoint(300, 290), QPoint(590, 10)})
+            QVERIFY(qAbs(qGray(drawn.pixel(point)) - qGray(shown.pixel(point))) < 3);
         QFile file(_paper);
         QVERIFY(file.open(QFile::WriteOnly) && file.write(pdf) == pdf.size() && file.flush());
         QVERIFY(PdfFile(_paper).text().contains(u"General metadata:"_s));

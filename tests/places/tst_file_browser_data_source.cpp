@@ -129,10 +129,16 @@ class TestFileBrowserDataSource : public QObject {
         row("hidden", home(u"Pictures/.cache/x"_s), home(u"Pictures"_s));
         row("a file", home(u"Pictures/2021/file"_s), home(u"Pictures/2021"_s));
         row("no absolute path", u"docs"_s, QString());
+        row("made since its folder was listed", home(u"Pictures/new/x"_s), home(u"Pictures/new/x"_s));
     }
     void revealsFolders() {
         QFETCH(QString, path);
         QFETCH(QString, selected);
+        _source->revealFolder(home(u"Pictures/2021"_s));
+        _outline->deselectRow(_outline->selectedRow());
+        const QString fresh = home(u"Pictures/new"_s);
+        const auto remove = qScopeGuard([&] { QDir(fresh).removeRecursively(); });
+        QVERIFY(!path.startsWith(fresh) || QDir().mkpath(path));
         for (int i = 0; i < 2; ++i) {
             QCOMPARE(_source->revealFolder(path), !selected.isEmpty());
             QCoreApplication::processEvents();
@@ -140,6 +146,17 @@ class TestFileBrowserDataSource : public QObject {
             QCOMPARE(item == nullptr ? QString() : item->fullPath(), selected);
             _outline->reloadData();  // whose second half comes in the next turn
         }
+    }
+
+    void listsTheSelectedPlaceAgain() {
+        _source->revealFolder(home(u"empty"_s));
+        QVERIFY(_source->selectedItem()->isLeaf());
+        QVERIFY(QDir().mkpath(home(u"empty/new"_s)));
+        const auto remove = qScopeGuard([&] { QDir(home(u"empty/new"_s)).removeRecursively(); });
+        _source->listSelectedAgain();
+        QCOMPARE(_source->selectedItem()->fullPath(), home(u"empty"_s));
+        _outline->expandItem(_source->selectedItem());
+        QCOMPARE(itemAtRow(_outline->selectedRow() + 1)->fullPath(), home(u"empty/new"_s));
     }
 
  private:

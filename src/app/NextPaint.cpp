@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/FirstFrame.h"
+#include "app/NextPaint.h"
 
 #include <QEvent>
 #include <QTimer>
 
-FirstFrame::FirstFrame(QWidget& window, std::function<void()> callBack)
-    : QObject(&window), _callBack(std::move(callBack)) {
-    window.installEventFilter(this);
+NextPaint::NextPaint(QWidget& widget, std::function<void()> callBack)
+    : QObject(&widget), _callBack(std::move(callBack)) {
+    widget.installEventFilter(this);
 }
 
-bool FirstFrame::eventFilter(QObject* watched, QEvent* event) {
+bool NextPaint::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Paint) {
         watched->removeEventFilter(this);
         QTimer::singleShot(0, this, [this] {

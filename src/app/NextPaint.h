@@ -6,13 +6,13 @@
 
 #include <functional>
 
-/// Calls back once, from the event loop, after a window has been painted for the first time. A child of the
-/// window. Main thread only.
-class FirstFrame : public QObject {
+/// Calls back once, from the event loop, after a widget has been painted the next time. A child of the
+/// widget. Main thread only.
+class NextPaint : public QObject {
     Q_OBJECT
 
  public:
-    FirstFrame(QWidget& window, std::function<void()> callBack);
+    NextPaint(QWidget& widget, std::function<void()> callBack);
 
  protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
