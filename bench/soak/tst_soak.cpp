@@ -41,6 +41,8 @@ constexpr bool isMemoryOwn = true;
 /// anew when it is wanted. In the short run already, one lost for every tenth action is more.
 constexpr int mostStartedLater = 12;
 constexpr qsizetype actionsTold = 40;
+/// Of pictures; a search among the accessible objects ends before it has been through many more.
+constexpr qsizetype mostWindows = 20;
 
 int numberAsked(const char* variable, int otherwise) {
     return qEnvironmentVariableIsSet(variable) ? qEnvironmentVariableIntValue(variable) : otherwise;
@@ -73,6 +75,9 @@ class Soak : public Journey {
     ProcessFigures steadyFigures() const;
     ProcessFigures figuresAtRest(const ProcessFigures& bound) const;
     void answers();
+    QString whereItStands();
+    QStringList otherWindows() const;
+    void closeOtherWindows();
 
     void key(const char* name) { _desktop->key(QString::fromLatin1(name)); }
     void keys(const QStringList& names);
@@ -292,7 +297,21 @@ void Soak::unmount() {
 
 void Soak::answers() {
     QVERIFY2(_program->isRunning(), "the program has ended");
-    QVERIFY2(_bus->find(u"list"_s, u"Pictures"_s, 20000).isValid(), "the program does not answer");
+    if (!_bus->find(u"list"_s, u"Pictures"_s, 20000).isValid())
+        QFAIL(qPrintable(u"the program does not answer:\n"_s + whereItStands()));
+}
+
+/// Its windows, and each thread's stack where there is a debugger.
+QString Soak::whereItStands() {
+    const QString process = QString::number(_program->processId());
+    QString text = _desktop->run(
+        u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--pid"_s, process, u"getwindowname"_s, u"%@"_s});
+    const OrdinaryUser::Root root;
+    QProcess debugger;
+    debugger.start(u"gdb"_s, {u"-p"_s, process, u"-batch"_s, u"-ex"_s, u"thread apply all bt 16"_s});
+    if (debugger.waitForFinished(120000))
+        text += QString::fromUtf8(debugger.readAllStandardOutput()).right(20000);
+    return text;
 }
 
 void Soak::actFor(std::chrono::seconds duration, int eachAtLeast) {
@@ -308,8 +327,11 @@ void Soak::actFor(std::chrono::seconds duration, int eachAtLeast) {
         _actions[chosen].run();
         _done += u"%1 (%2 ms)"_s.arg(QLatin1StringView(_actions[chosen].name)).arg(taken.elapsed());
         ++times[chosen];
-        if (_done.size() % 25 == 0)
+        if (_done.size() % 25 == 0) {
+            if (otherWindows().size() > mostWindows)
+                closeOtherWindows();
             answers();
+        }
         return !QTest::currentTestFailed();
     };
     for (int round = 0; round < eachAtLeast; ++round)
@@ -321,25 +343,29 @@ void Soak::actFor(std::chrono::seconds duration, int eachAtLeast) {
             return;
 }
 
-/// All windows but the main one closed, the first folder shown to its end, as at the beginning.
-void Soak::comeToRest() {
-    mount();
-    unmount();
-    const auto others = [&] {
-        QStringList windows = _desktop
-                                  ->run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--pid"_s,
-                                                       QString::number(_program->processId())})
-                                  .split(u'\n', Qt::SkipEmptyParts);
-        windows.removeAll(_mainWindow);
-        return windows;
-    };
-    const auto closeOthers = [&] {
-        for (const QString& window : others())
+QStringList Soak::otherWindows() const {
+    QStringList windows = _desktop
+                              ->run(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--pid"_s,
+                                                   QString::number(_program->processId())})
+                              .split(u'\n', Qt::SkipEmptyParts);
+    windows.removeAll(_mainWindow);
+    return windows;
+}
+
+void Soak::closeOtherWindows() {
+    const auto close = [&] {
+        for (const QString& window : otherWindows())
             _desktop->run(u"xdotool"_s, {u"windowactivate"_s, u"--sync"_s, window, u"key"_s, u"--delay"_s,
                                          u"5"_s, u"Escape"_s});
-        return others().isEmpty();
+        return otherWindows().isEmpty();
     };
-    QVERIFY2(QTest::qWaitFor(closeOthers, 30000), "windows stayed open");
+    QVERIFY2(QTest::qWaitFor(close, 60000), "windows stayed open");
+}
+
+/// All windows but the main one closed, the first folder shown to its end, as at the beginning.
+void Soak::comeToRest() {
+    mount();  // what was removed from it can come back then
+    closeOtherWindows();
     showFolder(_folders.constFirst());
     QTRY_VERIFY_WITH_TIMEOUT(isOwnFolderInFront(), 20000);
     _desktop->click({_grid.right() - 12, _grid.bottom() - 8});
@@ -349,6 +375,7 @@ void Soak::comeToRest() {
             break;
         keys({u"ctrl+z"_s, u"ctrl+z"_s, u"ctrl+z"_s});
     }
+    unmount();
 }
 
 /// What the program uses once that stays the same for ten readings in a row.

@@ -4,6 +4,7 @@
 #include "corpus/CorpusTable.h"
 #include "corpus/Expectation.h"
 #include "decoder/TestPictures.h"
+#include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
 #include <sys/stat.h>
@@ -16,11 +17,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray bytesOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// A photograph that is installed with the desktop, made small; the test's own picture without one.
 QImage photograph() {
@@ -39,7 +35,7 @@ QHash<QString, QByteArray> goodFiles() {
         files[u"jpg"_s], testPictures::exifBlock(6, files.value(u"jpg"_s).left(4000)));
     for (const char* format : {"avif", "heic", "jxl"})
         files.insert(QString::fromLatin1(format),
-                     bytesOf(QStringLiteral(TAVLIN_TEST_DATA "/quadrants.") + QLatin1StringView(format)));
+                     readFile(QStringLiteral(TAVLIN_TEST_DATA "/quadrants.") + QLatin1StringView(format)));
     files.insert(
         u"svg"_s,
         "<svg xmlns='http://www.w3.org/2000/svg' width='64' height='48'><rect width='9' height='9'/></svg>");
@@ -122,10 +118,7 @@ class CorpusTest : public QObject {
  private:
     QString path(const char* name) const { return _folder.filePath(QString::fromLatin1(name)); }
 
-    void write(const QString& name, const QByteArray& bytes) {
-        QFile file(_folder.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    }
+    void write(const QString& name, const QByteArray& bytes) { writeFile(_folder.filePath(name), bytes); }
 
     /// The photograph as it was made, turned as the JPEG says.
     static std::vector<ReferencePicture> referenceOf(const QString& file) {

@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The machine's faults against the built program: each row says what goes wrong, what the log or the window
 // tells, and afterwards the program must still answer, end well, and have left nothing half-written or lost.
-// Started by root, the rows with mounts run too, and the program is an ordinary user's. What lives elsewhere:
+// Started by root, the rows with mounts run too, and the program is an ordinary user's, but where
+// TAVLIN_FAULTS is "root". What lives elsewhere:
 //   a volume torn off during a load, unmounted with a picture open ......... tst_volume_journey
 //   trash on volumes, full, read-only, a link; files of another user ....... tst_trash
 //   a settings file that is corrupt; no thread left to write it ............ tst_user_defaults
 //   a corrupt state ........................................................ tst_program
-//   decoders that crash, hang, want too much memory ........................ tst_decoder_process,
-//   tst_decoding a volume that does not answer, call by call ............................ tst_folder_reader,
-//   tst_file_browser… everything at random ................................................... tst_soak
+//   decoders that crash, hang, want too much memory ........................ tst_decoderprocess, tst_decoding
+//   a volume that does not answer, call by call ............................ tst_folder_reader
+//   everything at random ................................................... tst_soak
 #include "journeys/Journey.h"
 #include "testing/MountSandbox.h"
 #include "testing/OrdinaryUser.h"
+#include "testing/PrivateBus.h"
 #include "testing/ProcessFigures.h"
+#include "testing/SessionManager.h"
 #include "testing/SilentVolume.h"
 
 #include <sys/mount.h>
@@ -53,8 +56,13 @@ struct Scene {
     QString pictures() const { return path(u"home/albums/pictures"_s); }
     pid_t processId() const { return static_cast<pid_t>(program->processId()); }
     void key(const char* name) const { desktop.key(QString::fromLatin1(name)); }
-    QString windowName() const {
-        return desktop.run(u"xdotool"_s, {u"getactivewindow"_s, u"getwindowname"_s}).trimmed();
+    QString windowName() const { return desktop.activeTitle(); }
+    QString front() const { return desktop.xdotool({u"getactivewindow"_s}); }
+    /// Opens the first picture and waits for its window, which then has the keys.
+    void openPicture() const {
+        key("Home");
+        key("Return");
+        QTRY_VERIFY_WITH_TIMEOUT(!front().isEmpty() && front() != mainWindow, 20000);
     }
 
     const Desktop& desktop;
@@ -65,6 +73,7 @@ struct Scene {
     std::unique_ptr<RunningProgram> program;
     std::unique_ptr<SilentVolume> volume;
     std::shared_ptr<void> others;
+    QString obstacle;  ///< why the row cannot be had here
 };
 
 using Step = std::function<void(Scene&)>;
@@ -133,17 +142,11 @@ void setLimit(const Scene& scene, decltype(RLIMIT_AS) resource, rlim_t value) {
     QCOMPARE(::prlimit(scene.processId(), resource, &within, nullptr), 0);
 }
 
-/// A bus of the row's own, which ends when the row is over.
-std::shared_ptr<QProcess> startBus(Scene& scene) {
-    auto bus = std::make_shared<QProcess>();
-    bus->setProcessEnvironment(scene.environment);
-    bus->start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-    while (bus->state() == QProcess::Running || bus->state() == QProcess::Starting) {
-        if (bus->canReadLine() || !bus->waitForReadyRead(10000))
-            break;
-    }
-    scene.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(bus->readLine().trimmed()));
-    return bus;
+/// A bus of the row's own, which ends when nothing holds it any more.
+void startBus(Scene& scene) {
+    const auto bus = std::make_shared<PrivateBus>();
+    scene.environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromLatin1(bus->address()));
+    scene.others = bus;
 }
 
 /// A socket that takes connections and never says a word.
@@ -174,6 +177,22 @@ QByteArray smallJpeg(const QColor& colour) {
     return buffer.data();
 }
 
+enum class Needs { nothing, mounts, refusals };
+
+/// A row; where there is no time for all (TAVLIN_FAULTS is not set), only one of those that tell most.
+void row(const char* name, Needs needs, const Step& prepare, const Step& during,
+         const QStringList& told = {}) {
+    static const QByteArrayList brief{"disk full",
+                                      "no permission",
+                                      "two programs on the same stores",
+                                      "bus hangs",
+                                      "terminated",
+                                      "no memory for thumbnails",
+                                      "silent volume in the trash"};
+    if (brief.contains(name) || qEnvironmentVariableIsSet("TAVLIN_FAULTS"))
+        QTest::newRow(name) << needs << prepare << during << told;
+}
+
 }  // namespace
 
 class Faults : public Journey {
@@ -188,6 +207,7 @@ class Faults : public Journey {
     void storeRows();
     void folderRows();
     void sessionRows();
+    void logOutRows();
     void resourceRows();
     void silentRows();
     static void answers(Scene& scene);
@@ -197,11 +217,7 @@ class Faults : public Journey {
     std::unique_ptr<Desktop> _desktop;
 };
 
-enum class Needs { nothing, mounts };
-
 void Faults::initTestCase() {
-    if (qEnvironmentVariableIsEmpty("TAVLIN_FAULTS"))
-        QSKIP("a run of its own, up to two minutes: tools/faults");
     _desktop = std::make_unique<Desktop>();
     if (!_desktop->problem().isEmpty())
         QSKIP(qPrintable(_desktop->problem()));
@@ -215,6 +231,7 @@ void Faults::faults_data() {
     storeRows();
     folderRows();
     sessionRows();
+    logOutRows();
     resourceRows();
     silentRows();
 }
@@ -224,48 +241,65 @@ void Faults::storeRows() {
         const OrdinaryUser::Root root;
         QVERIFY(MountSandbox::mountTmpfs(scene.root.path(), "size=4m,mode=777"));
         scene.mounts += scene.root.path();
+        storeSettings(scene, "PreferencesDebugLoggingSettingKey=true");
     };
     const QStringList told{u"The settings cannot be written to"_s, u"was not moved to the trash"_s,
                            u"the window's state could not be kept"_s};
-    QTest::newRow("disk full") << Needs::mounts << Step(onOneDisk) << Step([](Scene& scene) {
-        fill(scene.root.path());
-        useEverything(scene);
-        fill(scene.root.path());  // what has been removed since left room
-    }) << told.first(2);
-    QTest::newRow("disk read-only") << Needs::mounts << Step(onOneDisk) << Step([](Scene& scene) {
-        {
-            const OrdinaryUser::Root root;
-            const auto isReadOnly = [&] {  // busy while something is being written
-                return ::mount(nullptr, QFile::encodeName(scene.root.path()).constData(), nullptr,
-                               MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
-            };
-            QVERIFY(QTest::qWaitFor(isReadOnly, 10000));
-        }
-        useEverything(scene);
-    }) << told;
-    QTest::newRow("all stores disappear")
-        << Needs::nothing << Step(nothing) << Step(moveStoresAway) << QStringList();
+    row(
+        "disk full", Needs::mounts, onOneDisk,
+        [](Scene& scene) {
+            // The scripts' commands have left the temporary folder.
+            QTRY_VERIFY_WITH_TIMEOUT(scene.program->log().join(u'\n').contains(u"Awaking done!"), 20000);
+            fill(scene.root.path());
+            useEverything(scene);
+            fill(scene.root.path());  // what has been removed since left room
+        },
+        told.first(2));
+    row(
+        "disk read-only", Needs::mounts,
+        [onOneDisk](Scene& scene) {
+            onOneDisk(scene);
+#if defined(__SANITIZE_THREAD__)
+            scene.obstacle = u"the sanitizer keeps a file of its own open there: the disk stays busy"_s;
+#endif
+        },
+        [](Scene& scene) {
+            {
+                const OrdinaryUser::Root root;
+                const auto isReadOnly = [&] {  // busy while something is being written
+                    return ::mount(nullptr, QFile::encodeName(scene.root.path()).constData(), nullptr,
+                                   MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
+                };
+                QVERIFY(QTest::qWaitFor(isReadOnly, 10000));
+            }
+            useEverything(scene);
+        },
+        told);
+    row("all stores disappear", Needs::nothing, nothing, moveStoresAway);
 }
 
 void Faults::folderRows() {
     const auto reload = [](Scene& scene) {
         scene.key("F5");
     };
-    QTest::newRow("folder vanishes in a load") << Needs::nothing << Step(makeTree) << Step([](Scene& scene) {
+    row("folder vanishes in a load", Needs::nothing, makeTree, [](Scene& scene) {
         scene.key("F5");
         QVERIFY(QFile::rename(scene.pictures(), scene.pictures() + u" gone"_s));
-    }) << QStringList();
-    QTest::newRow("unmounted by force in a decode") << Needs::mounts << Step([](Scene& scene) {
-        const OrdinaryUser::Root root;
-        QVERIFY(QDir().mkpath(scene.pictures()));
-        QVERIFY(MountSandbox::mountTmpfs(scene.pictures(), "mode=777"));
-    }) << Step([](Scene& scene) {
-        scene.key("Home");
-        scene.key("Return");
-        const OrdinaryUser::Root root;
-        QVERIFY(MountSandbox::unmount(scene.pictures()));
-    }) << QStringList();
-    QTest::newRow("no permission") << Needs::nothing << Step(nothing) << Step([](Scene& scene) {
+    });
+    row(
+        "unmounted by force in a decode", Needs::mounts,
+        [](Scene& scene) {
+            const OrdinaryUser::Root root;
+            QVERIFY(QDir().mkpath(scene.pictures()));
+            QVERIFY(MountSandbox::mountTmpfs(scene.pictures(), "mode=777"));
+        },
+        [](Scene& scene) {
+            scene.openPicture();
+            scene.key("ctrl+1");
+            const OrdinaryUser::Root root;
+            QVERIFY(MountSandbox::unmount(scene.pictures()));
+        });
+    row("no permission", Needs::refusals, nothing, [](Scene& scene) {
         QVERIFY(QFile::setPermissions(scene.pictures() + u"/000.jpg"_s, {}));
         scene.key("ctrl+plus");
         scene.key("F5");
@@ -276,23 +310,29 @@ void Faults::folderRows() {
                                   u"This folder cannot be read"_s, 20000);
         QVERIFY(QFile::setPermissions(scene.pictures(), QFile::ReadUser | QFile::WriteUser | QFile::ExeUser));
         QVERIFY(QFile::setPermissions(scene.pictures() + u"/000.jpg"_s, QFile::ReadUser | QFile::WriteUser));
-    }) << QStringList();
-    QTest::newRow("loop of links") << Needs::nothing << Step([](Scene& scene) {
-        QVERIFY(QDir().mkpath(scene.pictures()));
-        QVERIFY(QFile::link(scene.pictures(), scene.pictures() + u"/again"_s));
-        QVERIFY(QFile::link(u"round"_s, scene.pictures() + u"/round"_s));
-        recursive(scene);
-    }) << Step(reload) << QStringList();
-    QTest::newRow("loop of mounts") << Needs::mounts << Step([](Scene& scene) {
-        const QString inner = scene.pictures() + u"/inner"_s;
-        QVERIFY(QDir().mkpath(inner));
-        recursive(scene);
-        const OrdinaryUser::Root root;
-        QCOMPARE(::mount(QFile::encodeName(scene.path(u"home"_s)).constData(),
-                         QFile::encodeName(inner).constData(), nullptr, MS_BIND | MS_REC, nullptr),
-                 0);
-        scene.mounts += inner;
-    }) << Step(reload) << QStringList();
+    });
+    row(
+        "loop of links", Needs::nothing,
+        [](Scene& scene) {
+            QVERIFY(QDir().mkpath(scene.pictures()));
+            QVERIFY(QFile::link(scene.pictures(), scene.pictures() + u"/again"_s));
+            QVERIFY(QFile::link(u"round"_s, scene.pictures() + u"/round"_s));
+            recursive(scene);
+        },
+        reload);
+    row(
+        "loop of mounts", Needs::mounts,
+        [](Scene& scene) {
+            const QString inner = scene.pictures() + u"/inner"_s;
+            QVERIFY(QDir().mkpath(inner));
+            recursive(scene);
+            const OrdinaryUser::Root root;
+            QCOMPARE(::mount(QFile::encodeName(scene.path(u"home"_s)).constData(),
+                             QFile::encodeName(inner).constData(), nullptr, MS_BIND | MS_REC, nullptr),
+                     0);
+            scene.mounts += inner;
+        },
+        reload);
 }
 
 void Faults::sessionRows() {
@@ -314,75 +354,116 @@ void Faults::sessionRows() {
             QCOMPARE(scene.program->waitForEnd(20000), number == SIGKILL ? -1 : 0);
         });
     };
-    QTest::newRow("three starts at once") << Needs::nothing << Step(nothing) << Step([](Scene& scene) {
+    row("three starts at once", Needs::nothing, nothing, [](Scene& scene) {
         RunningProgram second(scene.environment, {scene.pictures()});
         RunningProgram third(scene.environment, {scene.pictures()});
         QCOMPARE(second.waitForEnd(20000), 0);
         QCOMPARE(third.waitForEnd(20000), 0);
-    }) << QStringList();
-    QTest::newRow("two programs on the same stores")
-        << Needs::nothing << withBus("disabled:") << Step([](Scene& scene) {
-               RunningProgram second(scene.environment, {scene.pictures()});
-               QTRY_COMPARE_WITH_TIMEOUT(scene.windowName(), u"pictures — Tavlin"_s, 20000);
-               useEverything(scene);
-               QCOMPARE(second.terminate(), 0);
-           })
-        << QStringList();
-    QTest::newRow("no bus") << Needs::nothing << withBus("unix:path=/nonexistent") << Step(useEverything)
-                            << QStringList();
-    QTest::newRow("bus hangs") << Needs::nothing << Step(hangingBus) << Step(useEverything)
-                               << QStringList{u"The session bus does not answer"_s};
-    QTest::newRow("bus dies") << Needs::nothing << Step([](Scene& scene) { scene.others = startBus(scene); })
-                              << Step([](Scene& scene) {
-                                     auto* bus = static_cast<QProcess*>(scene.others.get());
-                                     bus->kill();
-                                     QVERIFY(bus->waitForFinished());
-                                     useEverything(scene);
-                                 })
-                              << QStringList();
-    QTest::newRow("no runtime folder")
-        << Needs::nothing << withRuntime("/nonexistent") << Step(useEverything) << QStringList();
-    QTest::newRow("another user's runtime folder")
-        << Needs::nothing << withRuntime("/root") << Step(useEverything) << QStringList();
+    });
+    row("two programs on the same stores", Needs::nothing, withBus("disabled:"), [](Scene& scene) {
+        RunningProgram second(scene.environment, {scene.pictures()});
+        QTRY_VERIFY_WITH_TIMEOUT(scene.front() != scene.mainWindow, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(scene.windowName(), u"pictures — Tavlin"_s, 20000);
+        useEverything(scene);
+        QCOMPARE(second.terminate(), 0);
+    });
+    row("no bus", Needs::nothing, withBus("unix:path=/nonexistent"), useEverything);
+    row("bus hangs", Needs::nothing, hangingBus, useEverything,
+        QStringList{u"The session bus does not answer"_s});
+    row("bus dies", Needs::nothing, startBus, [](Scene& scene) {
+        scene.others.reset();
+        useEverything(scene);
+    });
+    row("no runtime folder", Needs::nothing, withRuntime("/nonexistent"), useEverything);
+    row("another user's runtime folder", Needs::refusals, withRuntime("/root"), useEverything);
     for (const auto& [name, number] :
          {std::pair("terminated", SIGTERM), std::pair("hung up", SIGHUP), std::pair("killed", SIGKILL)})
-        QTest::newRow(name) << Needs::nothing << Step(makeTree) << signal(number) << QStringList();
+        row(name, Needs::nothing, makeTree, signal(number));
+}
+
+void Faults::logOutRows() {
+    const auto underManager = [](Scene& scene) {
+        makeTree(scene);
+        const auto manager = std::make_shared<SessionManager>(scene.environment);
+        scene.obstacle = manager->problem();
+        scene.others = manager;
+    };
+    for (const bool byHand : {false, true})
+        row(byHand ? "logged out" : "system shuts down", Needs::nothing, underManager,
+            [byHand](Scene& scene) {
+                QVERIFY(QFile::remove(settingsOf(scene)));
+                scene.key("F5");
+                scene.key("ctrl+plus");
+                const auto manager = std::static_pointer_cast<SessionManager>(scene.others);
+                byHand ? manager->logOut(scene.desktop) : manager->systemShutsDown();
+                QCOMPARE(scene.program->waitForEnd(20000), 0);
+                QVERIFY(QFile::exists(settingsOf(scene)));
+                QVERIFY(QFile::exists(scene.path(u"state/tavlin/window.json"_s)));
+            });
 }
 
 void Faults::resourceRows() {
-    QTest::newRow("no memory for thumbnails") << Needs::nothing << Step(nothing) << Step([](Scene& scene) {
+    const auto isOwnMemory = []([[maybe_unused]] Scene& scene) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        scene.obstacle = u"the sanitizer's shadow needs the address space that is to be limited"_s;
+#endif
+    };
+    row("no memory for thumbnails", Needs::nothing, isOwnMemory, [](Scene& scene) {
         const auto pages = ProcessFigures::contentsOf(u"/proc/%1/statm"_s.arg(scene.processId()));
         const rlim_t used = pages.split(' ').value(0).toULongLong() * rlim_t(::sysconf(_SC_PAGESIZE));
         setLimit(scene, RLIMIT_AS, used + (rlim_t{24} << 20));
-        for (const char* key : {"ctrl+plus", "ctrl+plus", "Home", "Return", "ctrl+1"})
+        for (const char* key : {"ctrl+plus", "ctrl+plus"})
             scene.key(key);
-        scene.key("Escape");
+        scene.openPicture();
+        for (const char* key : {"ctrl+1", "Escape"})
+            scene.key(key);
         setLimit(scene, RLIMIT_AS, RLIM_INFINITY);
-    }) << QStringList();
-    QTest::newRow("clock set back") << Needs::nothing << Step([](Scene& scene) {
-        storeSettings(scene, "PreferencesImagesBrowserSortSettingKey=1");
-    }) << Step([](Scene& scene) {
-        ageOf(scene.pictures() + u"/000.jpg"_s, 4'000'000'000);
-        ageOf(scene.pictures() + u"/001.jpg"_s, -4'000);
-        scene.key("ctrl+plus");
-        scene.key("F5");
-        ageOf(settingsOf(scene), 4'000'000'000);
-        useEverything(scene);
-    }) << QStringList();
+    });
+    row(
+        "few descriptors allowed", Needs::nothing,
+        [](Scene& scene) {
+            rlimit own{};
+            QCOMPARE(::getrlimit(RLIMIT_NOFILE, &own), 0);
+            const rlimit low{128, own.rlim_max};
+            QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+            scene.others = std::shared_ptr<void>(nullptr, [own](void*) { ::setrlimit(RLIMIT_NOFILE, &own); });
+        },
+        [](Scene& scene) {
+            const auto isRaised = [&] {  // but for the moments in which it starts another program
+                rlimit limits{};
+                return ::prlimit(scene.processId(), RLIMIT_NOFILE, nullptr, &limits) == 0 &&
+                       limits.rlim_cur == limits.rlim_max;
+            };
+            QTRY_VERIFY_WITH_TIMEOUT(isRaised(), 20000);
+            useEverything(scene);
+        });
+    row(
+        "clock set back", Needs::nothing,
+        [](Scene& scene) { storeSettings(scene, "PreferencesImagesBrowserSortSettingKey=1"); },
+        [](Scene& scene) {
+            ageOf(scene.pictures() + u"/000.jpg"_s, 4'000'000'000);
+            ageOf(scene.pictures() + u"/001.jpg"_s, -4'000);
+            scene.key("ctrl+plus");
+            scene.key("F5");
+            ageOf(settingsOf(scene), 4'000'000'000);
+            useEverything(scene);
+        });
 }
 
 void Faults::silentRows() {
     const auto mounted = [](Scene& scene) {
         const OrdinaryUser::Root root;
         QVERIFY(QDir().mkpath(u"/media/Silent"_s));
+        // The leak checker would wait at the end for every thread to stop, also one that the volume holds.
+        scene.environment.insert(u"ASAN_OPTIONS"_s,
+                                 qEnvironmentVariable("ASAN_OPTIONS") + u":detect_leaks=0"_s);
         scene.volume = std::make_unique<SilentVolume>(
             u"/media/Silent"_s,
             QList<SilentVolume::File>{{"a.jpg", smallJpeg(Qt::red)}, {"b.jpg", smallJpeg(Qt::green)}});
+        scene.obstacle = scene.volume->problem();
     };
     const auto silent = [](const QStringList& keys) {
         return Step([keys](Scene& scene) {
-            if (!scene.volume->problem().isEmpty())
-                QSKIP(qPrintable(scene.volume->problem()));
             RunningProgram second(scene.environment, {u"/media/Silent"_s});
             QCOMPARE(second.waitForEnd(20000), 0);
             const AccessibilityBus bus(scene.desktop);
@@ -390,34 +471,38 @@ void Faults::silentRows() {
             scene.key("Home");
             scene.volume->fallSilent();
             for (const QString& key : keys)
-                scene.desktop.key(key);
+                key == u"Return" ? scene.openPicture() : scene.desktop.key(key);
             RunningProgram third(scene.environment, {scene.pictures()});
-            QCOMPARE(third.waitForEnd(4000), 0);
+            QCOMPARE(third.waitForEnd(20000), 0);
         });
     };
-    QTest::newRow("silent volume in the grid")
-        << Needs::mounts << Step(mounted) << silent({u"F5"_s, u"ctrl+plus"_s, u"F5"_s}) << QStringList();
-    QTest::newRow("silent volume in the outline")
-        << Needs::mounts << Step(mounted) << silent({u"Tab"_s, u"Tab"_s, u"Right"_s, u"Down"_s, u"Up"_s})
-        << QStringList();
-    QTest::newRow("silent volume in an image window")
-        << Needs::mounts << Step(mounted) << silent({u"Return"_s, u"Right"_s, u"Escape"_s}) << QStringList();
-    QTest::newRow("silent volume in the trash") << Needs::mounts << Step(mounted) << silent({u"Delete"_s})
-                                                << QStringList{u"its volume does not answer"_s};
+    row("silent volume in the grid", Needs::mounts, mounted, silent({u"F5"_s, u"ctrl+plus"_s, u"F5"_s}));
+    row("silent volume in the outline", Needs::mounts, mounted,
+        silent({u"Tab"_s, u"Tab"_s, u"Right"_s, u"Down"_s, u"Up"_s}));
+    row("silent volume in an image window", Needs::mounts, mounted,
+        silent({u"Return"_s, u"Right"_s, u"Escape"_s}));
+    row("silent volume in a print", Needs::mounts, mounted, [silent](Scene& scene) {
+        silent({u"Return"_s})(scene);
+        scene.desktop.bringToFront(u"^a.jpg"_s);
+        scene.key("ctrl+p");
+        scene.desktop.bringToFront(u"^Print"_s);
+        scene.key("Return");
+        QTRY_COMPARE_WITH_TIMEOUT(scene.desktop.windows(u"^a.jpg"_s).size(), 2, 20000);  // the progress
+        QCOMPARE(scene.program->terminate(), 0);
+        QVERIFY(QDir(scene.path(u"home"_s)).entryList({u"*.pdf"_s}).isEmpty());
+    });
+    row("silent volume in the trash", Needs::mounts, mounted, silent({u"Delete"_s}),
+        QStringList{u"its volume does not answer"_s});
 }
 
 /// It goes to the folder above and tells so in its title.
 void Faults::answers(Scene& scene) {
     QVERIFY(scene.program->isRunning());
-    // A picture's window may still come to the front.
-    const auto goesUp = [&] {
-        scene.desktop.run(u"xdotool"_s, {u"windowactivate"_s, scene.mainWindow});
-        const QString name = scene.windowName();
-        if (name == u"pictures — Tavlin")
-            scene.key("alt+Up");
-        return name == u"albums — Tavlin" || name == u"home — Tavlin";
-    };
-    QVERIFY(QTest::qWaitFor(goesUp, 20000));
+    QTRY_COMPARE_WITH_TIMEOUT(
+        (scene.desktop.xdotool({u"windowactivate"_s, scene.mainWindow}), scene.windowName()),
+        u"pictures — Tavlin"_s, 20000);
+    scene.key("alt+Up");  // once, as a second would go further up
+    QTRY_COMPARE_WITH_TIMEOUT(scene.windowName(), u"albums — Tavlin"_s, 20000);
     QCOMPARE(scene.program->terminate(), 0);
 }
 
@@ -463,10 +548,14 @@ void Faults::faults() {
     QFETCH(const Step, prepare);
     QFETCH(const Step, during);
     QFETCH(const QStringList, told);
+    if (needs == Needs::refusals && ::geteuid() == 0)
+        QSKIP("root is refused nothing");
     if (needs == Needs::mounts && !MountSandbox::problem().isEmpty())
         QSKIP(qPrintable(MountSandbox::problem()));
     Scene scene(*_desktop);
     prepare(scene);
+    if (!scene.obstacle.isEmpty())
+        QSKIP(qPrintable(scene.obstacle));
     for (const char* folder : {"config", "data", "cache", "state", "tmp"})
         QVERIFY(QDir().mkpath(scene.path(QString::fromLatin1(folder))));
     QVERIFY(QDir().mkpath(scene.pictures()));
@@ -478,7 +567,7 @@ void Faults::faults() {
     QVERIFY(!QTest::currentTestFailed());
     scene.program = std::make_unique<RunningProgram>(scene.environment, QStringList{scene.pictures()});
     QTRY_COMPARE_WITH_TIMEOUT(scene.windowName(), u"pictures — Tavlin"_s, 20000);
-    scene.mainWindow = scene.desktop.run(u"xdotool"_s, {u"getactivewindow"_s}).trimmed();
+    scene.mainWindow = scene.front();
     during(scene);
     if (!QTest::currentTestFailed() && scene.program->isRunning())
         answers(scene);
@@ -497,7 +586,8 @@ int main(int argc, char** argv) {
     if (MountSandbox::problem().isEmpty())
         ::mount("tmpfs", "/media", "tmpfs", 0, "mode=755");
     showProgramToEverybody();
-    OrdinaryUser::become();
+    if (qgetenv("TAVLIN_FAULTS") != "root")
+        OrdinaryUser::become();
     const QGuiApplication application(argc, argv);
     Faults faults;
     const int status = QTest::qExec(&faults, argc, argv);

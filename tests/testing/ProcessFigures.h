@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QString>
 
+#include <algorithm>
+
 /// What a running process uses, as the kernel tells.
 struct ProcessFigures {
     qint64 memory =
@@ -30,6 +32,15 @@ struct ProcessFigures {
                     figures.children += child.toLongLong();
         }
         return figures;
+    }
+
+    /// How many files below the folder this process has open.
+    static qsizetype openFilesBelow(const QString& folder) {
+        const QDir descriptors(QStringLiteral("/proc/self/fd"));
+        const QStringList all = descriptors.entryList(QDir::Files | QDir::System);
+        return std::count_if(all.begin(), all.end(), [&](const QString& each) {
+            return QFile::symLinkTarget(descriptors.filePath(each)).startsWith(folder + u'/');
+        });
     }
 
     QString text() const {

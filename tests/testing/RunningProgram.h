@@ -37,7 +37,7 @@ class RunningProgram {
     /// or died.
     int terminate();
     /// Waits for it to end by itself.
-    int waitForEnd(int milliseconds = 10000);
+    int waitForEnd(int milliseconds = 30000);
 
  private:
     QProcess _process;
