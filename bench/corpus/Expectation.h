@@ -36,8 +36,12 @@ struct ReferencePicture {
 };
 
 /// What libvips and ImageMagick make of the file, in several ways, as none of them is right with every file:
-/// with and without its profile, and with a PNG's gamma. What fails, or is not installed, is left out.
+/// with and without its profile, and with a PNG's gamma. What fails, or is not installed, is left out. Of a
+/// file that was judged by hand, what a third program makes of it, and nothing else.
 std::vector<ReferencePicture> referencesFor(const QString& path);
+
+/// Why neither of the two programs is asked about this file; empty for all but a few, which are named.
+QString judgedFor(const QString& path);
 
 /// What is wrong with a good file's picture and metadata; empty where nothing is. A picture is right when its
 /// size, and its colours within a small distance, are those that one of the references has: they differ among

@@ -29,6 +29,7 @@ constexpr int exitMismatch = 2;
 struct Findings {
     std::vector<CorpusAnswer> answers;
     QStringList mismatches;
+    QStringList judged;    ///< good files compared with what neither of the two usual programs made
     QStringList notShown;  ///< good files of formats that are not promised, and do not come out
     QStringList unknown;   ///< good files of which no program at hand makes a picture, this one included
     int compared = 0;
@@ -51,6 +52,8 @@ void compare(const QString& path, const CorpusFile& file, Findings& findings) {
         return;
     }
     ++findings.compared;
+    if (const QString reason = judgedFor(path); !reason.isEmpty())
+        findings.judged.append(path + QStringLiteral(": ") + reason);
     const QString wrong = mismatch(file, references);
     if (!wrong.isEmpty())
         findings.mismatches.append(path + QStringLiteral(": ") + wrong);
@@ -115,6 +118,7 @@ int main(int argc, char** argv) {
 
     std::printf("%zu files\n\n%s", paths.size(), qUtf8Printable(corpusTable(findings.answers)));
     print("good, but not right", findings.mismatches);
+    print("good, judged by hand", findings.judged);
     print("good, of a format that is not shown", findings.notShown);
     print("good, but of no program's knowledge", findings.unknown);
     print("named in the manifest, but missing", manifest.missing());
