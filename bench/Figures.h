@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,14 @@ inline double processMilliseconds() {
     return clockMilliseconds(CLOCK_PROCESS_CPUTIME_ID);
 }
 
+/// 1000000 as "1,000,000".
+inline std::string withCommas(long number) {
+    std::string text = std::to_string(number);
+    for (auto at = static_cast<std::ptrdiff_t>(text.size()) - 3; at > 0; at -= 3)
+        text.insert(static_cast<std::size_t>(at), ",");
+    return text;
+}
+
 /// The value below which `part` of the values lie.
 inline double quantile(std::vector<double> values, double part) {
     const auto at = static_cast<std::size_t>(std::lround(part * static_cast<double>(values.size() - 1)));
@@ -59,11 +68,15 @@ class Figures {
  public:
     /// `ours` and `floor` were measured in turns; the ratio is that of their medians.
     void ratio(const std::string& what, const std::vector<double>& ours, const std::vector<double>& floor,
-               double limit, const char* unit = "ms") {
+               std::optional<double> limit, const char* unit = "ms") {
         const double mine = median(ours);
         const double least = median(floor);
-        std::printf("| %s | %s | %s | %.2f | %.2f × | %s |\n", what.c_str(), text(mine, unit).c_str(),
-                    text(least, unit).c_str(), mine / least, limit, verdict(mine / least <= limit));
+        std::printf("| %s | %s | %s | %.2f | ", what.c_str(), text(mine, unit).c_str(),
+                    text(least, unit).c_str(), mine / least);
+        if (limit)
+            std::printf("%.2f × | %s |\n", *limit, verdict(mine / least <= *limit));
+        else
+            std::puts("| |");
         std::fflush(stdout);
     }
     void atMost(const std::string& what, double ours, double limit, const char* unit) {

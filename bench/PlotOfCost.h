@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "bench/Figures.h"
+
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -47,7 +49,7 @@ class PlotOfCost {
         const char* colour;
         std::vector<double> values;  ///< µs per entry
     };
-    static constexpr double width = 760, height = 420, left = 70, right = 30, top = 30, bottom = 60;
+    static constexpr double width = 780, height = 420, left = 70, right = 50, top = 30, bottom = 60;
 
     double greatest() const {
         double most = 0;
@@ -67,9 +69,14 @@ class PlotOfCost {
             svg << "<path stroke=\"#dddddd\" d=\"M" << left << ' ' << y(value) << "H" << width - right
                 << "\"/><text text-anchor=\"end\" x=\"" << left - 8 << "\" y=\"" << y(value) + 4 << "\">"
                 << value << "</text>\n";
-        for (long size = std::lround(_sizes.front()); size <= std::lround(_sizes.back()); size *= 10)
-            svg << "<text text-anchor=\"middle\" x=\"" << x(static_cast<double>(size)) << "\" y=\""
-                << height - bottom + 22 << "\">" << size << "</text>\n";
+        for (long size = std::lround(_sizes.front()); size <= std::lround(_sizes.back()); size *= 10) {
+            const double at = x(static_cast<double>(size));
+            svg << "<path stroke=\"#444444\" d=\"M" << at << ' ' << height - bottom
+                << "v5\"/><text text-anchor=\"middle\" x=\"" << at << "\" y=\"" << height - bottom + 22
+                << "\">" << bench::withCommas(size) << "</text>\n";
+        }
+        svg << "<path fill=\"none\" stroke=\"#444444\" d=\"M" << left << ' ' << top << 'V' << height - bottom
+            << 'H' << width - right << "\"/>\n";
         svg << "<text text-anchor=\"middle\" x=\"" << width / 2 << "\" y=\"" << height - 14
             << "\">entries of the folder</text>\n<text x=\"10\" y=\"18\">µs per entry</text>\n";
     }

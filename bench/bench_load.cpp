@@ -216,8 +216,8 @@ void measureMemory(bench::Figures& figures, const Tree& tree, int count) {
     while (ImageLoad::numberRunning() > 0)
         std::this_thread::yield();
     const double perItem = (residentBytes() - before) / static_cast<double>(browser.count());
-    figures.atMost("memory per item at rest, " + std::to_string(count) + " names of 20 characters", perItem,
-                   250, "bytes");
+    figures.atMost("memory per item at rest, " + bench::withCommas(count) + " names of 20 characters",
+                   perItem, 250, "bytes");
 }
 
 void drawPlot(const char* file) {
@@ -248,7 +248,7 @@ int main(int argc, char** argv) {
         const Tree tree(many, Tree::Shape::flat);
         measureMemory(figures, tree, many);  // first of all, in a process that has kept nothing
         const Times times = measure(tree, bench::rounds);
-        figures.ratio("flat folder of " + std::to_string(many), times.first, times.bare, 2.5);
+        figures.ratio("flat folder of " + bench::withCommas(many), times.first, times.bare, 2.5);
         figures.atMost("longest hold-up of the main thread meanwhile, merge included",
                        *std::max_element(times.stalls.begin(), times.stalls.end()), 50, "ms");
     }
@@ -263,7 +263,7 @@ int main(int argc, char** argv) {
         appGlobals->setObjectForKey(true, PreferenceKeys::imageBrowserRecursive);
         const Tree tree(many, Tree::Shape::nested);
         const Times times = measure(tree, bench::rounds);
-        figures.ratio("nested folders of " + std::to_string(many) + ", recursive", times.first, times.bare,
+        figures.ratio("nested folders of " + bench::withCommas(many) + ", recursive", times.first, times.bare,
                       2.5);
         appGlobals->setObjectForKey(false, PreferenceKeys::imageBrowserRecursive);
     }
