@@ -374,7 +374,7 @@ void Faults::sessionRows() {
         scene.others.reset();
         useEverything(scene);
     });
-    row("no runtime folder", Needs::nothing, withRuntime("/nonexistent"), useEverything);
+    row("no runtime folder", Needs::nothing, withRuntime("/proc/nonexistent"), useEverything);
     row("another user's runtime folder", Needs::refusals, withRuntime("/root"), useEverything);
     for (const auto& [name, number] :
          {std::pair("terminated", SIGTERM), std::pair("hung up", SIGHUP), std::pair("killed", SIGKILL)})

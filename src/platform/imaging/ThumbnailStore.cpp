@@ -91,24 +91,46 @@ bool makePrivateFolder(const QString& path) {
            (::mkdir(bytes.constData(), 0700) == 0 || errno == EEXIST);
 }
 
-/// Writes by a temporary file beside it and a rename, so that no reader ever meets half a file. mkostemp
-/// makes the file readable by its owner alone.
-bool replaceFile(const QString& path, const std::function<QByteArray()>& content) {
-    const QByteArray target = bytesFromPath(path);
-    const QString folder = pathByDeletingLastComponent(path);
-    if (!makePrivateFolder(folder))
-        return false;
-    QByteArray temporary = bytesFromPath(folder) + "/.tavlin-XXXXXX";
+/// Gives a file without a name this one; what has it goes, as it speaks of another version of its picture.
+bool nameFile(int descriptor, const QByteArray& target) {
+    const QByteArray source = "/proc/self/fd/" + QByteArray::number(descriptor);
+    const auto linked = [&] {
+        return ::linkat(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), AT_SYMLINK_FOLLOW) == 0;
+    };
+    return linked() || (errno == EEXIST && ::unlink(target.constData()) == 0 && linked());
+}
+
+/// Where the file system has no files without a name. mkostemp makes the file readable by its owner alone.
+bool replaceByRename(const QByteArray& folder, const QByteArray& target, const QByteArray& bytes) {
+    QByteArray temporary = folder + "/.tavlin-XXXXXX";
     ScopedFileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file.isValid())
         return false;
-    const QByteArray bytes = content();
-    const bool written = !bytes.isEmpty() && writeWhole(file.get(), bytes);
+    const bool written = writeWhole(file.get(), bytes);
     const bool closed = ::close(file.release()) == 0;
     if (written && closed && ::rename(temporary.constData(), target.constData()) == 0)
         return true;
     ::unlink(temporary.constData());
     return false;
+}
+
+/// A file gets its name when it is whole: no reader ever meets half a file, and nothing is left of one where
+/// the program ends amid the writing.
+bool replaceFile(const QString& path, const std::function<QByteArray()>& content) {
+    const QString folder = pathByDeletingLastComponent(path);
+    if (!makePrivateFolder(folder))
+        return false;
+    const QByteArray folderBytes = bytesFromPath(folder);
+    const ScopedFileDescriptor file(::open(folderBytes.constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    const bool hasUnnamed = file.isValid();
+    if (!hasUnnamed && errno != EOPNOTSUPP && errno != EISDIR && errno != ENOENT && errno != EINVAL)
+        return false;
+    const QByteArray bytes = content();
+    if (bytes.isEmpty())
+        return false;
+    if (hasUnnamed)
+        return writeWhole(file.get(), bytes) && nameFile(file.get(), bytesFromPath(path));
+    return replaceByRename(folderBytes, bytesFromPath(path), bytes);
 }
 
 QByteArray realPathOf(const QByteArray& path) {
