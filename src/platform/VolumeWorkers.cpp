@@ -30,6 +30,8 @@ bool VolumeWorkers::runUntil(const std::shared_ptr<VolumeJob>& job, Clock::time_
             ++_workers;
         } catch (const std::system_error& e) {
             qCWarning(volumeLog, "no thread to ask a volume: %s", e.what());
+            if (_workers == 0)
+                return false;  // queued, it would keep others from trying
         }
     }
     _queue.push_back(job);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/FolderReader.h"
 #include "platform/VolumeWorkers.h"
+#include "testing/NoThreads.h"
 #include "testing/SlowPlace.h"
 #include "testing/TestMain.h"
 
@@ -73,6 +74,14 @@ class TestFolderReader : public QObject {
         QStringList visited = _slow->visited();
         visited.sort();
         QCOMPARE(visited, expected + QStringList{u"/usr/bin"_s});
+    }
+
+    void asksAgainAfterThereWasNoThread() {
+        _slow->answer();
+        auto none = std::make_unique<NoThreads>();
+        QVERIFY(!ask(u"/usr"_s, _owner));
+        none.reset();
+        QVERIFY(ask(u"/usr"_s, _owner));
     }
 
     void asksAnotherVolumeWhereALinkLeads() {

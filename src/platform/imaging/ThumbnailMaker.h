@@ -6,6 +6,7 @@
 #include "platform/imaging/ThumbnailStore.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 
 namespace platform {
@@ -21,6 +22,7 @@ struct ThumbnailJob {
     Effort effort = Effort::whole;
     std::optional<FileVersion> atHand;  ///< the version shown already at this size: work only for another one
     bool wantsPreview = false;
+    std::uint64_t checkFrom = 0;  ///< work begun for wishes before these may be about an older version
 };
 
 /// What is known of a wish after some work: a value.

@@ -101,7 +101,7 @@ void ThumbnailQueue::Private::addWish(ThumbnailRequest request, bool isVisible,
     if (isServed)
         return;
 
-    ThumbnailJob job{std::move(request), rank, ThumbnailJob::Effort::whole, {}, !entry};
+    ThumbnailJob job{std::move(request), rank, ThumbnailJob::Effort::whole, {}, !entry, checkFrom};
     if (isAtHand && !entry->mayPass)
         job.atHand = entry->version;
     const bool hasPreview = entry && entry->thumbnail.state == Thumbnail::State::preview;

@@ -41,9 +41,10 @@ struct ThumbnailWorkers::Worker {
     std::thread thread;
 
     ThumbnailJob job;
-    bool isBusy = false;     ///< with `job`
-    bool isWanted = false;   ///< `job` still is
-    bool isVisible = false;  ///< the file of `job` is
+    std::uint64_t begunFor = 0;  ///< the wishes
+    bool isBusy = false;         ///< with `job`
+    bool isWanted = false;       ///< `job` still is
+    bool isVisible = false;      ///< the file of `job` is
     bool hasEnded = false;
     Clock::time_point start;
 };
@@ -84,6 +85,7 @@ std::optional<ThumbnailWorkers::Shared::Task> ThumbnailWorkers::Shared::takeTask
     const auto begin = [&](std::deque<ThumbnailJob>& queue, bool isVisible) -> Task {
         worker.job = queue.front();
         queue.pop_front();
+        worker.begunFor = worker.job.rank.wishes;
         worker.isBusy = worker.isWanted = true;
         worker.isVisible = isVisible;
         worker.start = Clock::now();
@@ -154,12 +156,12 @@ void ThumbnailWorkers::Shared::run(Worker& worker) {
     progress.notify_all();
 }
 
-/// Whether a worker is at this very job; it then is that worker's.
+/// Whether a worker is at this very job, with the file as it is now; it then is that worker's.
 bool ThumbnailWorkers::Shared::adopt(const ThumbnailJob& job, bool isVisible) {
     if (job.atHand)
         return false;
     for (const auto& worker : workers) {
-        if (!worker->isBusy || !(worker->job.request == job.request))
+        if (!worker->isBusy || !(worker->job.request == job.request) || worker->begunFor < job.checkFrom)
             continue;
         worker->job.rank = job.rank;
         worker->isWanted = true;

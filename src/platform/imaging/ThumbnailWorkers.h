@@ -30,9 +30,9 @@ class ThumbnailWorkers {
     /// Starts one thread and its decoder, for the first work that is to come.
     void warmUp();
     /// Replaces the work that has not begun. Work under way goes on: a job that asks for the same as one
-    /// under way, and does not check a version, is that one. What is no longer wanted and takes long is
-    /// cancelled. False where the system has no thread for it at all: nothing is done then before the next
-    /// call.
+    /// under way, which has not begun before its `checkFrom`, and does not check a version, is that one. What
+    /// is no longer wanted and takes long is cancelled. False where the system has no thread for it at all:
+    /// nothing is done then before the next call.
     bool setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near);
     /// To be called once that long after the last setJobs(): cancels what was too young for that then.
     void cancelUnwanted();

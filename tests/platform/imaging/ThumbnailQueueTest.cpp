@@ -205,6 +205,22 @@ class ThumbnailQueueTest : public QObject {
                  1);
     }
 
+    /// Files are replaced while their pictures are being made.
+    void takesNothingBegunBeforeAReload() {
+        ThumbnailQueue queue;
+        stopAllDecodersOf(queue);
+        for (int i = 0; i < 30; ++i)
+            QVERIFY(QFile::remove(_folder->filePath(u"many-%1.jpg"_s.arg(i))));
+        const auto changed = writeMany(30, {400, 200});
+        queue.setWanted(changed, {}, true);
+        for (const qint64 child : childProcesses())
+            ::kill(pid_t(child), SIGCONT);
+        const auto isNew = [&](const ThumbnailRequest& request) {
+            return queue.thumbnail(request.path).image.size() == QSize(256, 128);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(changed.begin(), changed.end(), isNew), 20000);
+    }
+
     void memoryIsBounded() {
         constexpr std::size_t limit = 1'500'000;  // bytes: seven thumbnails of 256 by 192
         const auto requests = writeMany(30);

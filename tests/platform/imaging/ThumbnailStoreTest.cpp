@@ -6,10 +6,16 @@
 #include "testing/TestFiles.h"
 #include "testing/TestMain.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <QImageReader>
 
+#include <csignal>
+#include <cstdlib>
 #include <functional>
 
 using namespace Qt::StringLiterals;
@@ -87,6 +93,27 @@ class ThumbnailStoreTest : public QObject {
         for (const auto& [key, value] : expected)
             QCOMPARE(image.text(QString::fromLatin1(key)).toLatin1(), value);
         QVERIFY2(!readFile(path).contains("zTXt"), "not every program reads compressed texts");
+    }
+
+    void leavesNothingOfAKilledWriter() {
+        const ThumbnailStore thumbnails(store());
+        const auto original = makeOriginal(_folder->filePath(u"a.jpg"_s));
+        const QString folder = pathByDeletingLastComponent(thumbnails.thumbnailPath(original->uri, 256));
+        QVERIFY(QDir().mkpath(folder));
+        if (!ScopedFileDescriptor(::open(bytesFromPath(folder).constData(), O_TMPFILE | O_WRONLY, 0600))
+                 .isValid())
+            QSKIP("this file system has no files without a name");
+        const pid_t writer = ::fork();
+        if (writer == 0) {
+            const rlimit amidTheFile{100, 100};
+            ::setrlimit(RLIMIT_FSIZE, &amidTheFile);
+            thumbnails.save(*original, 256, plainImage({256, 128}), {1200, 600});
+            ::_exit(EXIT_SUCCESS);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(writer, &status, 0), writer);
+        QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGXFSZ);
+        QVERIFY(QDir(folder).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
     }
 
     void findsTheSmallestThatSuffices() {
