@@ -4,8 +4,6 @@
 #include <QString>
 #include <QtGlobal>
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <mutex>
 #include <utility>
@@ -28,12 +26,6 @@ void keepMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
 
 void collectLoaderMessages() {
     qInstallMessageHandler(keepMessage);
-}
-
-void silenceStandardError() {
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    ::dup2(STDOUT_FILENO, STDERR_FILENO);
-#endif
 }
 
 QByteArray takeLoaderMessage() {

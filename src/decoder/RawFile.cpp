@@ -31,7 +31,7 @@ TiffFile::Source sourceOf(const InputDevice& device, std::uint64_t base = 0) {
     return [&device, base](std::uint64_t offset, qsizetype bytes) {
         const auto size = static_cast<std::uint64_t>(device.size());
         const bool isWithin = base <= size && offset <= size - base;
-        return isWithin ? device.bytesAt(qint64(base + offset), bytes) : QByteArray();
+        return isWithin ? device.bytesAt(qint64(base) + qint64(offset), bytes) : QByteArray();
     };
 }
 

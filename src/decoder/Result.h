@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "decoder/packing/PackedTexts.h"
 #include "decoder/protocol/Protocol.h"
 
 #include <QByteArray>

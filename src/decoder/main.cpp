@@ -2,37 +2,61 @@
 #include "decoder/confinement/Confinement.h"
 #include "decoder/confinement/Limits.h"
 #include "decoder/confinement/SelfTest.h"
-#include "decoder/Decoding.h"
-#include "decoder/LoaderMessages.h"
-#include "decoder/Server.h"
+#include "decoder/PictureService.h"
+#include "decoder/service/Server.h"
+#include "decoder/stored/StoredThumbnails.h"
 
-#include <QCoreApplication>
-#include <QGuiApplication>
+#include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
 
 namespace {
 
-std::optional<decoder::Role> roleOf(int argc, char** argv) {
+using decoder::Role;
+
+std::optional<Role> roleOf(int argc, char** argv) {
     if (argc != 3 || std::string_view(argv[1]) != "--role")
         return std::nullopt;
-    for (const decoder::Role role : {decoder::Role::common, decoder::Role::rare, decoder::Role::properties}) {
+    for (const Role role : {Role::common, Role::rare, Role::properties, Role::stored}) {
         if (std::string_view(argv[2]) == decoder::roleName(role))
             return role;
     }
     return std::nullopt;
 }
 
-/// Drawings need fonts, and those an application with a display: the one that shows nothing and costs least.
-std::unique_ptr<QCoreApplication> makeApplication(decoder::Role role, int& argc, char** argv) {
-    if (role != decoder::Role::rare)
-        return std::make_unique<QCoreApplication>(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "minimal:enable_fonts");
-    return std::make_unique<QGuiApplication>(argc, argv);
+/// From the module beside this program.
+decoder::Service* makePictureService(Role role, int& argc, char** argv) {
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const auto module = program.parent_path() / decoder::kDecodingModule;
+    void* handle = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        std::fprintf(stderr, "tavlin-decoder: %s\n", ::dlerror());
+        return nullptr;
+    }
+    const auto make =
+        reinterpret_cast<decoder::DecodingFunction>(::dlsym(handle, decoder::kDecodingFunction));
+    return make ? make(role, argc, argv) : nullptr;
+}
+
+std::unique_ptr<decoder::Service> makeService(Role role, int& argc, char** argv) {
+    if (role == Role::stored)
+        return std::make_unique<decoder::StoredThumbnails>();
+    return std::unique_ptr<decoder::Service>(makePictureService(role, argc, argv));
+}
+
+/// Leads standard error to where standard output goes, nowhere: what libraries write there on account of a
+/// picture is neither ours nor harmless on a terminal. A build with sanitizers keeps it for their reports.
+void silenceStandardError() {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    ::dup2(STDOUT_FILENO, STDERR_FILENO);
+#endif
 }
 
 }  // namespace
@@ -48,10 +72,9 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     decoder::setLimits();
-    decoder::collectLoaderMessages();
-    const auto application = makeApplication(*role, argc, argv);
-    if (!decoder::prepare(*role))
+    const auto service = makeService(*role, argc, argv);
+    if (!service)
         return EXIT_FAILURE;
-    decoder::silenceStandardError();
-    return decoder::serve(decoder::kSocketDescriptor, decoder::confine(decoder::kAllProtections));
+    silenceStandardError();
+    return decoder::serve(decoder::kSocketDescriptor, decoder::confine(decoder::kAllProtections), *service);
 }

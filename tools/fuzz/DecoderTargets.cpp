@@ -9,6 +9,7 @@
 #include "decoder/properties/Header.h"
 #include "decoder/properties/IccProfile.h"
 #include "decoder/RawFile.h"
+#include "decoder/stored/StoredThumbnails.h"
 #include "decoder/TestPictures.h"
 #include "decoder/TiffFile.h"
 #include "fuzz/Target.h"
@@ -209,6 +210,25 @@ void examineProfile(const QByteArray& bytes) {
         require(character != u'\n' && character != u'\0', "a profile's name is a single line");
 }
 
+std::vector<QByteArray> storedSeeds() {
+    QImage image = quadrants({16, 12});
+    image.setText(QStringLiteral("Thumb::URI"), QStringLiteral("file:///a"));
+    image.setText(QStringLiteral("Comment"), QString(100, QLatin1Char('a')));
+    return {written(image, "png"), written(image.convertToFormat(QImage::Format_ARGB32), "png")};
+}
+
+void examineStored(const QByteArray& bytes) {
+    const MemoryFile file(bytes);
+    decoder::Request request;
+    request.kind = decoder::RequestKind::storedThumbnail;
+    decoder::Response response;
+    const auto memory = decoder::StoredThumbnails().answer(request, file.descriptor(), response);
+    require(memory.isValid() == (response.status == decoder::Status::picture), "only a picture has memory");
+    const auto layout = decoder::checkedLayout(response, decoder::kMaximumPixelSize);
+    require(!memory.isValid() || (layout && decoder::isSealedMemory(memory.get(), layout->totalBytes)),
+            "a picture's memory is as its figures say");
+}
+
 const fuzzing::Target chunks("chunks", chunkSeeds, examineChunks);
 const fuzzing::Target jpeg("jpeg", jpegSeeds, examineJpeg);
 const fuzzing::Target raw("raw", rawSeeds, examineRaw);
@@ -216,5 +236,6 @@ const fuzzing::Target tiff("tiff", tiffSeeds, examineTiff);
 const fuzzing::Target header("header", headerSeeds, examineHeader);
 const fuzzing::Target inflate("inflate", inflateSeeds, examineInflate);
 const fuzzing::Target profile("profile", profileSeeds, examineProfile);
+const fuzzing::Target stored("stored", storedSeeds, examineStored);
 
 }  // namespace

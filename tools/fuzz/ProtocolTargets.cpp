@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Both sides of the decoder's socket.
-#include "decoder/protocol/PackedProperties.h"
+#include "decoder/packing/PackedProperties.h"
+#include "decoder/packing/PackedTexts.h"
 #include "decoder/protocol/Protocol.h"
 #include "decoder/protocol/SocketMessage.h"
 #include "fuzz/Target.h"

@@ -45,7 +45,8 @@ const sockaddr* generic(const Address& address) {
 template <typename Address>
 ScopedFileDescriptor listener(int family, const Address& address, socklen_t size) {
     ScopedFileDescriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (::bind(socket.get(), generic(address), size) != 0 || ::listen(socket.get(), 8) != 0)
+    if (!socket.isValid() || ::bind(socket.get(), generic(address), size) != 0 ||
+        ::listen(socket.get(), 8) != 0)
         return ScopedFileDescriptor();
     return socket;
 }
@@ -183,7 +184,7 @@ std::unique_ptr<const Stage> Stage::make() {
     std::unique_ptr<Stage> stage(new Stage);
     if (stage->makeFolder(place) && stage->listen())
         return stage;
-    std::perror(("tavlin-decoder: the test has no place in " + place).c_str());
+    std::perror(("tavlin-decoder: the test has no place in " + place + ", or no socket").c_str());
     return nullptr;
 }
 
@@ -200,18 +201,24 @@ bool Stage::makeFolder(const std::string& place) {
     return ::write(made.get(), "content", 7) == 7;
 }
 
+/// Each is reached once, as what fails by itself says nothing of what foils it.
 bool Stage::listen() {
     tcp.sin_family = AF_INET;
     tcp.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     _tcpListener = listener(AF_INET, tcp, sizeof tcp);
     socklen_t size = sizeof tcp;
-    ::getsockname(_tcpListener.get(), reinterpret_cast<sockaddr*>(&tcp), &size);
+    if (!_tcpListener.isValid() ||
+        ::getsockname(_tcpListener.get(), reinterpret_cast<sockaddr*>(&tcp), &size) != 0 ||
+        !connects(AF_INET, tcp, sizeof tcp))
+        return false;
     socketFile = folder + "/socket";
     named = unixAddress(socketFile);
     _namedListener = listener(AF_UNIX, named.address, named.size);
+    if (!_namedListener.isValid() || !connects(AF_UNIX, named.address, named.size))
+        return false;
     abstract = unixAddress('\0' + folder);
     _abstractListener = listener(AF_UNIX, abstract.address, abstract.size);
-    return _tcpListener.isValid() && _namedListener.isValid() && _abstractListener.isValid();
+    return _abstractListener.isValid() && connects(AF_UNIX, abstract.address, abstract.size);
 }
 
 Stage::~Stage() {

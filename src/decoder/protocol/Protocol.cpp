@@ -4,29 +4,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cstring>
-
 namespace decoder {
 
 namespace {
 
 constexpr int kSeals = F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
-constexpr std::uint64_t kMaximumPackedTexts = kMaximumTexts * (kMaximumTextBytes + 2 * sizeof(std::uint32_t));
-
-void appendNumber(QByteArray& bytes, std::size_t number) {
-    const auto value = static_cast<std::uint32_t>(number);
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-std::optional<std::uint32_t> takeNumber(QByteArrayView& bytes) {
-    std::uint32_t value = 0;
-    if (bytes.size() < qsizetype(sizeof value))
-        return std::nullopt;
-    std::memcpy(&value, bytes.data(), sizeof value);
-    bytes = bytes.sliced(sizeof value);
-    return value;
-}
-
 constexpr std::int32_t kLargestCoordinate = 1 << 30;
 
 bool isSane(const Rectangle& it) {
@@ -50,6 +32,8 @@ const char* roleName(Role role) {
             return "rare";
         case Role::properties:
             return "properties";
+        case Role::stored:
+            return "stored";
     }
     return "common";
 }
@@ -100,35 +84,6 @@ bool isSealedMemory(int descriptor, std::uint64_t bytes) {
 
 bool sealMemory(int descriptor) {
     return ::fcntl(descriptor, F_ADD_SEALS, kSeals) == 0;
-}
-
-QByteArray packTexts(const Texts& texts) {
-    QByteArray packed;
-    std::size_t count = 0;
-    for (auto text = texts.cbegin(); text != texts.cend() && count < kMaximumTexts; ++text) {
-        if (static_cast<std::size_t>(text.key().size() + text.value().size()) > kMaximumTextBytes)
-            continue;
-        appendNumber(packed, static_cast<std::size_t>(text.key().size()));
-        appendNumber(packed, static_cast<std::size_t>(text.value().size()));
-        packed.append(text.key()).append(text.value());
-        ++count;
-    }
-    return packed;
-}
-
-std::optional<Texts> unpackTexts(QByteArrayView bytes) {
-    Texts texts;
-    for (std::size_t count = 0; !bytes.isEmpty(); ++count) {
-        const auto keySize = takeNumber(bytes);
-        const auto textSize = takeNumber(bytes);
-        if (count == kMaximumTexts || !keySize || !textSize || *keySize > kMaximumTextBytes ||
-            *textSize > kMaximumTextBytes - *keySize ||
-            qsizetype(*keySize) + qsizetype(*textSize) > bytes.size())
-            return std::nullopt;
-        texts.insert(bytes.first(*keySize).toByteArray(), bytes.sliced(*keySize, *textSize).toByteArray());
-        bytes = bytes.sliced(qsizetype(*keySize) + qsizetype(*textSize));
-    }
-    return texts;
 }
 
 }  // namespace decoder

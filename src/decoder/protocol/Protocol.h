@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
-#include <QHash>
-
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <type_traits>
@@ -25,10 +23,14 @@ inline constexpr int kMaximumLevel = 20;
 inline constexpr int kMaximumFrames = 1 << 20;
 inline constexpr std::size_t kMaximumTexts = 32;
 inline constexpr std::size_t kMaximumTextBytes = 4096;  ///< of one key with its text
+inline constexpr std::uint64_t kMaximumPackedTexts =
+    kMaximumTexts * (kMaximumTextBytes + 2 * sizeof(std::uint32_t));
 
-/// The names of the roles on the command line: `tavlin-decoder --role common`. The common one starts quickly;
-/// the rare one loads the libraries of the rarer formats; that of properties reads metadata and no pixels.
-enum class Role : std::uint16_t { common, rare, properties };
+/// The names of the roles on the command line: `tavlin-decoder --role common`. The common one decodes what
+/// the toolkit does; the rare one loads the libraries of the rarer formats; that of properties reads metadata
+/// and no pixels; the stored one reads the usual thumbnails of the shared store alone, and is there at once.
+enum class Role : std::uint16_t { common, rare, properties, stored };
+inline constexpr std::size_t kRoles = 4;
 const char* roleName(Role role);
 
 /// What confines a decoder, beyond its limits: a set of bits.
@@ -53,7 +55,7 @@ enum class Status : std::uint16_t {
     damaged,
     tooLarge,
     noPreview,
-    otherRole,   ///< the format is for the rare role: ask that one
+    otherRole,   ///< what the stored role leaves to the common one, and that to the rare one
     properties,  ///< the memory holds textBytes bytes of packed properties and nothing else
 };
 
@@ -90,7 +92,7 @@ struct Request {
 static_assert(sizeof(Request) == 64 && std::is_trivially_copyable_v<Request>);
 
 /// The memfd holds stride × height bytes of pixels and then textBytes bytes of packed texts, and nothing
-/// else.
+/// else. Each text is the length of its key and its own, 32 bits each, and then both.
 struct Response {
     std::uint32_t magic = kMagic;
     std::uint16_t version = kVersion;
@@ -134,11 +136,5 @@ std::optional<PictureLayout> checkedLayout(const Response& response, int maximum
 bool isSealedMemory(int descriptor, std::uint64_t bytes);
 /// Seals memory against shrinking, growing, writing and further seals; false when the system refuses.
 bool sealMemory(int descriptor);
-
-using Texts = QHash<QByteArray, QByteArray>;
-/// Texts that fit the bounds, packed; others are left out.
-QByteArray packTexts(const Texts& texts);
-/// The reverse; nothing when the bytes are no packed texts.
-std::optional<Texts> unpackTexts(QByteArrayView bytes);
 
 }  // namespace decoder

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/imaging/DecoderAnswers.h"
 
-#include "decoder/protocol/PackedProperties.h"
+#include "decoder/packing/PackedProperties.h"
+#include "decoder/packing/PackedTexts.h"
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -48,7 +48,7 @@ constexpr int kRequestsBetweenLooks = 16;                        // at the memor
 
 /// Says once in the program's life what its decoders of this role are held by.
 void tellOf(decoder::Protections held, Role role) {
-    static std::array<std::once_flag, 3> said;  // by role
+    static std::array<std::once_flag, decoder::kRoles> said;  // by role
     std::call_once(said[static_cast<std::size_t>(role)], [held, name = decoder::roleName(role)] {
         if ((held & decoder::kAllProtections) == decoder::kAllProtections)
             qCInfo(decoderLog, "the decoders (%s) are behind bars: Landlock and seccomp hold them", name);
@@ -61,6 +61,24 @@ void tellOf(decoder::Protections held, Role role) {
                       "neither Landlock nor seccomp holds the decoders (%s): they are but processes apart",
                       name);
     });
+}
+
+Role roleOf(DecodeRequest::Kind kind) {
+    switch (kind) {
+        case DecodeRequest::Kind::properties:
+            return Role::properties;
+        case DecodeRequest::Kind::storedThumbnail:
+            return Role::stored;
+        default:
+            return Role::common;
+    }
+}
+
+/// The one to be asked where this one cannot; nothing where none can.
+std::optional<Role> nextRole(Role role) {
+    if (role == Role::stored)
+        return Role::common;
+    return role == Role::common ? std::optional(Role::rare) : std::nullopt;
 }
 
 QString senselessAnswer() {
@@ -117,8 +135,8 @@ struct DecoderProcess::Private {
 
     const QString program;
     DecoderHealth& health;
-    const ScopedFileDescriptor cancelled;  // an event: cancel() was called
-    std::array<Worker, 3> workers;         // by role
+    const ScopedFileDescriptor cancelled;         // an event: cancel() was called
+    std::array<Worker, decoder::kRoles> workers;  // by role
     std::atomic<int> commonProcessId = 0;
     std::uint64_t lastId = 0;
 };
@@ -288,14 +306,15 @@ DecodeResult DecoderProcess::Private::result(const Answer& answer, const DecodeR
 
 DecodeResult DecoderProcess::Private::decode(const DecodeRequest& request,
                                              std::chrono::milliseconds deadline) {
-    Role role = request.kind == DecodeRequest::Kind::properties ? Role::properties : Role::common;
+    Role role = roleOf(request.kind);
     int deaths = 0;
     int failedStarts = 0;
     while (true) {
         const auto outcome = ask(role, request, deadline);
         if (const auto* answer = std::get_if<Answer>(&outcome)) {
-            if (answer->response.status == Status::otherRole && role == Role::common) {
-                role = Role::rare;
+            const auto next = answer->response.status == Status::otherRole ? nextRole(role) : std::nullopt;
+            if (next) {
+                role = *next;
                 continue;
             }
             DecodeResult decoded = result(*answer, request, role);
@@ -380,8 +399,8 @@ DecodeResult DecoderProcess::decode(const DecodeRequest& request, std::chrono::m
     return _d->decode(request, deadline);
 }
 
-void DecoderProcess::warmUp() {
-    _d->start(Role::common);
+void DecoderProcess::warmUp(DecodeRequest::Kind kind) {
+    _d->start(roleOf(kind));
 }
 
 void DecoderProcess::cancel() {

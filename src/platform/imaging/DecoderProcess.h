@@ -86,7 +86,8 @@ struct DecodeRequest {
 /// that started it; another thread's next request starts a new one.
 ///
 /// There are several roles: the common decoder serves the everyday formats, a second one, started when the
-/// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG).
+/// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG); metadata
+/// and the shared store's thumbnails have one each.
 class DecoderProcess {
  public:
     /// The tavlin-decoder executable that belongs to this program; set once, before the first decoder.
@@ -101,8 +102,9 @@ class DecoderProcess {
 
     /// Blocks until the answer or the deadline (which counts for each try).
     DecodeResult decode(const DecodeRequest& request, std::chrono::milliseconds deadline);
-    /// Starts the common decoder, so that it is ready when the first request comes; waits for nothing.
-    void warmUp();
+    /// Starts the decoder that serves this kind, so that it is ready when the first request comes; waits for
+    /// nothing.
+    void warmUp(DecodeRequest::Kind kind);
     /// Ends a decode() under way with `cancelled` (the process is killed), and every later one as well, until
     /// forgetCancellation(). Any thread, both: a piece of work of several decodes begins by forgetting what
     /// was meant for the one before it, so that no cancellation between two of them is lost.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "decoder/confinement/Confinement.h"
 #include "decoder/confinement/FileRights.h"
+#include "decoder/packing/PackedTexts.h"
 #include "decoder/protocol/SocketMessage.h"
 #include "platform/FileAccess.h"
 #include "platform/imaging/ChildProcess.h"
@@ -272,7 +273,7 @@ class DecoderProcessTest : public QObject {
         QFETCH(int, requests);
         DecoderProcess process(hostile(QTest::currentDataTag()));
         const auto file = open("picture.png");
-        process.warmUp();
+        process.warmUp(DecodeRequest::Kind::thumbnail);
         const int first = process.processId();
         for (int i = 0; i < requests; ++i) {
             QCOMPARE(process.processId(), first);
@@ -285,7 +286,8 @@ class DecoderProcessTest : public QObject {
     void eachRoleIsHeld() {
         if (!decoder::canBeConfined())
             QSKIP("the sanitizers need what the confinement takes");
-        for (const auto role : {decoder::Role::common, decoder::Role::rare, decoder::Role::properties}) {
+        for (const auto role :
+             {decoder::Role::common, decoder::Role::rare, decoder::Role::properties, decoder::Role::stored}) {
             const auto child = ChildProcess::start(
                 bytesFromPath(_decoder), {"--role", decoder::roleName(role)}, decoder::kSocketDescriptor);
             decoder::Response ready;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "decoder/protocol/PackedProperties.h"
+#include "decoder/packing/PackedProperties.h"
 #include "platform/imaging/DecodeThreads.h"
 #include "testing/LogLines.h"
 #include "testing/NoThreads.h"
