@@ -56,8 +56,8 @@ class ThumbnailMaker {
 
     ThumbnailMaker(const QString& decoderProgram, ThumbnailStore store);
 
-    /// Starts the decoder, so that it is ready when the first work comes.
-    void warmUp() { _decoder.warmUp(); }
+    /// Starts the decoder of this kind, so that it is ready when the first work comes.
+    void warmUp(DecodeRequest::Kind kind) { _decoder.warmUp(kind); }
     Outcome work(const ThumbnailJob& job);
     /// The answer where work() threw: a failure that says nothing of the file.
     static Outcome failed(const ThumbnailJob& job);

@@ -150,7 +150,7 @@ void ThumbnailQueue::Private::askAgain() {
         std::min<std::chrono::milliseconds>(unaskedTimer.intervalAsDuration() * 2, asksAgainAtLeastEvery));
     QStringList paths = wishes.keys();
     std::sort(paths.begin(), paths.end(),
-              [this](const QString& a, const QString& b) { return wishes[a].rank < wishes[b].rank; });
+              [this](const QString& a, const QString& b) { return wishes[a].rank > wishes[b].rank; });
     std::vector<ThumbnailRequest> visible;
     std::vector<ThumbnailRequest> near;
     for (const QString& path : paths) {

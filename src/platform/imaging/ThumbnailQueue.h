@@ -41,9 +41,10 @@ struct Thumbnail {
 /// Contract: setWanted() replaces all earlier wishes; what no longer stands in it is dropped before it
 /// starts, and an answer that comes too late is kept if it fits, and not reported. Every wish that stands is
 /// answered by one thumbnailChanged() with state complete, failed or notImage, at most one with state preview
-/// before it. A wish whose answer is at hand already when it is made (thumbnail() shows it) needs no report;
-/// with checkAgain it is reported if the file turns out to be another version. Reports come from the event
-/// loop, never from within a call. A path that stands several times counts once, where it is most urgent.
+/// before it; one that found no decoder is made again by itself, and reported each time. A wish whose answer
+/// is at hand already when it is made (thumbnail() shows it) needs no report; with checkAgain it is reported
+/// if the file turns out to be another version. Reports come from the event loop, never from within a call. A
+/// path that stands several times counts once, where it is most urgent.
 class ThumbnailQueue : public QObject {
     Q_OBJECT
 

@@ -100,7 +100,8 @@ bool nameFile(int descriptor, const QByteArray& target) {
     return linked() || (errno == EEXIST && ::unlink(target.constData()) == 0 && linked());
 }
 
-/// Where the file system has no files without a name. mkostemp makes the file readable by its owner alone.
+/// Where files without a name cannot be had, or cannot be named. mkostemp makes the file readable by its
+/// owner alone.
 bool replaceByRename(const QByteArray& folder, const QByteArray& target, const QByteArray& bytes) {
     QByteArray temporary = folder + "/.tavlin-XXXXXX";
     ScopedFileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
@@ -128,8 +129,8 @@ bool replaceFile(const QString& path, const std::function<QByteArray()>& content
     const QByteArray bytes = content();
     if (bytes.isEmpty())
         return false;
-    if (hasUnnamed)
-        return writeWhole(file.get(), bytes) && nameFile(file.get(), bytesFromPath(path));
+    if (hasUnnamed && writeWhole(file.get(), bytes) && nameFile(file.get(), bytesFromPath(path)))
+        return true;
     return replaceByRename(folderBytes, bytesFromPath(path), bytes);
 }
 

@@ -27,6 +27,9 @@ Q_LOGGING_CATEGORY(thumbnailLog, "tavlin.thumbnails")
 constexpr std::size_t pendingWriteLimit = std::size_t{32} << 20;
 constexpr auto patienceAtEnd = 1s;
 constexpr auto cancelInterval = 3ms;
+/// After so long without work the decoder of pictures gets ready; before, it would only be in the way of the
+/// first folder's stored thumbnails.
+constexpr auto untilPictures = 250ms;
 
 std::size_t poolSize() {
     return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, 4);
@@ -78,7 +81,7 @@ struct ThumbnailWorkers::Shared {
     void finish(Worker& worker, ThumbnailMaker::Outcome outcome);
     bool adopt(const ThumbnailJob& job, bool isVisible);
     void cancelUnwanted();
-    void run(Worker& worker);
+    void run(Worker& worker, bool warmsUp);
 };
 
 std::optional<ThumbnailWorkers::Shared::Task> ThumbnailWorkers::Shared::takeTask(Worker& worker) {
@@ -132,11 +135,23 @@ void ThumbnailWorkers::Shared::finish(Worker& worker, ThumbnailMaker::Outcome ou
     }
 }
 
-void ThumbnailWorkers::Shared::run(Worker& worker) {
-    guarded("starting a decoder", [&] { worker.maker.warmUp(); });
+void ThumbnailWorkers::Shared::run(Worker& worker, bool warmsUp) {
+    const auto warmUp = [&](DecodeRequest::Kind kind) {
+        guarded("starting a decoder", [&] { worker.maker.warmUp(kind); });
+    };
+    if (warmsUp)
+        warmUp(DecodeRequest::Kind::storedThumbnail);
+    bool isColdToPictures = warmsUp;
     std::unique_lock lock(mutex);
     while (!isStopping) {
         auto task = takeTask(worker);
+        if (!task && isColdToPictures && work.wait_for(lock, untilPictures) == std::cv_status::timeout) {
+            isColdToPictures = false;
+            lock.unlock();
+            warmUp(DecodeRequest::Kind::thumbnail);
+            lock.lock();
+            continue;
+        }
         if (!task) {
             work.wait(lock);
             continue;
@@ -212,12 +227,13 @@ ThumbnailWorkers::~ThumbnailWorkers() {
         thread.join();
 }
 
-void ThumbnailWorkers::startThreads(std::size_t wanted) {
+void ThumbnailWorkers::startThreads(std::size_t wanted, bool warmsUp) {
     Shared& shared = *_shared;
     while (shared.workers.size() < std::min(wanted, poolSize())) {
         auto worker = std::make_unique<Worker>(shared.program, shared.store);
         try {
-            worker->thread = std::thread([shared = _shared, own = worker.get()] { shared->run(*own); });
+            worker->thread =
+                std::thread([shared = _shared, own = worker.get(), warmsUp] { shared->run(*own, warmsUp); });
         } catch (const std::system_error& e) {
             if (!std::exchange(_lacksThreads, true))
                 qCWarning(thumbnailLog, "no thread for thumbnails: %s", e.what());
@@ -230,7 +246,7 @@ void ThumbnailWorkers::startThreads(std::size_t wanted) {
 
 void ThumbnailWorkers::warmUp() {
     const std::lock_guard lock(_shared->mutex);
-    startThreads(1);
+    startThreads(1, true);
 }
 
 bool ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<ThumbnailJob> near) {
@@ -252,7 +268,7 @@ bool ThumbnailWorkers::setJobs(std::vector<ThumbnailJob> visible, std::vector<Th
             shared.near.push_back(std::move(job));
     shared.cancelUnwanted();
     const std::size_t count = visible.size() + near.size();
-    startThreads(count);
+    startThreads(count, false);  // each asks its decoders at once
     shared.work.notify_all();
     return count == 0 || !shared.workers.empty();
 }

@@ -27,7 +27,7 @@ class ThumbnailWorkers {
     ThumbnailWorkers(const ThumbnailWorkers&) = delete;
     ThumbnailWorkers& operator=(const ThumbnailWorkers&) = delete;
 
-    /// Starts one thread and its decoder, for the first work that is to come.
+    /// Starts one thread and its decoders, for the first work that is to come.
     void warmUp();
     /// Replaces the work that has not begun. Work under way goes on: a job that asks for the same as one
     /// under way, which has not begun before its `checkFrom`, and does not check a version, is that one. What
@@ -45,7 +45,7 @@ class ThumbnailWorkers {
  private:
     struct Shared;
     struct Worker;
-    void startThreads(std::size_t wanted);
+    void startThreads(std::size_t wanted, bool warmsUp);
 
     std::shared_ptr<Shared> _shared;
     bool _lacksThreads = false;  ///< which has been told

@@ -74,10 +74,10 @@ class ThumbnailQueueTest : public QObject {
         QCOMPARE(ProcessFigures::of(::getpid()).descriptors, _openBefore);
     }
 
-    void hasDecoderReadyBeforeAnythingIsWanted() {
+    void hasDecodersReadyBeforeAnythingIsWanted() {
         ThumbnailQueue queue;
-        queue.warmUp();
-        QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 1, 20'000);
+        queue.warmUp();  // for what is in the store, and for what is not
+        QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 2, 20'000);
     }
 
     void answersByContent_data() {
@@ -290,13 +290,16 @@ class ThumbnailQueueTest : public QObject {
 
     /// No further wish is needed.
     void servesAfterThereWasNoThread() {
-        const auto wanted = writeMany(1);
+        const auto wanted = writeMany(12);
         ThumbnailQueue queue;
+        record(queue);
         {
             const NoThreads now;
             queue.setWanted(wanted, {});
         }
-        QTRY_COMPARE_WITH_TIMEOUT(queue.thumbnail(wanted.front().path).state, State::complete, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(_reports.size(), wanted.size(), 20000);
+        QVERIFY2(_reports.front().first != wanted.back().path, "the least urgent came first");
+        QCOMPARE(queue.thumbnail(wanted.front().path).state, State::complete);
     }
 
     /// With every decoder stopped at what is wanted no longer, and no further wishes.
