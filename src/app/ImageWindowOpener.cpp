@@ -10,6 +10,8 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 ImageWindowOpener::ImageWindowOpener(QObject* parent) : QObject(parent), _turn(new QTimer(this)) {
@@ -17,11 +19,6 @@ ImageWindowOpener::ImageWindowOpener(QObject* parent) : QObject(parent), _turn(n
 }
 
 void ImageWindowOpener::open(const QString& nibName, QObject& sender, const QString& path) {
-    if (_question != nullptr) {
-        // The question is of those that wait, not of this.
-        openNow({nibName, &sender, path});
-        return;
-    }
     _waiting.push_back({nibName, &sender, path});
     if (_turn->isActive())
         return;
@@ -37,33 +34,37 @@ void ImageWindowOpener::start() {
 void ImageWindowOpener::openNext() {
     const platform::WindowRequest request = _waiting.front();
     _waiting.pop_front();
-    if (_waiting.empty())
+    if (_waiting.empty()) {
         stop();
+        _mayOpenAll = false;
+    }
     openNow(request);
-    if (!_waiting.empty() && ++_openedUnasked == mostUnasked)
+    if (!_waiting.empty() && ++_openedUnasked >= mostUnasked && !_mayOpenAll && _question == nullptr)
         ask();
 }
 
-/// Escape is the question's own meanwhile.
+/// The question is of those that wait now, not of what is asked for meanwhile.
 void ImageWindowOpener::ask() {
     stop();
+    _held = std::exchange(_waiting, {});
     const QLocale locale;
     _question = new QMessageBox(
         QMessageBox::Question, QGuiApplication::applicationDisplayName(),
         text("OpenManyQuestion")
-            .arg(locale.toString(mostUnasked), locale.toString(static_cast<qulonglong>(_waiting.size()))),
+            .arg(locale.toString(mostUnasked), locale.toString(static_cast<qulonglong>(_held.size()))),
         QMessageBox::Cancel, QApplication::activeWindow());
     _question->setInformativeText(text("OpenManyHint"));
     _question->setAttribute(Qt::WA_DeleteOnClose);
     _question->setDefaultButton(QMessageBox::Cancel);
     const auto* goOn = _question->addButton(text("OpenManyGoOn"), QMessageBox::AcceptRole);
     connect(_question, &QMessageBox::finished, this, [this, goOn] {
-        // It lives on until it is deleted; what is asked for meanwhile is not to wait for its answer.
         const bool goesOn = std::exchange(_question, nullptr)->clickedButton() == goOn;
-        if (goesOn)
+        if (goesOn && !_held.empty()) {
+            std::move(_held.begin(), _held.end(), std::back_inserter(_waiting));
+            _mayOpenAll = true;
             start();
-        else
-            _waiting.clear();
+        }
+        _held.clear();
     });
     _question->setWindowModality(Qt::ApplicationModal);
     _question->show();
@@ -95,10 +96,13 @@ void ImageWindowOpener::stop() {
 
 /// Escape arrives as a shortcut first, and would close the window in front.
 bool ImageWindowOpener::eventFilter(QObject* watched, QEvent* event) {
+    if (_question != nullptr)
+        return false;  // Escape is its own
     const bool isKey = event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride;
     if (!isKey || static_cast<QKeyEvent*>(event)->key() != Qt::Key_Escape)
         return QObject::eventFilter(watched, event);
     _waiting.clear();
+    _mayOpenAll = false;
     stop();
     event->accept();
     return true;

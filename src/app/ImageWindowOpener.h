@@ -43,7 +43,9 @@ class ImageWindowOpener : public QObject {
     void ask();
 
     std::deque<platform::WindowRequest> _waiting;
+    std::deque<platform::WindowRequest> _held;  ///< until the question is answered
     QTimer* _turn;
     int _openedUnasked = 0;
+    bool _mayOpenAll = false;  ///< that wait, as the user said
     QPointer<QMessageBox> _question;
 };

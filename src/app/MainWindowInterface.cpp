@@ -38,8 +38,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The scripts, which list themselves by shell commands, wait for the first pictures no longer than this.
-constexpr auto scriptsWaitAtMost = 400ms;
+/// The bus, and the scripts, which list themselves by shell commands, wait for the first pictures no longer
+/// than this.
+constexpr auto restWaitsAtMost = 400ms;
 /// What waits for the first frame waits no longer than this.
 constexpr auto firstFrameWaitAtMost = 1500ms;
 
@@ -202,7 +203,7 @@ void MainWindowInterface::showWhatIsShown() {
 void MainWindowInterface::followIntoFolder(const QString& path) {
     const FileSystemItem* place = _commands.selectedPlace();
     if (place == nullptr || place->fullPath() != path)
-        _places.revealFolder(path);
+        _places.revealFolder(path, place);
 }
 
 /// Before the delegate's own handlers, which are connected at the launch.
@@ -242,7 +243,7 @@ void MainWindowInterface::awake() {
     QTimer::singleShot(firstFrameWaitAtMost, &_window, [this] { comeToLife(); });
     QObject::connect(
         &_thumbnails, &platform::ThumbnailQueue::visibleAnswered, &_window,
-        [this] { new NextPaint(*_window.grid().viewport(), [this] { wakeScripts(); }); },
+        [this] { new NextPaint(*_window.grid().viewport(), [this] { wakeRest(); }); },
         Qt::SingleShotConnection);
 }
 
@@ -251,13 +252,13 @@ void MainWindowInterface::comeToLife() {
         return;
     _thumbnails.warmUp();
     QGuiApplication::setWindowIcon(platform::Bundle::mainBundle().applicationIcon());
-    _notifications.connectToService();
-    QTimer::singleShot(scriptsWaitAtMost, &_window, [this] { wakeScripts(); });
+    QTimer::singleShot(restWaitsAtMost, &_window, [this] { wakeRest(); });
 }
 
-void MainWindowInterface::wakeScripts() {
-    if (std::exchange(_areScriptsAwake, true))
+void MainWindowInterface::wakeRest() {
+    if (std::exchange(_isRestAwake, true))
         return;
+    _notifications.connectToService();
     platform::guarded("awakeFromNib", [this] {
         _window.scriptsTable().setDataSource(&_scripts);
         _scripts.awakeFromNib();

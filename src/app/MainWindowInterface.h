@@ -27,7 +27,7 @@ class MainWindowInterface : public platform::MainInterface {
     platform::MainMenu& mainMenu() override { return _menu; }
     void restoreState() override;
     void saveState() override;
-    /// A decoder is started, and the bus asked, after the first frame; the scripts wake, as they run shell
+    /// A decoder is started after the first frame; the bus is asked, and the scripts wake, which run shell
     /// commands, once the first pictures are shown.
     void awake() override;
     void openPaths(const QStringList& paths) override;
@@ -46,7 +46,7 @@ class MainWindowInterface : public platform::MainInterface {
     void showWhatIsShown();
     void followIntoFolder(const QString& path);
     void comeToLife();
-    void wakeScripts();
+    void wakeRest();
 
     platform::MainMenu _menu;
     platform::ThumbnailQueue _thumbnails;
@@ -60,7 +60,7 @@ class MainWindowInterface : public platform::MainInterface {
     BrowserCommands _commands;
     PathsOpener _pathsOpener;
     bool _isFirstOpening = true;
-    bool _isAlive = false;  ///< with what comes after the first frame
-    bool _areScriptsAwake = false;
-    QString _lastFolder;  ///< of the run before
+    bool _isAlive = false;      ///< with what comes after the first frame
+    bool _isRestAwake = false;  ///< what comes after the first pictures
+    QString _lastFolder;        ///< of the run before
 };

@@ -73,7 +73,7 @@ class ImageWindowOpenerTest : public QObject {
         QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
         QCOMPARE(openPaths.size(), ImageWindowOpener::mostUnasked);
         opener.open(QStringLiteral("Fake"), opener, QStringLiteral("one more"));
-        QCOMPARE(openPaths.constLast(), QStringLiteral("one more"));
+        QTRY_COMPARE(openPaths.constLast(), QStringLiteral("one more"));
         auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         const auto buttons = question->buttons();
         const auto goOn = std::find_if(buttons.begin(), buttons.end(), [question](QAbstractButton* button) {
