@@ -15,6 +15,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 using platform::OutlineItem;
@@ -286,12 +287,13 @@ bool FileBrowserDataSource::isUserFolder(const QString& path) const {
 
 FileSystemItem* FileBrowserDataSource::topLevelItemContaining(const QString& path) const {
     FileSystemItem* best = nullptr;
-    std::pair<bool, qsizetype> bestRank;
+    std::tuple<bool, bool, qsizetype> bestRank;
     for (int row = 0; row < _fileBrowserOutlineView->numberOfRows(); ++row) {
         FileSystemItem* item = fileSystemItem(_fileBrowserOutlineView->itemAtRow(row));
         if (item == nullptr || item->parent() != nullptr || !platform::isBelowFolder(path, item->fullPath()))
             continue;
-        const std::pair rank(isUserFolder(item->fullPath()), item->fullPath().size());
+        const std::tuple rank(item->fullPath() == _branchToReveal, isUserFolder(item->fullPath()),
+                              item->fullPath().size());
         if (best == nullptr || rank >= bestRank) {
             best = item;
             bestRank = rank;
@@ -310,7 +312,11 @@ void FileBrowserDataSource::renamePlace(const QString& path, const QString& name
     }
 }
 
-bool FileBrowserDataSource::revealFolder(const QString& path) {
+bool FileBrowserDataSource::revealFolder(const QString& path, const FileSystemItem* near) {
+    const FileSystemItem* branch = near;
+    while (branch != nullptr && branch->parent() != nullptr)
+        branch = branch->parent();
+    _branchToReveal = branch == nullptr ? QString() : branch->fullPath();
     QString folder = path;
     while (folder.size() > 1 && folder.endsWith(u'/'))
         folder.chop(1);

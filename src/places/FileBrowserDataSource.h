@@ -60,10 +60,10 @@ class FileBrowserDataSource : public platform::OutlineViewDataSource, public pla
     void reloadContentsOfSelectedItem();
 
     /// Opens the outline down to a folder (an absolute path) and selects its row, or that of its deepest
-    /// ancestor that the outline can show. It starts at the home or the pictures folder before a volume, and
-    /// waits for slow places between turns of the event loop until the user selects something. False when no
-    /// top-level place contains the folder.
-    bool revealFolder(const QString& path);
+    /// ancestor that the outline can show. It starts in the branch of `near` before the home or the pictures
+    /// folder, and there before a volume, and waits for slow places between turns of the event loop until the
+    /// user selects something. False when no top-level place contains the folder.
+    bool revealFolder(const QString& path, const FileSystemItem* near = nullptr);
     /// The subfolders of the selected place as they are now.
     void listSelectedAgain();
 
@@ -81,6 +81,7 @@ class FileBrowserDataSource : public platform::OutlineViewDataSource, public pla
 
     std::shared_ptr<FileSystemItem::ChildrenArrived> _childrenArrived;
     std::optional<QString> _folderToReveal;
+    QString _branchToReveal;       ///< the top-level place to reveal it in, if that holds it; null for any
     bool _hasListedAgain = false;  ///< a folder, while revealing one that it did not hold
     bool _isSelectingRevealed = false;
 };
