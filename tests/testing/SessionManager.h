@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QSysInfo>
 #include <QTest>
 
@@ -18,6 +19,10 @@
 class SessionManager {
  public:
     explicit SessionManager(QProcessEnvironment& environment) {
+        if (QStandardPaths::findExecutable(QStringLiteral("xsm")).isEmpty()) {
+            _problem = QStringLiteral("no session manager (x11-session-utils)");
+            return;
+        }
         ::mkdir("/tmp/.ICE-unix", 01777);  // where the system has not
         ::chmod("/tmp/.ICE-unix", 01777);
         const QString home = environment.value(QStringLiteral("HOME"));

@@ -21,6 +21,8 @@ Q_LOGGING_CATEGORY(trashLog, "tavlin.trash")
 
 /// A disk that sleeps may take longer: then the next try finds it awake.
 constexpr std::chrono::milliseconds patienceWithVolume(1000);
+/// Of further folders, once one has kept silent: they are most likely on the same volume.
+constexpr std::chrono::milliseconds patienceAfterSilence(40);
 
 const TrashFailure silence{ETIMEDOUT, QStringLiteral("its volume does not answer")};
 
@@ -53,10 +55,12 @@ Recycler::Batch::~Batch() {
 
 /// What follows blocks the main thread: a volume that has fallen silent would hold it for ever.
 bool Recycler::answers(const QString& folder) {
-    auto known = _answering.find(folder);
-    if (known == _answering.end())
-        known = _answering.insert(folder, FolderReader::shared().answersWithin(folder, patienceWithVolume));
-    return *known;
+    const auto known = _answering.constFind(folder);
+    if (known != _answering.cend())
+        return *known;
+    const bool hasMetSilence = std::find(_answering.cbegin(), _answering.cend(), false) != _answering.cend();
+    const auto patience = hasMetSilence ? patienceAfterSilence : patienceWithVolume;
+    return *_answering.insert(folder, FolderReader::shared().answersWithin(folder, patience));
 }
 
 int Recycler::recycle(const QString& path) {

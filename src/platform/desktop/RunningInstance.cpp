@@ -57,8 +57,9 @@ int millisecondsUntil(Clock::time_point deadline) {
 }
 
 /// Logs an error and frees it. The toolkit would wait much longer for a bus that has not answered in time,
-/// with no window yet: it is left alone then. The environment alone tells the toolkit so; the one other
-/// thread then, which GLib has for the bus that failed, may read it meanwhile, which is accepted.
+/// with no window yet: it is left alone then. The environment alone tells the toolkit so; other threads
+/// then (GLib's for the bus that failed, idle ones that asked for paths) may read it meanwhile, which is
+/// accepted.
 void report(const char* what, GError* error) {
     qCInfo(instanceLog, "%s: %s", what, error == nullptr ? "" : error->message);
     if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) != FALSE ||

@@ -32,10 +32,10 @@ QByteArray epsOf(const QImage& pixels, const QSizeF& points) {
         "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 " + QByteArray::number(qCeil(points.width())) + ' ' +
         QByteArray::number(qCeil(points.height())) + "\n%%LanguageLevel: 3\n%%EndComments\ngsave\n" +
         QByteArray::number(points.width()) + ' ' + QByteArray::number(points.height()) +
-        " scale\n/DeviceRGB setcolorspace\n<< /ImageType 1 /BitsPerComponent 8 /Width " + width +
-        " /Height " + height + " /ImageMatrix [" + width + " 0 0 -" + height + " 0 " + height +
-        "] /Decode [0 1 0 1 0 1]\n/DataSource currentfile /ASCIIHexDecode filter /FlateDecode "
-        "filter >> image\n";
+        " scale\n/DeviceRGB setcolorspace\n/digits currentfile /ASCIIHexDecode filter def\n{ << /ImageType 1 "
+        "/BitsPerComponent 8 /Width " +
+        width + " /Height " + height + " /ImageMatrix [" + width + " 0 0 -" + height + " 0 " + height +
+        "] /Decode [0 1 0 1 0 1]\n/DataSource digits /FlateDecode filter >> image digits flushfile } exec\n";
     constexpr qsizetype longestLine = 128;
     for (qsizetype at = 0; at < digits.size(); at += longestLine)
         result += digits.mid(at, longestLine) + '\n';

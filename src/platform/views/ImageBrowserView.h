@@ -133,7 +133,8 @@ class ImageBrowserView : public QAbstractItemView {
     /// The user zoomed by wheel, pinch or key; the slider follows.
     void zoomValueChanged(float zoom);
     void selectionCountChanged(std::size_t count);
-    /// Others are selected now, be they as many, and not only since a reload took some away.
+    /// The user or a call selected others, also where these are as many. Not sent where a reload took some
+    /// away.
     void selectedAnew();
     /// A context menu is asked for at a global position.
     void contextMenuAsked(QPoint globalPosition);
