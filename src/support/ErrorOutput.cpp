@@ -2,10 +2,8 @@
 #include "support/ErrorOutput.h"
 
 #include "platform/FileAccess.h"
-#include "platform/PathBytes.h"
-#include "platform/TemporaryFolder.h"
 
-#include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,14 +29,7 @@ void blockAllSignals() {
 
 }  // namespace
 
-ErrorOutput::ErrorOutput() {
-    const QString folder = platform::temporaryFolder();
-    if (folder.isNull())
-        return;
-    _path = platform::bytesFromPath(folder) + "errors.tmp";
-    ::unlink(_path.constData());
-    _file = platform::ScopedFileDescriptor(
-        ::open(_path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+ErrorOutput::ErrorOutput() : _file(::memfd_create("errors", MFD_CLOEXEC)) {
     if (!_file.isValid())
         return;
     try {
@@ -47,7 +38,7 @@ ErrorOutput::ErrorOutput() {
             handOnUntilDone();
         });
     } catch (const std::system_error&) {
-        ::unlink(_path.constData());
+        _file.reset();
     }
 }
 
@@ -55,12 +46,12 @@ ErrorOutput::~ErrorOutput() {
     take();
 }
 
+/// Opened anew, for appending: the command may write from several processes.
 QByteArray ErrorOutput::redirection() const {
     if (!_thread.joinable())
         return {};
-    QByteArray quoted = _path;
-    quoted.replace('\'', "'\\''");
-    return "exec 2>>'" + quoted + "'\n";
+    return "exec 2>>/proc/" + QByteArray::number(::getpid()) + "/fd/" + QByteArray::number(_file.get()) +
+           '\n';
 }
 
 QByteArray ErrorOutput::take() {
@@ -72,7 +63,6 @@ QByteArray ErrorOutput::take() {
     }
     _done.notify_one();
     _thread.join();
-    ::unlink(_path.constData());
     return std::exchange(_beginning, {});
 }
 

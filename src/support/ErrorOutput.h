@@ -11,7 +11,7 @@
 
 #include <sys/types.h>
 
-/// A command's error output, which goes through a temporary file so that it can be told of afterwards: a
+/// A command's error output, which goes through a file in memory so that it can be told of afterwards: a
 /// thread hands it on to the program's own error stream as it comes. Main thread.
 class ErrorOutput {
  public:
@@ -32,7 +32,6 @@ class ErrorOutput {
     void handOnUntilDone();
     void handOn();
 
-    QByteArray _path;
     platform::ScopedFileDescriptor _file;
     off_t _position = 0;
     QByteArray _beginning;
