@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "bench/Figures.h"
+
 #include <QApplication>
 #include <QEvent>
 #include <QTimer>
@@ -15,8 +17,9 @@
 #include <utility>
 
 /// Ends the process when its window has been painted, before anything that waits for that; or, with
-/// TAVLIN_BENCH_MEMORY set, when it has come to rest. Prints the megabytes that are in memory of it, those it
-/// shares with others included.
+/// TAVLIN_BENCH_MEMORY set, when it has come to rest. Prints when that was, by the clock that all processes
+/// share (an end takes the kernel as long again where files were watched), and the megabytes that are in
+/// memory of it, those it shares with others included.
 class EndAfterFirstFrame : public QObject {
  public:
     explicit EndAfterFirstFrame(QWidget& window) : QObject(&window) { qApp->installEventFilter(this); }
@@ -26,7 +29,7 @@ class EndAfterFirstFrame : public QObject {
         using namespace std::chrono_literals;
         if (watched == parent() && event->type() == QEvent::Paint && !std::exchange(_isPainted, true))
             QTimer::singleShot(qEnvironmentVariableIsSet("TAVLIN_BENCH_MEMORY") ? 1500ms : 0ms, this, [] {
-                std::printf("%f\n", residentMegabytes());
+                std::printf("%f\n%f\n", bench::wallMilliseconds(), residentMegabytes());
                 std::fflush(stdout);
                 std::_Exit(EXIT_SUCCESS);
             });

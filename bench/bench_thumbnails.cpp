@@ -37,7 +37,8 @@ constexpr auto timeToStore = 1s;
 
 // --- the program
 
-/// Prints the visible cells' paths and their pictures' longer side and ends the process once all are painted.
+/// Once all visible cells are painted, prints when that was, then their paths and pictures' longer sides, and
+/// ends the process.
 class EndWithThumbnails : public QObject {
  public:
     explicit EndWithThumbnails(MainWindowInterface& interface)
@@ -63,7 +64,7 @@ class EndWithThumbnails : public QObject {
             lines += path.toStdString() + '\n' + std::to_string(std::max(size.width(), size.height())) + '\n';
         }
         _grid.viewport()->repaint();
-        std::fputs(lines.c_str(), stdout);
+        std::printf("%f\n%s", bench::wallMilliseconds(), lines.c_str());
         std::fflush(stdout);
         const int status = lines.empty() ? EXIT_FAILURE : EXIT_SUCCESS;
         if (!qEnvironmentVariableIsSet("TAVLIN_BENCH_STORE"))
@@ -131,9 +132,9 @@ Run run(const QString& program, const QStringList& arguments) {
         std::fprintf(stderr, "%s showed nothing\n", qPrintable(program));
         std::exit(EXIT_FAILURE);
     }
-    Run result{bench::wallMilliseconds() - start, {}};
     const QList<QByteArray> lines = process.readAllStandardOutput().split('\n');
-    for (qsizetype i = 0; i + 1 < lines.size(); i += 2)
+    Run result{lines.value(0).toDouble() - start, {}};
+    for (qsizetype i = 1; i + 1 < lines.size(); i += 2)
         result.cells.push_back({QString::fromUtf8(lines[i]), lines[i + 1].toInt()});
     return result;
 }

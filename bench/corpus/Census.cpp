@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "corpus/Census.h"
 
+#include <QThread>
+#include <QThreadPool>
+
 #include <unistd.h>
 
 #include <filesystem>
@@ -39,10 +42,23 @@ int childrenOf(pid_t parent) {
     return count;
 }
 
+Census taken() {
+    return {entriesOf("/proc/self/fd"), childrenOf(::getpid()), entriesOf("/proc/self/task")};
+}
+
 }  // namespace
 
-Census Census::taken() {
-    return {entriesOf("/proc/self/fd"), childrenOf(::getpid()), entriesOf("/proc/self/task")};
+Census Census::atRest() {
+    constexpr auto aWhile = 50;  // milliseconds
+    QThreadPool::globalInstance()->waitForDone();
+    Census last = taken();
+    for (;;) {
+        QThread::msleep(aWhile);
+        const Census now = taken();
+        if (now == last)
+            return now;
+        last = now;
+    }
 }
 
 QString Census::description() const {

@@ -9,7 +9,9 @@ struct Census {
     int children = 0;
     int threads = 0;
 
-    static Census taken();
+    /// Once it has been the same for a while: a thread that was joined may be in the system's list for a
+    /// moment, and the toolkit's own threads, which scale pictures, are ended first.
+    static Census atRest();
     bool operator==(const Census&) const = default;
     QString description() const;
 };

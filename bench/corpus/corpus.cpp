@@ -14,8 +14,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMimeDatabase>
-#include <QThread>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <cstdio>
@@ -81,22 +79,6 @@ void warmUp(const QString& program, const QString& folder) {
     mismatch(CorpusRun(program).ask(path), referencesFor(path));
 }
 
-/// The comparisons' threads come and go as the toolkit likes, and are none of the supervision's.
-Census censusAtRest() {
-    QThreadPool::globalInstance()->waitForDone();
-    return Census::taken();
-}
-
-/// A thread that was joined may be in the system's list for a moment.
-Census censusAfter(const Census& before) {
-    Census after = censusAtRest();
-    for (int tries = 0; after != before && tries < 100; ++tries) {
-        QThread::msleep(10);
-        after = Census::taken();
-    }
-    return after;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -112,9 +94,9 @@ int main(int argc, char** argv) {
     const auto paths = filesBelow(folder);
     const Manifest manifest = Manifest::read(folder);
     warmUp(program, home.path());
-    const Census before = censusAtRest();
+    const Census before = Census::atRest();
     const Findings findings = findingsOf(program, paths, manifest);
-    const Census after = censusAfter(before);
+    const Census after = Census::atRest();
 
     std::printf("%zu files\n\n%s", paths.size(), qUtf8Printable(corpusTable(findings.answers)));
     print("good, but not right", findings.mismatches);
