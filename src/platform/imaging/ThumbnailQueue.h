@@ -34,9 +34,9 @@ struct Thumbnail {
 };
 
 /// Thumbnails for a grid: visible first, then near, then nothing. Lives on the main thread; the work is done
-/// by a pool of threads with one decoder process each (joined by the destructor). Decoded thumbnails are kept
-/// up to a number of bytes, least recently wanted going first. warmUp() starts the first decoder, to be
-/// ready when the first wish comes.
+/// by a pool of threads with decoders of their own (joined by the destructor). Decoded thumbnails are kept up
+/// to a number of bytes, least recently wanted going first. warmUp() starts the first thread's decoders, to
+/// be ready when the first wish comes.
 ///
 /// Contract: setWanted() replaces all earlier wishes; what no longer stands in it is dropped before it
 /// starts, and an answer that comes too late is kept if it fits, and not reported. Every wish that stands is

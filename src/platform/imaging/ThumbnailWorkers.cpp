@@ -145,7 +145,10 @@ void ThumbnailWorkers::Shared::run(Worker& worker, bool warmsUp) {
     std::unique_lock lock(mutex);
     while (!isStopping) {
         auto task = takeTask(worker);
-        if (!task && isColdToPictures && work.wait_for(lock, untilPictures) == std::cv_status::timeout) {
+        if (!task && isColdToPictures) {
+            const bool isIdle = work.wait_for(lock, untilPictures) == std::cv_status::timeout;
+            if (!isIdle || isStopping)
+                continue;
             isColdToPictures = false;
             lock.unlock();
             warmUp(DecodeRequest::Kind::thumbnail);

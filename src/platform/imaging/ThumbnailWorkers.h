@@ -10,7 +10,7 @@
 
 namespace platform {
 
-/// The pool of threads that make thumbnails, one decoder process each, as many as there are processors,
+/// The pool of threads that make thumbnails with decoders of their own, as many as there are processors,
 /// between two and four, started as there is work.
 ///
 /// Order of work: first sight of all visible files (so that a preview stands in every cell before any large

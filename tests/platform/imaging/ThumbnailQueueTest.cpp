@@ -80,6 +80,15 @@ class ThumbnailQueueTest : public QObject {
         QTRY_COMPARE_WITH_TIMEOUT(childProcesses().size(), 2, 20'000);
     }
 
+    void servesWhatIsWantedWhileItGetsReady() {
+        const auto wanted = writeMany(1);
+        ThumbnailQueue queue;
+        queue.warmUp();
+        QTRY_VERIFY(!childProcesses().isEmpty());  // the first is there, the second is waited for
+        queue.setWanted(wanted, {});
+        QTRY_COMPARE(queue.thumbnail(wanted.front().path).state, State::complete);
+    }
+
     void answersByContent_data() {
         const Table<QByteArray, State, QSize> columns("content", "state", "size");
         const auto row = [](const char* name, const QByteArray& content, State state, QSize size = {0, 0}) {
