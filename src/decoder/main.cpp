@@ -34,15 +34,18 @@ std::optional<Role> roleOf(int argc, char** argv) {
 decoder::Service* makePictureService(Role role, int& argc, char** argv) {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        std::fprintf(stderr, "tavlin-decoder: its own folder is unknown: %s\n", error.message().c_str());
+        return nullptr;
+    }
     const auto module = program.parent_path() / decoder::kDecodingModule;
     void* handle = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) {
+    void* function = handle ? ::dlsym(handle, decoder::kDecodingFunction) : nullptr;
+    if (function == nullptr) {
         std::fprintf(stderr, "tavlin-decoder: %s\n", ::dlerror());
         return nullptr;
     }
-    const auto make =
-        reinterpret_cast<decoder::DecodingFunction>(::dlsym(handle, decoder::kDecodingFunction));
-    return make ? make(role, argc, argv) : nullptr;
+    return reinterpret_cast<decoder::DecodingFunction>(function)(role, argc, argv);
 }
 
 std::unique_ptr<decoder::Service> makeService(Role role, int& argc, char** argv) {

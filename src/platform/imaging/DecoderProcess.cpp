@@ -314,6 +314,8 @@ DecodeResult DecoderProcess::Private::decode(const DecodeRequest& request,
         if (const auto* answer = std::get_if<Answer>(&outcome)) {
             const auto next = answer->response.status == Status::otherRole ? nextRole(role) : std::nullopt;
             if (next) {
+                renewWhereWorn(role, request.kind);
+                note(std::nullopt);
                 role = *next;
                 continue;
             }

@@ -78,12 +78,12 @@ struct DecodeRequest {
     int frame = 0;        ///< of an animation, from 0; cheap in their order
 };
 
-/// One tavlin-decoder process and its supervision: started at the first request, killed when a deadline
-/// passes, started again when it has died, and a request on which it died is tried once more in a fresh
-/// process. One that has served thousands of requests or has grown large is replaced between two of them;
-/// where all die one after the other, none is started for a while (DecoderHealth.h). Used by one thread at a
-/// time (each worker owns one); cancel() alone may come from another thread. A decoder dies with the thread
-/// that started it; another thread's next request starts a new one.
+/// A tavlin-decoder process for each role that is asked, and their supervision: started at the first request,
+/// killed when a deadline passes, started again when it has died, and a request on which it died is tried
+/// once more in a fresh process. One that has served thousands of requests or has grown large is replaced
+/// between two of them; where all die one after the other, none is started for a while (DecoderHealth.h).
+/// Used by one thread at a time (each worker owns one); cancel() alone may come from another thread. A
+/// decoder dies with the thread that started it; another thread's next request starts a new one.
 ///
 /// There are several roles: the common decoder serves the everyday formats, a second one, started when the
 /// common one asks for it, those whose libraries cost more at the start (HEIC, AVIF, JPEG XL, SVG); metadata
