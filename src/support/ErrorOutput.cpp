@@ -3,6 +3,7 @@
 
 #include "platform/FileAccess.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -50,8 +51,9 @@ ErrorOutput::~ErrorOutput() {
 QByteArray ErrorOutput::redirection() const {
     if (!_thread.joinable())
         return {};
-    return "exec 2>>/proc/" + QByteArray::number(::getpid()) + "/fd/" + QByteArray::number(_file.get()) +
-           '\n';
+    const QByteArray file =
+        "/proc/" + QByteArray::number(::getpid()) + "/fd/" + QByteArray::number(_file.get());
+    return ::access(file.constData(), W_OK) == 0 ? "exec 2>>" + file + '\n' : QByteArray();
 }
 
 QByteArray ErrorOutput::take() {
@@ -81,9 +83,12 @@ void ErrorOutput::handOn() {
     for (;;) {
         const ssize_t got = ::pread(_file.get(), block.data(), block.size(), _position);
         if (got <= 0)
-            return;
+            break;
         _position += got;
         platform::writeWhole(STDERR_FILENO, QByteArrayView(block.data(), got));
         _beginning.append(block.data(), std::min<qsizetype>(got, mostKept - _beginning.size()));
     }
+    // What has been handed on takes no memory; the command goes on appending where it was.
+    if (_position > 0)
+        ::fallocate(_file.get(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, _position);
 }
