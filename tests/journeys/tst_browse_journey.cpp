@@ -82,8 +82,8 @@ class BrowseJourney : public Journey {
         RunningProgram program(desktop, {folder});
         // One, and once: the next attempt at the same picture must find a decoder that lives.
         const auto killDecoder = [&] {
-            const QString decoders =
-                desktop.run(u"pgrep"_s, {u"-P"_s, QString::number(program.processId()), u"tavlin-decoder"_s});
+            const QString decoders = desktop.run(u"pgrep"_s, {u"-P"_s, QString::number(program.processId()),
+                                                              u"-f"_s, u"--"_s, u"--role common"_s});
             const int id = decoders.section(u'\n', 0, 0).toInt();
             return id > 0 && ::kill(id, SIGKILL) == 0;
         };
