@@ -27,7 +27,7 @@ class MainWindowInterface : public platform::MainInterface {
     platform::MainMenu& mainMenu() override { return _menu; }
     void restoreState() override;
     void saveState() override;
-    /// A decoder is started after the first frame; the bus is asked, and the scripts wake, which run shell
+    /// Decoders are started after the first frame; the bus is asked, and the scripts wake, which run shell
     /// commands, once the first pictures are shown.
     void awake() override;
     void openPaths(const QStringList& paths) override;
