@@ -124,7 +124,7 @@ bool StoredPng::readRest(std::uint32_t* pixels) {
     const std::uint32_t rows = height();
     const bool isClear = hasAlpha();
     return guarded([this, pixels, columns, rows, isClear] {
-        std::array<png_byte, kLargestSide * 4> samples;
+        std::array<png_byte, std::size_t{kLargestSide} * 4> samples;
         for (std::uint32_t y = 0; y < rows; ++y) {
             png_read_row(_png, samples.data(), nullptr);
             convert(samples.data(), isClear, {pixels + std::size_t{y} * columns, columns});
