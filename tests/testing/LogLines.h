@@ -6,15 +6,20 @@
 #include <mutex>
 #include <utility>
 
-/// Collects what goes to the system log while it lives, in place of writing it. One at a time.
+/// Collects what goes to the system log while it lives, in place of writing it. One at a time. Threads may
+/// log while it comes and goes: a line that one of them is just about to add as it goes is lost.
 class LogLines {
  public:
     LogLines() {
-        _current = this;
+        {
+            const std::scoped_lock guard(_lock);
+            _current = this;
+        }
         _previous = qInstallMessageHandler(take);
     }
     ~LogLines() {
         qInstallMessageHandler(_previous);
+        const std::scoped_lock guard(_lock);
         _current = nullptr;
     }
     LogLines(const LogLines&) = delete;
@@ -28,12 +33,13 @@ class LogLines {
 
  private:
     static void take(QtMsgType, const QMessageLogContext&, const QString& message) {
-        const std::scoped_lock guard(_current->_lock);
-        _current->_lines += message;
+        const std::scoped_lock guard(_lock);
+        if (_current)
+            _current->_lines += message;
     }
+    inline static std::mutex _lock;  ///< guards _current and its _lines
     inline static LogLines* _current = nullptr;
 
     QtMessageHandler _previous = nullptr;
-    std::mutex _lock;  ///< guards _lines
     QStringList _lines;
 };
