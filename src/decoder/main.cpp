@@ -7,6 +7,7 @@
 #include "decoder/stored/StoredThumbnails.h"
 
 #include <dlfcn.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -54,6 +55,16 @@ std::unique_ptr<decoder::Service> makeService(Role role, int& argc, char** argv)
     return std::unique_ptr<decoder::Service>(makePictureService(role, argc, argv));
 }
 
+/// Has freed memory stay with this process for the next picture, up to 16 MiB. Given back after each, it
+/// would come anew with a page fault for every 4 KiB: some 150 for a small thumbnail, a tenth of its time and
+/// more.
+void keepFreedMemory() {
+    constexpr int mebibyte = 1 << 20;
+    ::mallopt(M_TRIM_THRESHOLD, 16 * mebibyte);
+    ::mallopt(M_MMAP_THRESHOLD, 4 * mebibyte);
+    ::mallopt(M_TOP_PAD, mebibyte);
+}
+
 /// Leads standard error to where standard output goes, nowhere: what libraries write there on account of a
 /// picture is neither ours nor harmless on a terminal. A build with sanitizers keeps it for their reports.
 void silenceStandardError() {
@@ -75,6 +86,7 @@ int main(int argc, char** argv) {
         return EXIT_FAILURE;
     }
     decoder::setLimits();
+    keepFreedMemory();
     const auto service = makeService(*role, argc, argv);
     if (!service)
         return EXIT_FAILURE;
