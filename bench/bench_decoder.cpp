@@ -11,10 +11,15 @@
 #include "platform/imaging/DecoderProcess.h"
 #include "testing/TestHome.h"
 
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QImage>
 #include <QTemporaryFile>
 
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -87,6 +92,39 @@ void measureOverhead(bench::Figures& figures, DecoderProcess& process, int file,
                    percentile95Bound, "ms");
 }
 
+/// What the machine takes for it at least: a process that answers at once, asked as rarely as a decoder is.
+void measureRoundTrip() {
+    constexpr int rounds = 300;
+    constexpr double pause = 2;  // milliseconds at work
+    std::array<int, 2> ends{};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        std::exit(EXIT_FAILURE);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(ends[0]);
+        for (char byte = 0; ::recv(ends[1], &byte, 1, 0) == 1;)
+            ::send(ends[1], &byte, 1, MSG_NOSIGNAL);
+        ::_exit(EXIT_SUCCESS);
+    }
+    ::close(ends[1]);
+    std::vector<double> times;
+    for (int i = 0; i < rounds; ++i) {
+        const double until = bench::wallMilliseconds() + pause;
+        while (bench::wallMilliseconds() < until) {
+        }
+        const double start = bench::wallMilliseconds();
+        char byte = 0;
+        if (::send(ends[0], &byte, 1, MSG_NOSIGNAL) != 1 || ::recv(ends[0], &byte, 1, 0) != 1)
+            std::exit(EXIT_FAILURE);
+        times.push_back(bench::wallMilliseconds() - start);
+    }
+    ::close(ends[0]);
+    ::waitpid(child, nullptr, 0);
+    bench::Figures::note("one byte to another process and back, median", bench::median(times), "ms");
+    bench::Figures::note("one byte to another process and back, 95th percentile",
+                         bench::quantile(times, 0.95), "ms");
+}
+
 void measureReplacing(bench::Figures& figures, DecoderProcess& process, int file) {
     constexpr int rounds = 60;
     std::vector<double> times;
@@ -138,6 +176,7 @@ int main(int argc, char** argv) {
                     decoder::RequestKind::thumbnail);
     measureOverhead(figures, process, stored.handle(), "a thumbnail in the store",
                     DecodeRequest::Kind::storedThumbnail, decoder::RequestKind::storedThumbnail);
+    measureRoundTrip();
     measureReplacing(figures, process, photograph.handle());
     return figures.exitStatus();
 }
